@@ -1,0 +1,4 @@
+// What this library says of itself.
+#include "qorc/metadata.h"
+
+QOR_LIBRARY_METADATA("tavi-extractor")
