@@ -59,8 +59,8 @@ typedef struct qor_data_description_content_t {
  * Turns a name into one that stands as a source in a URL expression without quotes.
  *
  * Letters, digits, '_' and '-' stay; every other character (a UTF-8 character of several bytes counts as one) becomes
- * '_'; a name that does not begin with a letter or '_' gets a leading '_'; the empty name becomes "_".
- * "Front Radar.2" gives "Front_Radar_2", "3rd" gives "_3rd".
+ * '_'; what then does not begin with a letter or '_' gets a leading '_'; the empty name becomes "_".
+ * "Front Radar.2" gives "Front_Radar_2", "3rd" gives "_3rd", " x" gives "_x".
  *
  * input   zero-terminated
  * output  room for `*size` bytes

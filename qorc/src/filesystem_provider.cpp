@@ -1,0 +1,57 @@
+#include "boundary.hpp"
+#include "local_filesystem.hpp"
+#include "qorc/filesystem.h"
+#include "single_service.hpp"
+
+static_assert(sizeof(qor_filesystem_t) == 19 * sizeof(void*) &&
+                  offsetof(qor_filesystem_t, close) == 17 * sizeof(void*) &&
+                  offsetof(qor_filesystem_t, context) == 18 * sizeof(void*),
+              "close and context are the eighteenth and nineteenth field");
+
+namespace {
+
+uint32_t get_name(void* handle, const char** name, qor_error_details_t** error) {
+    return qorc::at_boundary(error, [&] {
+        qorc::require(handle, "handle");
+        qorc::require(name, "name");
+        *name = "local";
+    });
+}
+
+uint32_t open_filesystem(void* handle, const char* root, qor_filesystem_t** filesystem, qor_error_details_t** error) {
+    return qorc::at_boundary(error, [&] {
+        qorc::require(handle, "handle");
+        qorc::require(root, "root");
+        qorc::require(filesystem, "filesystem");
+        *filesystem = nullptr;
+        *filesystem = qorc::open_local_filesystem(root);
+    });
+}
+
+struct local_provider {
+    qor_filesystem_provider_support_t support = {get_name, open_filesystem};
+    qorc::single_service service{"qor_filesystem_provider_support_t", &support};
+};
+
+} // namespace
+
+uint32_t qor_filesystem_provider_create_default(void** handle, qor_service_locator_t*, qor_error_details_t** error) {
+    return qorc::at_boundary(error, [&] {
+        qorc::require(handle, "handle");
+        *handle = nullptr;
+        *handle = new local_provider;
+    });
+}
+
+void qor_filesystem_provider_destroy_default(void* handle) {
+    delete static_cast<local_provider*>(handle);
+}
+
+uint32_t qor_filesystem_provider_get_service_locator_default(void* handle, qor_service_locator_t** locator,
+                                                             qor_error_details_t** error) {
+    return qorc::at_boundary(error, [&] {
+        qorc::require(handle, "handle");
+        qorc::require(locator, "locator");
+        *locator = &static_cast<local_provider*>(handle)->service.locator;
+    });
+}
