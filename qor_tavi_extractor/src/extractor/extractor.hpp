@@ -1,0 +1,145 @@
+// The object behind the exported handle: owns the connection to the catalogue, the plug-ins, and all tables of sources
+// and subscriptions. Its operations stand in one source for each theme:
+//   start_up.cpp, sources.cpp, source_names.cpp, processors.cpp, browsing.cpp, subscriptions.cpp, packages.cpp,
+//   reader_filter.cpp
+#ifndef QOR_TAVI_EXTRACTOR_EXTRACTOR_HPP
+#define QOR_TAVI_EXTRACTOR_EXTRACTOR_HPP
+
+#include <memory>
+#include <memory_resource>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "qorc/extensibility/data_source_provider.h"
+#include "runtime/enable_service_locator.hpp"
+#include "runtime/holders.hpp"
+#include "runtime/logger.hpp"
+#include "runtime/tavi/data_description_parser_proxy.hpp"
+#include "runtime/tavi/data_matcher_proxy.hpp"
+#include "runtime/tavi/data_processor_proxy.hpp"
+#include "runtime/tavi/signal_storage_proxy.hpp"
+#include "qor_tavi_extractor/src/extractor/tables.hpp"
+
+namespace qor::tavi::detail {
+
+class url;
+class url_context;
+
+// Records of one package; a caller that knows where they go can keep them off the heap.
+using record_list = std::pmr::vector<runtime::dynamic_data_holder>;
+
+// Thread: operations lock `mutex` and hold it during plug-in calls, so that calls on one extractor wait for one
+// another. Exceptions, which a host must not overlap with changes: get_url, get_reader_filter_expression, the node
+// queries, the second half of unregister_sources; checkpoint_signal_storage may overlap anything.
+class extractor : public extensibility::enable_service_locator, public std::enable_shared_from_this<extractor> {
+public:
+    // Loads the storage, takes the host's logger, finds matchers and parsers. `service_locator` is never null, its
+    // table may be. Throws the failure of the first step that fails.
+    extractor(const std::string& signal_storage_uri, uint32_t signal_storage_flags,
+              std::shared_ptr<runtime::service_locator> service_locator);
+    ~extractor() override;
+
+    // Sources. The vectors are the signatures of the descriptions, in order of registration.
+    std::vector<std::string> register_source(const extensibility::data_source& source,
+                                             const qor_data_source_provider_t* provider, bool sanitize_name);
+    void register_source_from_signal_storage(uint16_t source_id, uint32_t instance, const std::string& name,
+                                             const std::vector<std::string>& signatures);
+    std::vector<std::string>
+    register_source_with_data_descriptions(uint16_t source_id, uint32_t instance, const std::string& name,
+                                           const std::vector<extensibility::data_description_content>& descriptions);
+    void unregister_sources();
+    void checkpoint_signal_storage();
+
+    // Browsing.
+    runtime::type_node_sequence_holder get_root_nodes(const extensibility::data_source& source) const;
+    runtime::type_node_sequence_holder get_root_nodes(const std::string& source_name) const;
+    runtime::type_node_sequence_holder get_node_children(const qor_type_node_t* node) const;
+    std::string get_type_schema_by_url(const std::string& url_expression, bool lenient, bool annotate,
+                                       bool print_option);
+
+    // Subscriptions.
+    uint64_t subscribe(const std::string& url_expression, bool lenient);
+    void unsubscribe(uint64_t handle);
+    void unsubscribe_all();
+    size_t get_subscription_count();
+    std::string get_url(uint64_t handle) const;
+    std::string get_type_schema_by_subscription(uint64_t handle);
+    std::string get_reader_filter_expression() const;
+
+    // Packages. Costs a look-up for each table, one call of the matcher's plug-in (or one for each subscription of the
+    // source where it has no batch table) and one record for each subscription served; nothing else is allocated.
+    std::vector<uint64_t> match(const qor_package_t& package, bool strict);
+    void process(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict, record_list& records);
+    bool has_data_processor(const qor_package_t& package);
+
+private:
+    // Where a subscription's bytes lie.
+    struct place {
+        uint64_t address = 0;
+        uint64_t position = 0;
+        uint64_t extent = 0;
+    };
+
+    void load_signal_storage(const std::string& uri, uint32_t flags);
+    void take_logger();
+    void find_matchers();
+    void find_parsers();
+
+    std::shared_ptr<runtime::tavi::data_description_parser_proxy> find_parser(const std::string& format_type,
+                                                                              uint16_t source_id) const;
+    uint64_t parse_description(const runtime::tavi::data_description_parser_proxy& parser, const void* content,
+                               size_t size, const std::string& name, uint8_t extra_context_type);
+    bool register_provider_descriptions(const extensibility::data_source& source,
+                                        const qor_data_source_provider_t& provider,
+                                        std::vector<uint64_t>& description_ids);
+    void register_provider_description(const extensibility::data_source& source,
+                                       const qor_data_source_provider_t& provider,
+                                       const extensibility::data_description& description,
+                                       std::vector<uint64_t>& description_ids);
+    void register_built_in_description(const extensibility::data_source& source, const char* name,
+                                       std::vector<uint64_t>& description_ids);
+    void store_source(uint16_t source_id, uint32_t instance, const std::string& name,
+                      const std::vector<uint64_t>& description_ids);
+    uint64_t resolve_source_name(const std::string& name) const;
+    std::vector<uint64_t> bind_processors(const extensibility::data_source& source,
+                                          const qor_data_source_provider_t& provider);
+    void bind_processor(std::unique_ptr<runtime::tavi::data_processor_proxy> proxy,
+                        const extensibility::data_source& source, const qor_data_source_provider_t& provider,
+                        std::vector<uint64_t>& description_ids);
+
+    runtime::type_node_sequence_holder get_root_nodes(uint64_t source_key) const;
+    const source_record& find_source(const url_context& context) const;
+    std::string schema_of_description(uint64_t description_id, const url_context& context, const std::string& path,
+                                      bool lenient, bool annotate, bool print_option) const;
+    uint64_t source_of_subscription(const url_context& context);
+    uint64_t find_subscribed_node(const source_record& source, const std::string& path) const;
+    static place place_of(const url& url, const qor_type_node_sequence_t& hierarchy);
+    void announce(uint64_t source_key, uint64_t handle, const std::string& schema,
+                  const qor_type_node_sequence_t& hierarchy, const place& place);
+    void withdraw(uint64_t handle);
+
+    const runtime::tavi::data_matcher_proxy* find_matcher(const qor_package_t& package) const;
+    void cut_records(const runtime::tavi::data_matcher_proxy& matcher, const std::vector<uint64_t>& handles,
+                     const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
+                     record_list& records);
+
+    std::shared_ptr<runtime::service_locator> service_locator;
+    std::shared_ptr<extensibility::log::logger> logger;
+    std::shared_ptr<runtime::tavi::signal_storage_proxy> signal_storage;
+    table<std::string, std::shared_ptr<runtime::tavi::data_matcher_proxy>> matchers;
+    table<parser_key, std::shared_ptr<runtime::tavi::data_description_parser_proxy>> parsers;
+    table<uint64_t, subscription_record> subscriptions;
+    table<uint64_t, std::vector<uint64_t>> subscriptions_by_source;
+    table<uint64_t, source_record> sources;
+    table<std::string, uint64_t> source_keys_by_name;
+    table<uint64_t, std::vector<bound_processor>> processors;
+    // Room for a matcher's answers, kept between packages; used under `mutex`.
+    std::vector<qor_match_outcome_t> outcomes;
+    std::recursive_mutex mutex;
+};
+
+} // namespace qor::tavi::detail
+
+#endif

@@ -1,0 +1,71 @@
+// All subscriptions as one predicate on source id, instance, cycle and address, for the host's reader.
+#include <algorithm>
+#include <cstdio>
+#include <tuple>
+
+#include "qor_tavi_extractor/src/extractor/extractor.hpp"
+
+namespace qor::tavi::detail {
+
+namespace {
+
+struct filter_term {
+    uint16_t source_id;
+    uint32_t instance;
+    uint32_t cycle;
+    uint64_t address;
+
+    auto operator<=>(const filter_term&) const = default;
+};
+
+filter_term term_of(const subscription_record& record, const qor_type_node_sequence_t& hierarchy) {
+    filter_term term{record.source_id, record.instance, 0, 0};
+    for (uint64_t level = 0; level < hierarchy.count; ++level) {
+        const qor_type_node_t& node = hierarchy.nodes[level];
+        if (node.kind == QOR_TYPE_NODE_VIEW && node.view.cycle != 0) {
+            term.cycle = node.view.cycle;
+        } else if (node.kind == QOR_TYPE_NODE_OBJECT) {
+            term.address = node.object.address;
+        }
+    }
+    return term;
+}
+
+std::string upper_case_hexadecimal(uint64_t value) {
+    char text[17];
+    const int length = std::snprintf(text, sizeof(text), "%llX", static_cast<unsigned long long>(value));
+    return {text, static_cast<size_t>(length)};
+}
+
+std::string text_of(const filter_term& term) {
+    std::string text = "(SourceId = " + std::to_string(term.source_id) +
+                       " AND Instance = " + std::to_string(term.instance);
+    if (term.cycle != 0) {
+        text += " AND Cycle = " + std::to_string(term.cycle);
+    }
+    if (term.address != 0) {
+        text += " AND Address = 0x" + upper_case_hexadecimal(term.address);
+    }
+    return text + ")";
+}
+
+} // namespace
+
+// Terms stand in ascending order of source id, instance, cycle, address, so that equal subscriptions give equal texts.
+std::string extractor::get_reader_filter_expression() const {
+    std::vector<filter_term> terms;
+    terms.reserve(subscriptions.size());
+    for (const auto& [handle, record] : subscriptions) {
+        terms.push_back(term_of(record, *signal_storage->get_node_hierarchy(record.node)));
+    }
+    std::sort(terms.begin(), terms.end());
+    terms.erase(std::unique(terms.begin(), terms.end()), terms.end());
+    std::string text;
+    for (const filter_term& term : terms) {
+        text += text.empty() ? "" : " OR ";
+        text += text_of(term);
+    }
+    return text;
+}
+
+} // namespace qor::tavi::detail

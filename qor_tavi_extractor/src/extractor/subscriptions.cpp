@@ -1,0 +1,195 @@
+// From a URL expression to a handle that the per-package operations need nothing else for.
+#include <atomic>
+#include <stdexcept>
+
+#include "qor_tavi_extractor/src/extractor/extractor.hpp"
+#include "qor_tavi_extractor/src/extractor/source_key.hpp"
+#include "qor_tavi_extractor/src/url/driver.hpp"
+#include "qor_tavi_extractor/src/url/url.hpp"
+#include "qor_tavi_extractor/src/url/url_context.hpp"
+
+namespace qor::tavi::detail {
+
+namespace {
+
+// One counter for the whole process, so that no two extractors share a handle. The first handle is 2.
+std::atomic<uint64_t> last_handle{1};
+
+uint64_t new_handle() noexcept { return last_handle.fetch_add(1) + 1; }
+
+// Element count and size of a level, whatever its kind.
+struct level_layout {
+    uint64_t offset;
+    uint64_t element_count;
+    uint64_t element_size;
+};
+
+} // namespace
+
+// The key of the source that token 0 names. A source named by number is recorded here when nobody registered it.
+uint64_t extractor::source_of_subscription(const url_context& context) {
+    const source_token& token = context.source();
+    if (token.source_id() != 0) {
+        const uint64_t key = source_key(token.source_id(), token.instance());
+        if (!sources.contains(key)) {
+            store_source(token.source_id(), token.instance(), token.name(), {});
+        }
+        return key;
+    }
+    const uint64_t key = resolve_source_name(token.name());
+    if (!sources.contains(key)) {
+        throw std::invalid_argument("the data source identified with name '" + token.name() + "' was not found");
+    }
+    return key;
+}
+
+// 0 when no description has the path. A failed look-up in one description is no failure as long as another may have it.
+uint64_t extractor::find_subscribed_node(const source_record& source, const std::string& path) const {
+    if (source.description_ids.empty()) {
+        const auto node = signal_storage->find_node(0, path);
+        return node ? node->id : 0;
+    }
+    for (const uint64_t id : source.description_ids) {
+        try {
+            if (const auto node = signal_storage->find_node(id, path)) {
+                return node->id;
+            }
+        } catch (const std::invalid_argument&) {
+            continue;
+        }
+    }
+    return 0;
+}
+
+extractor::place extractor::place_of(const url& url, const qor_type_node_sequence_t& hierarchy) {
+    place result;
+    for (uint64_t level = 0; level < hierarchy.count; ++level) {
+        const qor_type_node_t& node = hierarchy.nodes[level];
+        level_layout layout{};
+        switch (node.kind) {
+        case QOR_TYPE_NODE_OBJECT:
+            result.address = node.object.address;
+            result.position = 0; // objects carry absolute addresses, wherever they stand
+            layout = {node.object.address, node.object.element_count, node.object.element_size};
+            break;
+        case QOR_TYPE_NODE_GROUP:
+            layout = {node.group.offset, node.group.element_count, node.group.element_size};
+            break;
+        case QOR_TYPE_NODE_SIGNAL:
+            layout = {node.signal.offset, node.signal.element_count, node.signal.element_size};
+            break;
+        default:
+            continue;
+        }
+        const url_token& token = url.token(level + 1);
+        result.position += layout.offset;
+        if (token.has_index()) {
+            result.position += token.index() * layout.element_size;
+            result.extent = layout.element_size;
+        } else {
+            result.extent = layout.element_count * layout.element_size;
+        }
+    }
+    return result;
+}
+
+// Processors come first and are told places relative to the object; the rest goes to all matchers in absolute places.
+void extractor::announce(uint64_t source_key, uint64_t handle, const std::string& schema,
+                         const qor_type_node_sequence_t& hierarchy, const place& place) {
+    bool taken = false;
+    if (const auto bound = processors.find(source_key); bound != processors.end()) {
+        for (const bound_processor& element : bound->second) {
+            taken |= element.proxy->register_type(handle, schema.c_str(), hierarchy, place.position - place.address,
+                                                  place.extent);
+        }
+    }
+    if (taken) {
+        return;
+    }
+    for (const auto& [format, matcher] : matchers) {
+        matcher->register_type(handle, schema.c_str(), hierarchy, place.position, place.extent);
+    }
+}
+
+uint64_t extractor::subscribe(const std::string& url_expression, bool lenient) {
+    const std::lock_guard lock(mutex);
+    const auto context = driver().parse(url_expression);
+    const uint64_t key = source_of_subscription(*context);
+    const uint16_t source_id = sources.find(key)->second.source_id;
+    const uint32_t instance = sources.find(key)->second.instance;
+    const uint64_t node_id = find_subscribed_node(sources.find(key)->second, context->location_path());
+    if (node_id == 0) {
+        throw std::runtime_error("requested type URL expression '" + url_expression +
+                                 "' not found in the signal storage");
+    }
+    std::string schema = get_type_schema_by_url(url_expression, lenient, false, false);
+    const auto hierarchy = signal_storage->get_node_hierarchy(node_id);
+    const auto url = context->resolve(*hierarchy);
+    if (url->size() != hierarchy->count + 1) {
+        throw std::runtime_error("the URL '" + url_expression + "' token count " + std::to_string(url->size() - 1) +
+                                 " does not match the signal storage hierarchy level count " +
+                                 std::to_string(hierarchy->count));
+    }
+    const place place = place_of(*url, *hierarchy);
+    const uint64_t handle = new_handle();
+    announce(key, handle, schema, *hierarchy, place);
+    subscriptions.insert_or_assign(handle, subscription_record{handle, key, place.extent, node_id, source_id, instance,
+                                                               url_expression, std::move(schema)});
+    subscriptions_by_source[key].push_back(handle);
+    return handle;
+}
+
+// Every plug-in is told, whether it took the subscription or not.
+void extractor::withdraw(uint64_t handle) {
+    for (const auto& [format, matcher] : matchers) {
+        matcher->unregister_type(handle);
+    }
+    for (const auto& [key, bound] : processors) {
+        for (const bound_processor& element : bound) {
+            element.proxy->unregister_type(handle);
+        }
+    }
+}
+
+// The source keeps the handle in its list: packages go on offering it to plug-ins until all subscriptions end.
+void extractor::unsubscribe(uint64_t handle) {
+    const std::lock_guard lock(mutex);
+    if (subscriptions.erase(handle) != 0 && subscriptions.empty()) {
+        reset_table(subscriptions);
+    }
+    withdraw(handle);
+}
+
+void extractor::unsubscribe_all() {
+    const std::lock_guard lock(mutex);
+    for (const auto& [handle, record] : subscriptions) {
+        withdraw(handle);
+    }
+    reset_table(subscriptions);
+    reset_table(subscriptions_by_source);
+}
+
+size_t extractor::get_subscription_count() {
+    const std::lock_guard lock(mutex);
+    return subscriptions.size();
+}
+
+std::string extractor::get_url(uint64_t handle) const {
+    const auto found = subscriptions.find(handle);
+    if (found == subscriptions.end()) {
+        throw std::invalid_argument("invalid subscription handle");
+    }
+    return found->second.url;
+}
+
+std::string extractor::get_type_schema_by_subscription(uint64_t handle) {
+    const std::lock_guard lock(mutex);
+    const auto found = subscriptions.find(handle);
+    if (found == subscriptions.end()) {
+        throw std::runtime_error("subscription handle '" + std::to_string(handle) +
+                                 "' was not found by Tavi extractor");
+    }
+    return found->second.schema;
+}
+
+} // namespace qor::tavi::detail

@@ -1,0 +1,78 @@
+// The records of an extractor's tables, and how the tables are hashed.
+#ifndef QOR_TAVI_EXTRACTOR_TABLES_HPP
+#define QOR_TAVI_EXTRACTOR_TABLES_HPP
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "qorcpp/fnv.hpp"
+#include "runtime/tavi/data_processor_proxy.hpp"
+
+namespace qor::tavi::detail {
+
+struct source_record {
+    uint64_t key;
+    uint16_t source_id;
+    uint32_t instance;
+    std::string name;
+    // Without duplicates, in order of first registration.
+    std::vector<uint64_t> description_ids;
+};
+
+struct subscription_record {
+    uint64_t handle;
+    uint64_t source_key;
+    // Extent of the last level in bytes.
+    uint64_t size;
+    // The catalogue node that the URL resolved to.
+    uint64_t node;
+    uint16_t source_id;
+    uint32_t instance;
+    // As the host gave it.
+    std::string url;
+    std::string schema;
+};
+
+struct bound_processor {
+    std::string format;
+    std::unique_ptr<runtime::tavi::data_processor_proxy> proxy;
+};
+
+struct parser_key {
+    // 0 for any source.
+    uint16_t source_id_filter;
+    std::string format;
+
+    bool operator==(const parser_key&) const = default;
+};
+
+// FNV-1a over the bytes of the key. Texts are looked up without making a string of them.
+struct table_hash {
+    using is_transparent = void;
+
+    size_t operator()(uint64_t key) const noexcept { return fnv1a_integer(key); }
+    size_t operator()(std::string_view key) const noexcept { return fnv1a(key); }
+    size_t operator()(const parser_key& key) const noexcept {
+        return fnv1a(key.format, fnv1a_integer(key.source_id_filter));
+    }
+};
+
+inline constexpr size_t initial_bucket_count = 8;
+
+template<typename Key, typename Value>
+using table = std::unordered_map<Key, Value, table_hash, std::equal_to<>>;
+
+// Empties a table and takes it back to the buckets that it began with.
+template<typename Table>
+void reset_table(Table& table) {
+    table.clear();
+    table.rehash(initial_bucket_count);
+}
+
+} // namespace qor::tavi::detail
+
+#endif

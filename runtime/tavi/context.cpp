@@ -1,0 +1,29 @@
+#include "runtime/tavi/context.hpp"
+
+#include <stdexcept>
+
+#include "qorcpp/call_frame.hpp"
+
+namespace qor::runtime::tavi {
+
+context::context(qor_signal_storage_context_t* table, bool owned) : table(table), owned_(owned) {
+    if (table->add_4 == nullptr || table->add_1 == nullptr || table->destroy == nullptr || table->add_2 == nullptr ||
+        table->context == nullptr) {
+        throw std::runtime_error("invalid signal storage context");
+    }
+}
+
+context::~context() {
+    if (!owned_) {
+        return;
+    }
+    qor_error_details_t* details = nullptr;
+    guarded_call(
+        [&] {
+            table->destroy(table->context, &details);
+            rethrow_details(details);
+        },
+        nullptr);
+}
+
+} // namespace qor::runtime::tavi

@@ -1,0 +1,78 @@
+#include "runtime/tavi/plugin_proxy.hpp"
+
+#include <utility>
+
+#include "qorcpp/call_frame.hpp"
+#include "runtime/tavi/details_owner.hpp"
+
+namespace qor::runtime::tavi {
+
+void* access_symbol(const platform::shared_library& library, const std::string& name) {
+    void* const symbol = library.get_symbol(name);
+    if (symbol == nullptr) {
+        throw std::runtime_error("failed to access function '" + name + "', " + platform::get_last_error());
+    }
+    return symbol;
+}
+
+void check_locator_table(const qor_service_locator_t* table, const char* text) {
+    if (table == nullptr || table->resolve == nullptr || table->context == nullptr) {
+        throw std::runtime_error(text);
+    }
+}
+
+std::string description_or_default(const qor_error_details_t* details) {
+    const char* const description = qor_error_details_get_description(details);
+    return description != nullptr ? description : "unknwon error";
+}
+
+plugin_proxy::plugin_proxy(const plugin_kind& kind, platform::shared_library&& library,
+                           std::shared_ptr<qor::runtime::service_locator>&& host_locator,
+                           std::shared_ptr<void> companion)
+    : library(std::move(library)), host_locator(std::move(host_locator)), companion(std::move(companion)) {
+    const auto create = access_function<qor_plugin_create_t>(this->library, kind.create);
+    const auto end = access_function<qor_plugin_destroy_t>(this->library, kind.destroy);
+    if (end == nullptr) {
+        throw std::runtime_error(kind.missing_destroy);
+    }
+    const auto get_service_locator =
+        access_function<qor_plugin_get_service_locator_t>(this->library, kind.get_service_locator);
+    try {
+        create_instance(kind, create, get_service_locator);
+    } catch (...) {
+        if (handle != nullptr) {
+            end(handle);
+        }
+        throw;
+    }
+    destroy = end; // from here on the destructor, which also runs when a derived constructor fails, ends the instance
+}
+
+void plugin_proxy::create_instance(const plugin_kind& kind, qor_plugin_create_t create,
+                                   qor_plugin_get_service_locator_t get_service_locator) {
+    details_owner details;
+    if (create(&handle, host_locator ? host_locator->table : nullptr, details.place()) != QOR_STATUS_OK) {
+        throw std::runtime_error(description_or_default(details.get()));
+    }
+    details.reset();
+    qor_service_locator_t* table = nullptr;
+    get_service_locator(handle, &table, details.place());
+    if (kind.reports_locator_details) {
+        details.rethrow();
+    }
+    check_locator_table(table, kind.bad_locator);
+    service_locator = std::make_shared<qor::runtime::service_locator>(table);
+}
+
+plugin_proxy::~plugin_proxy() {
+    if (destroy != nullptr) {
+        destroy(handle);
+    }
+    destroy = nullptr;
+    handle = nullptr;
+    companion.reset();
+    host_locator.reset();
+    service_locator.reset();
+}
+
+} // namespace qor::runtime::tavi
