@@ -1,0 +1,84 @@
+#include "runtime/logger.hpp"
+
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "qorcpp/call_frame.hpp"
+#include "qorcpp/platform/module.hpp"
+#include "runtime/wide_text.hpp"
+
+namespace qor::extensibility::log {
+
+namespace {
+
+constexpr std::size_t message_room = 1024;
+
+// The part behind the last separator of the platform.
+std::wstring file_name_of(const std::string& path) {
+    constexpr auto separator = static_cast<char>(std::filesystem::path::preferred_separator);
+    const std::size_t last = path.rfind(separator);
+    return runtime::widen(std::string_view(path).substr(last == std::string::npos ? 0 : last + 1));
+}
+
+// A converted text that a record can point to; null stays null.
+class narrowed {
+public:
+    explicit narrowed(const wchar_t* text) : given_(text != nullptr), text_(given_ ? runtime::narrow(text) : "") {}
+    const char* get() const noexcept { return given_ ? text_.c_str() : nullptr; }
+
+private:
+    bool given_;
+    std::string text_;
+};
+
+} // namespace
+
+logger::logger(qor_log_t* table) : table(table) {
+    if (table->context == nullptr || table->log == nullptr) {
+        throw std::runtime_error("invalid logger interface passed to logger constructor");
+    }
+}
+
+void logger::log(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,
+                 std::uint32_t line, const char* format, std::va_list arguments) {
+    const narrowed module_text(module);
+    const narrowed file_text(file);
+    const narrowed function_text(function);
+    char message[message_room] = {};
+    std::vsnprintf(message, sizeof(message), format, arguments);
+    qor_log_info_t info = {};
+    info.level = level;
+    info.message = message;
+    info.module = module_text.get();
+    info.file = file_text.get();
+    info.function = function_text.get();
+    info.line = line;
+    qor_error_details_t* details = nullptr;
+    table->log(table->context, &info, &details);
+    rethrow_details(details);
+}
+
+void logger::log(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,
+                 std::uint32_t line, const char* format, ...) {
+    // va_end has to run also when the sink's report leaves as an exception.
+    struct ending {
+        std::va_list arguments;
+        ~ending() { va_end(arguments); }
+    } variable;
+    va_start(variable.arguments, format);
+    log(level, module, file, function, line, format, variable.arguments);
+}
+
+void statement::operator()(const char* format, ...) const {
+    struct ending {
+        std::va_list arguments;
+        ~ending() { va_end(arguments); }
+    } variable;
+    va_start(variable.arguments, format);
+    target_->log(level_, file_name_of(platform::get_current_module_path()).c_str(), file_name_of(file_).c_str(),
+                 function_, line_, format, variable.arguments);
+}
+
+} // namespace qor::extensibility::log
