@@ -34,6 +34,17 @@ extern "C" {
 #define QOR_CONTEXT_TYPE_FROM_PROCESSOR 4
 
 /*
+ * Values of open_mode. Writing creates what is missing. A storage opened for reading only still takes descriptions that
+ * it holds already, so that a parser can run as ever; a new one is an error of create_context.
+ */
+#define QOR_SIGNAL_STORAGE_MODE_READ_WRITE 0
+#define QOR_SIGNAL_STORAGE_MODE_READ_ONLY 1
+
+/* Bits of signal_storage_flags; an unknown bit is QOR_STATUS_INVALID_ARGUMENT. */
+#define QOR_SIGNAL_STORAGE_READ_ONLY UINT32_C(1)  /* as the open mode: for hosts, who cannot choose that */
+#define QOR_SIGNAL_STORAGE_MUST_EXIST UINT32_C(2) /* a file that is missing is an error, it is not created */
+
+/*
  * A description context: one description on its way into the storage. The record lives in the storage and is handed to
  * the parser as it stands. All nodes enter in one transaction.
  *

@@ -1,0 +1,46 @@
+// Writes a whole description into the tables.
+#ifndef PLUGINS_SIGNAL_STORAGE_CATALOGUE_WRITER_HPP
+#define PLUGINS_SIGNAL_STORAGE_CATALOGUE_WRITER_HPP
+
+#include <cstdint>
+#include <string>
+
+#include "plugins/signal_storage/pending_description.hpp"
+#include "plugins/signal_storage/statement.hpp"
+
+namespace qor::storage {
+
+// What tells one description from another.
+struct description_identity {
+    std::string signature;
+    std::string name;
+    std::uint8_t context_type = 0;
+    std::uint64_t content_size = 0;
+};
+
+class catalogue_writer {
+public:
+    explicit catalogue_writer(database& owner);
+
+    // Inserts the description with this id, all its nodes and texts.
+    // Requires: a transaction; the id is free. Throws: what database::fail throws; the caller then rolls back.
+    void write(const description_identity& identity, std::uint64_t description_id, const pending_description& content);
+
+    std::uint64_t highest_description_id();
+
+private:
+    void write_description(const description_identity& identity, std::uint64_t description_id,
+                           const pending_description& content);
+    void write_nodes(std::uint64_t description_id, const pending_description& content);
+    void write_texts(std::uint64_t description_id, const pending_description& content);
+
+    statement insert_description_;
+    statement insert_node_;
+    statement insert_path_;
+    statement insert_text_;
+    statement highest_id_;
+};
+
+} // namespace qor::storage
+
+#endif

@@ -1,0 +1,126 @@
+#include "plugins/signal_storage/database.hpp"
+
+#include <new>
+#include <stdexcept>
+#include <string_view>
+
+#include "plugins/signal_storage/statement.hpp"
+#include "qorcpp/errors.hpp"
+
+namespace qor::storage {
+
+namespace {
+
+constexpr int default_busy_timeout_ms = 5000;
+
+bool asks_for_reading_only(const char* filename) {
+    const char* const mode = sqlite3_uri_parameter(filename, "mode");
+    return (mode != nullptr && std::string_view(mode) == "ro") || sqlite3_uri_boolean(filename, "immutable", 0) != 0;
+}
+
+} // namespace
+
+database::database(const std::string& uri, const open_options& options) : name_(uri) {
+    if (uri.empty()) {
+        throw std::invalid_argument("the URI of the signal storage is empty; a catalogue in memory is "
+                                    "'file:signal_storage?mode=memory'");
+    }
+    try {
+        open(uri, options);
+        configure();
+    } catch (...) {
+        sqlite3_close_v2(handle_);
+        throw;
+    }
+}
+
+database::~database() {
+    sqlite3_close_v2(handle_);
+}
+
+void database::open(const std::string& uri, const open_options& options) {
+    // Calls are serialised by the owner of the connection, so that SQLite need not lock once more.
+    int flags = SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
+    if (options.read_only) {
+        flags |= SQLITE_OPEN_READONLY;
+    } else {
+        flags |= SQLITE_OPEN_READWRITE | (options.must_exist ? 0 : SQLITE_OPEN_CREATE);
+    }
+    const int status = sqlite3_open_v2(uri.c_str(), &handle_, flags, nullptr);
+    if (status != SQLITE_OK) {
+        fail(status);
+    }
+    const char* const filename = sqlite3_db_filename(handle_, "main");
+    in_memory_ = filename == nullptr || *filename == '\0';
+    bool reading_asked = options.read_only;
+    sqlite3_int64 busy_timeout = default_busy_timeout_ms;
+    if (!in_memory_) {
+        name_ = filename;
+        reading_asked = reading_asked || asks_for_reading_only(filename);
+        busy_timeout = sqlite3_uri_int64(filename, "busy_timeout", busy_timeout);
+    }
+    if (busy_timeout < 0 || busy_timeout > 24 * 3600 * 1000) {
+        fail("the URI's busy_timeout is not between 0 and 86400000 milliseconds");
+    }
+    sqlite3_busy_timeout(handle_, static_cast<int>(busy_timeout));
+    // Without the right to write SQLite opens for reading and fails at the first write only.
+    if (!reading_asked && sqlite3_db_readonly(handle_, "main") == 1) {
+        fail("the file cannot be written; add '?mode=ro' to its URI to read it only");
+    }
+    read_only_ = reading_asked;
+}
+
+void database::configure() {
+    // The file may come from anywhere: what stands in its schema is not trusted.
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    // A description of 100,000 nodes should reach the file at its commit, not page by page before it.
+    execute("PRAGMA cache_size = -32768");
+}
+
+void database::execute(const char* sql) {
+    const int status = sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr);
+    if (status != SQLITE_OK) {
+        fail(status);
+    }
+}
+
+std::int64_t database::query_integer(const char* sql) {
+    statement query(*this, sql);
+    execution row(query);
+    return row.next() ? row.integer(0) : 0;
+}
+
+void database::fail(int status) const {
+    switch (status & 0xff) {
+    case SQLITE_NOMEM:
+        throw std::bad_alloc();
+    case SQLITE_BUSY:
+        throw runtime::timed_out_error("signal storage '" + name_ + "': the file is locked by another process");
+    default:
+        fail(handle_ != nullptr ? sqlite3_errmsg(handle_) : sqlite3_errstr(status));
+    }
+}
+
+void database::fail(const std::string& text) const {
+    throw std::runtime_error("signal storage '" + name_ + "': " + text);
+}
+
+transaction::transaction(database& owner) : database_(owner) {
+    database_.execute("BEGIN IMMEDIATE");
+}
+
+transaction::~transaction() {
+    // SQLite ends a transaction by itself after some failures; a second ROLLBACK would be an error of no interest.
+    if (open_ && sqlite3_get_autocommit(database_.handle()) == 0) {
+        sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}
+
+void transaction::commit() {
+    database_.execute("COMMIT");
+    open_ = false;
+}
+
+} // namespace qor::storage

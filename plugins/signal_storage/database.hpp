@@ -1,0 +1,75 @@
+// The connection to SQLite: opening, its settings, failures as exceptions.
+#ifndef PLUGINS_SIGNAL_STORAGE_DATABASE_HPP
+#define PLUGINS_SIGNAL_STORAGE_DATABASE_HPP
+
+#include <cstdint>
+#include <string>
+
+#include <sqlite3.h>
+
+namespace qor::storage {
+
+struct open_options {
+    bool read_only = false;
+    bool must_exist = false;
+};
+
+// Thread: one at a time; whoever owns it locks.
+class database {
+public:
+    // `uri` is a URI as SQLite reads it, or a plain path. The parameter "busy_timeout" gives the milliseconds for which
+    // a lock of another process is waited for, 5000 without it.
+    // Throws: what fail() throws, with the file's name.
+    database(const std::string& uri, const open_options& options);
+    ~database();
+    database(const database&) = delete;
+    database& operator=(const database&) = delete;
+
+    sqlite3* handle() const noexcept { return handle_; }
+
+    // The file's path, the URI for a database in memory: for messages.
+    const std::string& name() const noexcept { return name_; }
+
+    bool in_memory() const noexcept { return in_memory_; }
+    bool read_only() const noexcept { return read_only_; }
+
+    // Runs statements that give no rows; what they give is dropped.
+    void execute(const char* sql);
+
+    // The first column of the first row, 0 without a row.
+    std::int64_t query_integer(const char* sql);
+
+    // Throws for a status of SQLite other than success: runtime::timed_out_error for a lock that was not released in
+    // time, std::bad_alloc, std::runtime_error "signal storage 'NAME': TEXT".
+    [[noreturn]] void fail(int status) const;
+    [[noreturn]] void fail(const std::string& text) const;
+
+private:
+    void open(const std::string& uri, const open_options& options);
+    void configure();
+
+    sqlite3* handle_ = nullptr;
+    std::string name_;
+    bool in_memory_ = false;
+    bool read_only_ = false;
+};
+
+// BEGIN to COMMIT; what was not committed when it goes out of scope is rolled back. An immediate one takes the write
+// lock at once.
+class transaction {
+public:
+    explicit transaction(database& owner);
+    ~transaction();
+    transaction(const transaction&) = delete;
+    transaction& operator=(const transaction&) = delete;
+
+    void commit();
+
+private:
+    database& database_;
+    bool open_ = true;
+};
+
+} // namespace qor::storage
+
+#endif

@@ -1,0 +1,42 @@
+// Nodes on their way to a caller, under the default allocator.
+#ifndef PLUGINS_SIGNAL_STORAGE_NODE_SEQUENCE_HPP
+#define PLUGINS_SIGNAL_STORAGE_NODE_SEQUENCE_HPP
+
+#include <cstdint>
+#include <utility>
+
+#include "qorc/type_node.h"
+#include "qorcpp/call_frame.hpp"
+
+namespace qor::storage {
+
+// Owns a sequence until it is released to the caller.
+class node_sequence {
+public:
+    explicit node_sequence(std::uint64_t count) {
+        qor_error_details_t* details = nullptr;
+        qor_type_node_sequence_create(qor_get_default_allocator(), count, &sequence_, &details);
+        rethrow_details(details);
+    }
+    node_sequence(node_sequence&& other) noexcept : sequence_(std::exchange(other.sequence_, nullptr)) {}
+    node_sequence& operator=(node_sequence&&) = delete;
+    ~node_sequence() { qor_type_node_sequence_destroy(qor_get_default_allocator(), sequence_, nullptr); }
+
+    std::uint64_t count() const noexcept { return sequence_->count; }
+
+    // Stores a deep copy.
+    void put(std::uint64_t index, const qor_type_node_t& node) {
+        qor_error_details_t* details = nullptr;
+        qor_type_node_sequence_put(qor_get_default_allocator(), sequence_, index, &node, &details);
+        rethrow_details(details);
+    }
+
+    qor_type_node_sequence_t* release() noexcept { return std::exchange(sequence_, nullptr); }
+
+private:
+    qor_type_node_sequence_t* sequence_ = nullptr;
+};
+
+} // namespace qor::storage
+
+#endif

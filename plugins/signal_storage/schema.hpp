@@ -1,0 +1,24 @@
+// The tables of the catalogue and the marks by which its file is known.
+#ifndef PLUGINS_SIGNAL_STORAGE_SCHEMA_HPP
+#define PLUGINS_SIGNAL_STORAGE_SCHEMA_HPP
+
+#include <cstdint>
+
+#include "plugins/signal_storage/database.hpp"
+
+namespace qor::storage {
+
+// "TAVI" in the file's header, at byte 68.
+inline constexpr std::int64_t application_id = 0x54415649;
+
+// In the file's header, at byte 60. Counts up with each change of the tables that an older program could not read.
+inline constexpr std::int64_t schema_version = 1;
+
+// Checks that the database is a catalogue of this version; makes one of an empty database.
+// Throws: std::runtime_error that names the file when it is another application's, damaged, newer, or empty and only
+// to be read.
+void prepare_schema(database& database);
+
+} // namespace qor::storage
+
+#endif
