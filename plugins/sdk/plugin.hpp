@@ -7,9 +7,11 @@
 //
 //     QOR_DATA_MATCHER(my_matcher)
 //
-// A member function `void register_type(A a, B b)` becomes a table's slot by `qor::sdk::slot<&my_matcher::register_type>`:
-// a C function (void* handle, A a, B b, qor_error_details_t** error) that turns exceptions into statuses and details.
-// A member function that returns uint32_t gives its result as the status.
+// A member function `void register_type(A a, B b)` becomes a table's slot by
+// `qor::sdk::slot<&my_matcher::register_type>`: a C function (void* handle, A a, B b, qor_error_details_t** error) that
+// turns exceptions into statuses and details. A member function that returns uint32_t gives its result as the status.
+// For the slots without details, `qor::sdk::value_slot<&my_matcher::format_count>` gives what the function returns, and
+// 0 when it throws.
 #ifndef PLUGINS_SDK_PLUGIN_HPP
 #define PLUGINS_SDK_PLUGIN_HPP
 
@@ -19,6 +21,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 #include "qorc/metadata.h"
 #include "qorc/service_locator.h"
@@ -76,29 +79,47 @@ private:
 
 namespace detail {
 
-template<auto Member>
-struct slot_maker;
+// The parts of a member function's type, const or not.
+template<typename Member>
+struct member_parts;
 
-template<typename Plugin, typename Result, typename... Arguments, Result (Plugin::*Member)(Arguments...)>
-struct slot_maker<Member> {
-    static uint32_t call(void* handle, Arguments... arguments, qor_error_details_t** error) noexcept {
+template<typename Class, typename Answer, typename... Parameters>
+struct member_parts<Answer (Class::*)(Parameters...)> {
+    // Calls Function as a slot: handle first, details last.
+    template<auto Function>
+    static uint32_t call(void* handle, Parameters... arguments, qor_error_details_t** error) noexcept {
+        static_assert(std::is_void_v<Answer> || std::is_same_v<Answer, uint32_t>, "a slot gives a status");
         return guarded_call(
             [&] {
                 check_argument(handle, "handle");
-                return (static_cast<Plugin*>(handle)->*Member)(arguments...);
+                return (static_cast<Class*>(handle)->*Function)(arguments...);
             },
             error);
     }
+
+    // Calls Function as a slot without details.
+    template<auto Function>
+    static Answer value(void* handle, Parameters... arguments) noexcept {
+        try {
+            return handle != nullptr ? (static_cast<Class*>(handle)->*Function)(arguments...) : Answer{};
+        } catch (...) {
+            return Answer{};
+        }
+    }
 };
+
+template<typename Class, typename Answer, typename... Parameters>
+struct member_parts<Answer (Class::*)(Parameters...) const> : member_parts<Answer (Class::*)(Parameters...)> {};
 
 template<typename Plugin>
 struct entry {
-    static uint32_t create(void** handle, qor_service_locator_t* host_locator, qor_error_details_t** error) noexcept {
+    template<typename... Arguments>
+    static uint32_t create(void** handle, qor_error_details_t** error, Arguments... arguments) noexcept {
         return guarded_call(
             [&] {
                 check_argument(handle, "handle");
                 *handle = nullptr;
-                *handle = new Plugin(host_locator);
+                *handle = new Plugin(arguments...);
             },
             error);
     }
@@ -119,23 +140,28 @@ struct entry {
 
 // See the top of the file.
 template<auto Member>
-inline constexpr auto* slot = &detail::slot_maker<Member>::call;
+inline constexpr auto* slot = &detail::member_parts<decltype(Member)>::template call<Member>;
+template<auto Member>
+inline constexpr auto* value_slot = &detail::member_parts<decltype(Member)>::template value<Member>;
 
 } // namespace qor::sdk
 
 // The exported symbols of a plug-in and its metadata block. Macros, since they define symbols of given names.
-#define QOR_PLUGIN_ENTRIES(kind, plugin)                                                                               \
-    extern "C" QOR_EXPORT uint32_t qor_##kind##_create(void** handle, qor_service_locator_t* host_locator,             \
-                                                       qor_error_details_t** error) {                                  \
-        return qor::sdk::detail::entry<plugin>::create(handle, host_locator, error);                                   \
-    }                                                                                                                  \
+#define QOR_PLUGIN_DESTROY_AND_LOCATOR(kind, plugin)                                                                   \
     extern "C" QOR_EXPORT void qor_##kind##_destroy(void* handle) {                                                    \
         qor::sdk::detail::entry<plugin>::destroy(handle);                                                              \
     }                                                                                                                  \
-    extern "C" QOR_EXPORT uint32_t qor_##kind##_get_service_locator(                                                   \
-        void* handle, qor_service_locator_t** locator, qor_error_details_t** error) {                                  \
+    extern "C" QOR_EXPORT uint32_t qor_##kind##_get_service_locator(void* handle, qor_service_locator_t** locator,     \
+                                                                    qor_error_details_t** error) {                     \
         return qor::sdk::detail::entry<plugin>::get_service_locator(handle, locator, error);                           \
     }
+
+#define QOR_PLUGIN_ENTRIES(kind, plugin)                                                                               \
+    extern "C" QOR_EXPORT uint32_t qor_##kind##_create(void** handle, qor_service_locator_t* host_locator,             \
+                                                       qor_error_details_t** error) {                                  \
+        return qor::sdk::detail::entry<plugin>::create(handle, error, host_locator);                                   \
+    }                                                                                                                  \
+    QOR_PLUGIN_DESTROY_AND_LOCATOR(kind, plugin)
 
 #define QOR_DATA_MATCHER(plugin)                                                                                       \
     QOR_LIBRARY_METADATA("data-matcher")                                                                               \
@@ -148,5 +174,16 @@ inline constexpr auto* slot = &detail::slot_maker<Member>::call;
 #define QOR_DATA_PROCESSOR(plugin)                                                                                     \
     QOR_LIBRARY_METADATA("data-processor")                                                                             \
     QOR_PLUGIN_ENTRIES(data_processor, plugin)
+
+// A storage's class is made by (const char* uri, uint8_t open_mode, uint32_t flags, qor_service_locator_t*).
+#define QOR_SIGNAL_STORAGE(plugin)                                                                                     \
+    QOR_LIBRARY_METADATA("signal-storage")                                                                             \
+    extern "C" QOR_EXPORT uint32_t qor_signal_storage_open(                                                            \
+        const char* uri, uint8_t open_mode, uint32_t signal_storage_flags, qor_service_locator_t* host_locator,        \
+        void** handle, qor_error_details_t** error) {                                                                  \
+        return qor::sdk::detail::entry<plugin>::create(handle, error, uri, open_mode, signal_storage_flags,            \
+                                                       host_locator);                                                  \
+    }                                                                                                                  \
+    QOR_PLUGIN_DESTROY_AND_LOCATOR(signal_storage, plugin)
 
 #endif

@@ -47,8 +47,8 @@ uint32_t qor_tavi_extractor_get_type_schema_by_url(qor_tavi_extractor_t* handle,
             check_argument(handle, "handle");
             check_argument(url_expression, "url_expression");
             check_argument(size, "size");
-            return return_text(
-                handle->object->get_type_schema_by_url(url_expression, lenient, annotate, print_option), buffer, size);
+            return return_text(handle->object->get_type_schema_by_url(url_expression, lenient, annotate, print_option),
+                               buffer, size);
         },
         error_details);
 }

@@ -12,8 +12,8 @@ uint32_t qor_tavi_extractor_create(const char* signal_storage_uri, uint32_t sign
             check_argument(signal_storage_uri, "signal_storage_uri");
             *handle = nullptr;
             auto locator = std::make_shared<runtime::service_locator>(service_locator);
-            auto object = std::make_shared<extractor>(std::string(signal_storage_uri), signal_storage_flags,
-                                                      std::move(locator));
+            auto object =
+                std::make_shared<extractor>(std::string(signal_storage_uri), signal_storage_flags, std::move(locator));
             *handle = new qor_tavi_extractor_t{std::move(object)};
         },
         error_details);

@@ -55,8 +55,8 @@ void return_signatures(const std::vector<std::string>& signatures, char*** texts
 uint32_t qor_tavi_extractor_register_source(qor_tavi_extractor_t* handle, const qor_data_source_t* data_source,
                                             const qor_data_source_provider_t* provider, bool sanitize_name,
                                             char*** data_description_signatures,
-                                            size_t* data_description_signature_count,
-                                            qor_memory_allocator_t* allocator, qor_error_details_t** error_details) {
+                                            size_t* data_description_signature_count, qor_memory_allocator_t* allocator,
+                                            qor_error_details_t** error_details) {
     return guarded_call(
         [&] {
             check_argument(handle, "handle");
@@ -98,9 +98,9 @@ uint32_t qor_tavi_extractor_register_source_with_data_descriptions(
             }
             const std::vector<qor_data_description_content_t> descriptions(data_descriptions,
                                                                            data_descriptions + data_description_count);
-            return_signatures(handle->object->register_source_with_data_descriptions(source_id, instance, source_name,
-                                                                                     descriptions),
-                              data_description_signatures, data_description_signature_count, allocator);
+            return_signatures(
+                handle->object->register_source_with_data_descriptions(source_id, instance, source_name, descriptions),
+                data_description_signatures, data_description_signature_count, allocator);
         },
         error_details);
 }

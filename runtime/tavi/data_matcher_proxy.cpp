@@ -84,9 +84,9 @@ bool data_matcher_proxy::match(uint64_t subscription_handle, const qor_package_t
     return matched;
 }
 
-std::span<const qor_match_outcome_t>
-data_matcher_proxy::match_batch(std::span<const uint64_t> handles, const qor_package_t& package, bool lenient,
-                                std::vector<qor_match_outcome_t>& outcomes) const {
+std::span<const qor_match_outcome_t> data_matcher_proxy::match_batch(std::span<const uint64_t> handles,
+                                                                     const qor_package_t& package, bool lenient,
+                                                                     std::vector<qor_match_outcome_t>& outcomes) const {
     if (handles.empty()) {
         return {};
     }

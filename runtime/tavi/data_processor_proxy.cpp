@@ -131,9 +131,9 @@ void data_processor_proxy::unregister_type(uint64_t subscription_handle) const {
     details.rethrow();
 }
 
-std::vector<qor::runtime::dynamic_data_holder>
-data_processor_proxy::process(uint64_t subscription_handle, const qor_package_t& package,
-                              qor_memory_allocator_t* allocator) const {
+std::vector<qor::runtime::dynamic_data_holder> data_processor_proxy::process(uint64_t subscription_handle,
+                                                                             const qor_package_t& package,
+                                                                             qor_memory_allocator_t* allocator) const {
     check_slot<qor_data_processor_support_t>(support.process, "process");
     qor_dynamic_data_t** array = nullptr;
     uint64_t count = 0;

@@ -85,7 +85,9 @@ void signal_storage_proxy::release() noexcept {
     service_locator.reset();
 }
 
-signal_storage_proxy::~signal_storage_proxy() { release(); }
+signal_storage_proxy::~signal_storage_proxy() {
+    release();
+}
 
 std::shared_ptr<context> signal_storage_proxy::open_context(const void* buffer, size_t size, const std::string& name,
                                                             uint8_t context_type) const {

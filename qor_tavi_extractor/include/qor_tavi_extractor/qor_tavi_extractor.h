@@ -87,8 +87,8 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_service_locator(qor_tavi_
  * provider       null for none; the record is copied
  * sanitize_name  keep the name in the form of qor_data_source_sanitize_name
  * data_description_signatures, data_description_signature_count, allocator
- *                receive the signatures; when one of the first two is null they are dropped and `allocator` may be null.
- *                Each text and the array are freed with `allocator`.
+ *                receive the signatures; when one of the first two is null they are dropped and `allocator` may be
+ * null. Each text and the array are freed with `allocator`.
  *
  * Errors: what a parser or provider reports; "failed to find a data description parser for data description type 'x'";
  * "the specified data source name does not match the previously registered name" (QOR_STATUS_INVALID_ARGUMENT).
@@ -173,7 +173,8 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_type_schema_by_url(qor_ta
 /* ---- subscriptions ----------------------------------------------------------------------------------------------- */
 
 /*
- * Subscribes to what a URL expression names, for example "10#2.View.Group.Signal[3]" or "Camera.Objects.Object[last()]".
+ * Subscribes to what a URL expression names, for example "10#2.View.Group.Signal[3]" or
+ * "Camera.Objects.Object[last()]".
  *
  * lenient              as for the schema
  * subscription_handle  receives the handle: never 0, not repeated in the process

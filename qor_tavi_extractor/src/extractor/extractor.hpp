@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "qor_tavi_extractor/src/extractor/tables.hpp"
 #include "qorc/extensibility/data_source_provider.h"
 #include "runtime/enable_service_locator.hpp"
 #include "runtime/holders.hpp"
@@ -20,7 +21,6 @@
 #include "runtime/tavi/data_matcher_proxy.hpp"
 #include "runtime/tavi/data_processor_proxy.hpp"
 #include "runtime/tavi/signal_storage_proxy.hpp"
-#include "qor_tavi_extractor/src/extractor/tables.hpp"
 
 namespace qor::tavi::detail {
 

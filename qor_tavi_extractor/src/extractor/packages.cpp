@@ -8,6 +8,7 @@
 
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
 #include "qor_tavi_extractor/src/extractor/source_key.hpp"
+#include "qorcpp/call_frame.hpp"
 
 namespace qor::tavi::detail {
 
@@ -93,9 +94,8 @@ std::vector<uint64_t> extractor::match(const qor_package_t& package, bool strict
     if (matcher == nullptr) {
         return matched;
     }
-    matcher->for_each_match(subscriptions_by_source[key], package, !strict, outcomes, [&](const auto& outcome) {
-        matched.push_back(outcome.subscription_handle);
-    });
+    matcher->for_each_match(subscriptions_by_source[key], package, !strict, outcomes,
+                            [&](const auto& outcome) { matched.push_back(outcome.subscription_handle); });
     return matched;
 }
 

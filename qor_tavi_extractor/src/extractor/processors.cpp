@@ -23,8 +23,7 @@ bool fits(const qor_data_processor_format_t& format, uint16_t source_id) {
 
 std::vector<uint64_t> extractor::bind_processors(const extensibility::data_source& source,
                                                  const qor_data_source_provider_t& provider) {
-    const std::string search_path =
-        platform::get_shared_library_search_path(platform::get_current_module_directory());
+    const std::string search_path = platform::get_shared_library_search_path(platform::get_current_module_directory());
     std::vector<uint64_t> description_ids;
     for (const std::string& path : runtime::search_local_libraries(search_path, "data-processor")) {
         bind_processor(std::make_unique<runtime::tavi::data_processor_proxy>(

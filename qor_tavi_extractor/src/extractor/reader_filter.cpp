@@ -38,8 +38,8 @@ std::string upper_case_hexadecimal(uint64_t value) {
 }
 
 std::string text_of(const filter_term& term) {
-    std::string text = "(SourceId = " + std::to_string(term.source_id) +
-                       " AND Instance = " + std::to_string(term.instance);
+    std::string text =
+        "(SourceId = " + std::to_string(term.source_id) + " AND Instance = " + std::to_string(term.instance);
     if (term.cycle != 0) {
         text += " AND Cycle = " + std::to_string(term.cycle);
     }

@@ -14,6 +14,8 @@ namespace qor::tavi::detail {
 
 namespace {
 
+using extensibility::log::statement;
+
 constexpr const wchar_t* function_name = L"qor::tavi::detail::extractor::register_source";
 
 // The source id whose descriptions may fail one by one without failing the registration.
@@ -46,8 +48,8 @@ std::string text_of(const char (&field)[Size]) {
 
 } // namespace
 
-std::shared_ptr<runtime::tavi::data_description_parser_proxy>
-extractor::find_parser(const std::string& format_type, uint16_t source_id) const {
+std::shared_ptr<runtime::tavi::data_description_parser_proxy> extractor::find_parser(const std::string& format_type,
+                                                                                     uint16_t source_id) const {
     for (const auto& [key, parser] : parsers) {
         if (key.format == format_type && (key.source_id_filter == 0 || key.source_id_filter == source_id)) {
             return parser;
@@ -73,9 +75,10 @@ void extractor::register_provider_description(const extensibility::data_source& 
     const std::string name = text_of(description.name);
     const auto parser = find_parser(text_of(description.format_type), source.source_id);
     description_ids.push_back(parse_description(*parser, content.get(), size, name, QOR_CONTEXT_TYPE_GENERAL));
-    extensibility::log::write(logger, QOR_LOG_LEVEL_PROGRESS, {function_name},
-                              "Tavi extractor registering source '%s' with data description '%s'",
-                              text_of(source.name).c_str(), name.c_str());
+    if (const statement say{logger, QOR_LOG_LEVEL_PROGRESS, function_name}) {
+        say("Tavi extractor registering source '%s' with data description '%s'", text_of(source.name).c_str(),
+            name.c_str());
+    }
 }
 
 bool extractor::register_provider_descriptions(const extensibility::data_source& source,
@@ -86,10 +89,10 @@ bool extractor::register_provider_descriptions(const extensibility::data_source&
         try {
             register_provider_description(source, provider, description, description_ids);
         } catch (const std::exception& error) {
-            extensibility::log::write(
-                logger, QOR_LOG_LEVEL_ERROR, {function_name},
-                "Tavi extractor failed to register source '%s' with data description '%s': %s",
-                text_of(source.name).c_str(), text_of(description.name).c_str(), error.what());
+            if (const statement say{logger, QOR_LOG_LEVEL_ERROR, function_name}) {
+                say("Tavi extractor failed to register source '%s' with data description '%s': %s",
+                    text_of(source.name).c_str(), text_of(description.name).c_str(), error.what());
+            }
             if (source.source_id != tolerant_source_id) {
                 throw;
             }
@@ -103,9 +106,10 @@ void extractor::register_built_in_description(const extensibility::data_source& 
     const auto parser = find_parser(name, source.source_id);
     description_ids.push_back(
         parse_description(*parser, built_in_content, sizeof(built_in_content), name, QOR_CONTEXT_TYPE_GENERAL));
-    extensibility::log::write(logger, QOR_LOG_LEVEL_PROGRESS, {function_name},
-                              "Tavi extractor registering source '%s' with predefined data description '%s'",
-                              text_of(source.name).c_str(), name);
+    if (const statement say{logger, QOR_LOG_LEVEL_PROGRESS, function_name}) {
+        say("Tavi extractor registering source '%s' with predefined data description '%s'",
+            text_of(source.name).c_str(), name);
+    }
 }
 
 std::vector<std::string> extractor::register_source(const extensibility::data_source& source,
@@ -120,9 +124,10 @@ std::vector<std::string> extractor::register_source(const extensibility::data_so
     if (const char* const built_in = built_in_description(local.source_id)) {
         register_built_in_description(local, built_in, description_ids);
     } else if (!had_descriptions) {
-        extensibility::log::write(logger, QOR_LOG_LEVEL_WARNING, {function_name},
-                                  "Tavi extractor registering source '%s' without data description information",
-                                  text_of(local.name).c_str());
+        if (const statement say{logger, QOR_LOG_LEVEL_WARNING, function_name}) {
+            say("Tavi extractor registering source '%s' without data description information",
+                text_of(local.name).c_str());
+        }
     }
     std::vector<std::string> signatures;
     for (const uint64_t id : description_ids) {
@@ -144,8 +149,7 @@ void extractor::store_source(uint16_t source_id, uint32_t instance, const std::s
     const uint64_t key = source_key(source_id, instance);
     const auto found = sources.find(key);
     if (found != sources.end() && found->second.name != name) {
-        throw std::invalid_argument(
-            "the specified data source name does not match the previously registered name");
+        throw std::invalid_argument("the specified data source name does not match the previously registered name");
     }
     auto& record = found != sources.end()
                        ? found->second
@@ -190,6 +194,8 @@ void extractor::unregister_sources() {
     reset_table(sources);
 }
 
-void extractor::checkpoint_signal_storage() { signal_storage->checkpoint(); }
+void extractor::checkpoint_signal_storage() {
+    signal_storage->checkpoint();
+}
 
 } // namespace qor::tavi::detail

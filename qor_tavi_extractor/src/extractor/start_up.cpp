@@ -2,11 +2,11 @@
 #include <filesystem>
 #include <utility>
 
+#include "qor_tavi_extractor/src/extractor/extractor.hpp"
 #include "qorcpp/library_search.hpp"
 #include "qorcpp/platform/module.hpp"
 #include "qorcpp/platform/shared_library.hpp"
 #include "runtime/filesystem_provider.hpp"
-#include "qor_tavi_extractor/src/extractor/extractor.hpp"
 
 namespace qor::tavi::detail {
 
@@ -27,8 +27,8 @@ std::string plugin_search_path() {
 extractor::extractor(const std::string& signal_storage_uri, uint32_t signal_storage_flags,
                      std::shared_ptr<runtime::service_locator> service_locator)
     : service_locator(std::move(service_locator)), matchers(initial_bucket_count), parsers(initial_bucket_count),
-      subscriptions(initial_bucket_count), subscriptions_by_source(initial_bucket_count),
-      sources(initial_bucket_count), source_keys_by_name(initial_bucket_count), processors(initial_bucket_count) {
+      subscriptions(initial_bucket_count), subscriptions_by_source(initial_bucket_count), sources(initial_bucket_count),
+      source_keys_by_name(initial_bucket_count), processors(initial_bucket_count) {
     load_signal_storage(signal_storage_uri, signal_storage_flags);
     take_logger();
     find_matchers();

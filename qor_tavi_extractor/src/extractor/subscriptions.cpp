@@ -15,7 +15,9 @@ namespace {
 // One counter for the whole process, so that no two extractors share a handle. The first handle is 2.
 std::atomic<uint64_t> last_handle{1};
 
-uint64_t new_handle() noexcept { return last_handle.fetch_add(1) + 1; }
+uint64_t new_handle() noexcept {
+    return last_handle.fetch_add(1) + 1;
+}
 
 // Element count and size of a level, whatever its kind.
 struct level_layout {

@@ -67,7 +67,9 @@ QOR_EXPORT const char* qor_runtime_query_metadata(void);
  */
 #define QOR_LIBRARY_METADATA_VERSION(type, version)                                                                    \
     QOR_METADATA_SECTION static const char qor_metadata_block[QOR_METADATA_SIZE] = QOR_METADATA_TEXT(type, version);   \
-    const char* qor_runtime_query_metadata(void) { return qor_metadata_block; }
+    const char* qor_runtime_query_metadata(void) {                                                                     \
+        return qor_metadata_block;                                                                                     \
+    }
 
 /* The same for a library that is built with the system and shares its version. */
 #define QOR_LIBRARY_METADATA(type) QOR_LIBRARY_METADATA_VERSION(type, QOR_BUILD_VERSION)
