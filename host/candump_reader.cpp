@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/hex_text.hpp"
+#include "qorcpp/can_frame.hpp"
 
 namespace tavi::host {
 
@@ -104,10 +105,10 @@ bool parse_id(line_cursor& line, std::uint32_t& id) {
             const std::uint32_t value = static_cast<std::uint32_t>(bytes[0]) << 24 |
                                         static_cast<std::uint32_t>(bytes[1]) << 16 |
                                         static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
-            if ((value & (can_extended_flag | can_remote_flag)) != 0) {
+            if ((value & (qor::can_extended_bit | qor::can_remote_bit)) != 0) {
                 return line.fail(first, "the id " + std::string(first, 8) + " has more than 29 bits", id_hint);
             }
-            id = (value & can_error_flag) != 0 ? value : value | can_extended_flag;
+            id = (value & qor::can_error_bit) != 0 ? value : value | qor::can_extended_bit;
             line.at += 8;
             return true;
         }
@@ -175,7 +176,7 @@ bool parse_data(line_cursor& line, candump_frame& frame, std::size_t limit) {
 
 bool parse_remote(line_cursor& line, candump_frame& frame) {
     ++line.at;
-    frame.id |= can_remote_flag;
+    frame.id |= qor::can_remote_bit;
     frame.length = 0;
     if (!line.done() && !is_blank(*line.at)) {
         const auto length = hex_value(*line.at);

@@ -24,9 +24,6 @@ namespace tavi::host {
 // Where a reader's bytes come from: fills up to `room` bytes and returns how many; 0 is the end.
 using byte_source = std::function<std::size_t(char* buffer, std::size_t room)>;
 
-inline constexpr std::uint32_t can_extended_flag = 0x80000000; // 29-bit id
-inline constexpr std::uint32_t can_remote_flag = 0x40000000;
-inline constexpr std::uint32_t can_error_flag = 0x20000000;
 inline constexpr std::uint8_t can_fd_flag = 0x04; // in `flags`: a CAN FD frame; the other bits as the log has them
 
 struct candump_frame {
@@ -34,7 +31,7 @@ struct candump_frame {
     std::string_view time;
     // Index of the interface, see candump_reader::channels.
     std::size_t channel = 0;
-    // The id with the flag bits above.
+    // The id with the flag bits of qorcpp/can_frame.hpp.
     std::uint32_t id = 0;
     std::uint8_t flags = 0;
     // Bytes of data; for a remote frame the length asked for, without data.
