@@ -42,8 +42,8 @@ catalogue_reader::catalogue_reader(database& owner)
       range_(owner,
              "SELECT " QOR_NODE_COLUMNS " FROM node AS n WHERE n.position BETWEEN ?1 AND ?2 ORDER BY n.position"),
       range_count_(owner, "SELECT count(*) FROM node WHERE position BETWEEN ?1 AND ?2"),
-      link_(owner, "SELECT position, last, child_count, parent, name FROM node WHERE position = coalesce("
-                   "(SELECT x.position FROM node AS x WHERE x.id = ?1 AND x.id <> x.position), ?1) AND id = ?1"),
+      link_(owner, "SELECT id, parent, name, position, child_count FROM node WHERE position = ?1"),
+      moved_(owner, "SELECT position FROM node WHERE id = ?1 AND id <> position"),
       description_(owner, "SELECT signature, view_count, node_count FROM description WHERE id = ?1"),
       by_signature_(owner, "SELECT id FROM description WHERE signature = ?1") {}
 
@@ -57,7 +57,7 @@ qor_type_node_t* catalogue_reader::find_node(std::uint64_t description_id, std::
                                         : static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()));
         while (row.next()) {
             const qor_type_node_t node = read_node_row(row, database_);
-            if (has_path(node.id, path)) { // else: another path of the same hash
+            if (has_path(node, path)) { // else: another path of the same hash
                 qor_type_node_t* copy = nullptr;
                 qor_error_details_t* details = nullptr;
                 qor_type_node_clone(qor_get_default_allocator(), &node, &copy, &details);
@@ -69,29 +69,45 @@ qor_type_node_t* catalogue_reader::find_node(std::uint64_t description_id, std::
     fail_path(description_id, path);
 }
 
-// Compares from the last level upwards.
-bool catalogue_reader::has_path(std::uint64_t node_id, std::string_view path) {
-    while (true) {
-        execution row(link_);
-        row.bind(1, node_id);
-        if (!row.next()) {
-            fail_damaged(node_id);
-        }
-        const char* const text = row.text(4);
-        const std::string_view name(text != nullptr ? text : "");
-        if (!path.ends_with(name)) {
-            return false;
-        }
+// Puts `row`, a run by position whose first column is the id, at a node. Nearly all nodes stand where their id says.
+bool catalogue_reader::seek(execution& row, std::uint64_t node_id) {
+    row.reset();
+    row.bind(1, node_id);
+    if (row.next() && static_cast<std::uint64_t>(row.integer(0)) == node_id) {
+        return true;
+    }
+    execution moved(moved_);
+    moved.bind(1, node_id);
+    if (!moved.next()) {
+        return false;
+    }
+    row.reset();
+    row.bind(1, static_cast<std::uint64_t>(moved.integer(0)));
+    return row.next();
+}
+
+// Whether the names of the node's ancestors make up the path, compared from the last level upwards.
+bool catalogue_reader::has_path(const qor_type_node_t& node, std::string_view path) {
+    std::string_view name = node.name;
+    std::uint64_t parent = node.parent_id;
+    execution row(link_);
+    while (path.ends_with(name)) {
         path.remove_suffix(name.size());
-        node_id = static_cast<std::uint64_t>(row.integer(3));
-        if (node_id == 0) {
+        if (parent == 0) {
             return path.empty();
         }
         if (!path.ends_with('.')) {
             return false;
         }
         path.remove_suffix(1);
+        if (!seek(row, parent)) {
+            fail_damaged(parent);
+        }
+        const char* const text = row.text(2);
+        name = text != nullptr ? text : "";
+        parent = static_cast<std::uint64_t>(row.integer(1));
     }
+    return false;
 }
 
 void catalogue_reader::fail_path(std::uint64_t description_id, std::string_view path) {
@@ -111,13 +127,8 @@ void catalogue_reader::fail_damaged(std::uint64_t position) const {
     database_.fail("the file is damaged: node '" + std::to_string(position) + "' is missing or out of place");
 }
 
-catalogue_reader::linked_place catalogue_reader::place_of(std::uint64_t node_id) {
-    execution row(link_);
-    row.bind(1, node_id);
-    if (!row.next()) {
-        throw std::invalid_argument("node id '" + std::to_string(node_id) + "' is not in the signal storage");
-    }
-    return {read_node_place(row), static_cast<std::uint64_t>(row.integer(3))};
+void catalogue_reader::fail_node(std::uint64_t node_id) const {
+    throw std::invalid_argument("node id '" + std::to_string(node_id) + "' is not in the signal storage");
 }
 
 // A count out of a damaged file must not make room for what was never there.
@@ -164,46 +175,56 @@ node_sequence catalogue_reader::roots(std::uint64_t description_id) {
 
 node_sequence catalogue_reader::children(std::uint64_t node_id) {
     const snapshot view(*this);
-    const node_place place = place_of(node_id);
-    return siblings(place.position + 1, place.child_count);
+    execution row(link_);
+    if (!seek(row, node_id)) {
+        fail_node(node_id);
+    }
+    return siblings(static_cast<std::uint64_t>(row.integer(3)) + 1, static_cast<std::uint64_t>(row.integer(4)));
 }
 
 node_sequence catalogue_reader::hierarchy(std::uint64_t node_id) {
     const snapshot view(*this);
-    linked_place place = place_of(node_id);
-    std::vector<std::uint64_t> positions{place.position};
-    while (place.parent != 0) {
-        place = place_of(place.parent);
-        // Parents stand before their children, so that a walk upwards ends even in a damaged file.
-        if (place.position >= positions.back()) {
-            fail_damaged(place.position);
-        }
-        positions.push_back(place.position);
+    execution row(by_position_);
+    if (!seek(row, node_id)) {
+        fail_node(node_id);
     }
-    node_sequence nodes(positions.size());
-    for (std::uint64_t i = 0; i < nodes.count(); ++i) {
-        execution row(by_position_);
-        row.bind(1, positions[positions.size() - 1 - i]);
-        if (!row.next()) {
-            fail_damaged(node_id);
+    const node_place place = read_node_place(row);
+    check_count(make_node_id(description_of(place.position), 1), place.position, place.depth);
+    node_sequence nodes(place.depth);
+    for (std::uint64_t level = place.depth; level != 0; --level) {
+        const qor_type_node_t node = read_node_row(row, database_);
+        nodes.put(level - 1, node);
+        const std::uint64_t parent = node.parent_id;
+        if (level == 1 && parent == 0) {
+            return nodes;
         }
-        nodes.put(i, read_node_row(row, database_));
+        if (parent == 0 || !seek(row, parent)) {
+            break;
+        }
     }
-    return nodes;
+    fail_damaged(place.position);
 }
 
 node_sequence catalogue_reader::subtree(std::uint64_t node_id) {
     const snapshot view(*this);
-    const node_place place = place_of(node_id);
+    node_place place;
+    {
+        execution row(by_position_);
+        if (!seek(row, node_id)) {
+            fail_node(node_id);
+        }
+        place = read_node_place(row);
+    }
     if (place.last < place.position) {
         fail_damaged(place.position);
     }
-    check_count(place.position, place.last, place.last - place.position + 1);
-    node_sequence nodes(place.last - place.position + 1);
+    const std::uint64_t count = place.last - place.position + 1;
+    check_count(place.position, place.last, count);
+    node_sequence nodes(count);
     execution row(range_);
     row.bind(1, place.position);
     row.bind(2, place.last);
-    for (std::uint64_t i = 0; i < nodes.count(); ++i) {
+    for (std::uint64_t i = 0; i < count; ++i) {
         if (!row.next()) {
             fail_damaged(place.position + i);
         }

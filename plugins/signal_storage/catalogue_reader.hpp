@@ -39,14 +39,11 @@ public:
 private:
     class snapshot;
 
-    struct linked_place : node_place {
-        std::uint64_t parent; // its id, 0 for a view
-    };
-
-    linked_place place_of(std::uint64_t node_id);
-    bool has_path(std::uint64_t node_id, std::string_view path);
+    bool seek(execution& row, std::uint64_t node_id);
+    bool has_path(const qor_type_node_t& node, std::string_view path);
     node_sequence siblings(std::uint64_t first_position, std::uint64_t count);
     void check_count(std::uint64_t first_position, std::uint64_t last_position, std::uint64_t count);
+    [[noreturn]] void fail_node(std::uint64_t node_id) const;
     [[noreturn]] void fail_path(std::uint64_t description_id, std::string_view path);
     [[noreturn]] void fail_damaged(std::uint64_t position) const;
 
@@ -58,6 +55,7 @@ private:
     statement range_;
     statement range_count_;
     statement link_;
+    statement moved_;
     statement description_;
     statement by_signature_;
 };

@@ -1,7 +1,7 @@
 #include "plugins/signal_storage/catalogue_writer.hpp"
 
 #include <algorithm>
-#include <tuple>
+#include <utility>
 
 #include "plugins/signal_storage/node_id.hpp"
 #include "plugins/signal_storage/node_row.hpp"
@@ -10,15 +10,10 @@ namespace qor::storage {
 
 namespace {
 
-// Where each node stands when the tree is walked depth first; by number, 0 unused.
-struct position_range {
-    std::uint32_t position;
-    std::uint32_t last; // of the nodes below; the node's own when there are none
-};
-
-std::vector<position_range> walk_depth_first(const std::vector<pending_node>& nodes,
-                                             std::vector<std::uint32_t>& order) {
-    std::vector<position_range> ranges(nodes.size());
+// By number, 0 unused. `order` receives the numbers in the order of the walk.
+std::vector<catalogue_writer::position_range> walk_depth_first(const std::vector<pending_node>& nodes,
+                                                               std::vector<std::uint32_t>& order) {
+    std::vector<catalogue_writer::position_range> ranges(nodes.size());
     order.reserve(nodes.size());
     std::uint32_t node = nodes[0].first_child;
     std::uint32_t position = 0;
@@ -97,24 +92,29 @@ void catalogue_writer::write_nodes(std::uint64_t description_id, const pending_d
     const std::vector<pending_node>& nodes = content.nodes();
     std::vector<std::uint32_t> order;
     const std::vector<position_range> ranges = walk_depth_first(nodes, order);
-    {
-        execution insertion(insert_node_);
-        for (const std::uint32_t number : order) {
-            const pending_node& node = nodes[number];
-            const std::uint64_t parent_id = node.parent != 0 ? make_node_id(description_id, node.parent) : 0;
-            write_node_row(insertion, make_record(node, make_node_id(description_id, number), parent_id),
-                           {make_node_id(description_id, ranges[number].position),
-                            make_node_id(description_id, ranges[number].last), node.child_count});
-        }
-    }
-    // In the order of the index, so that entries are appended: half the time of any other order.
-    std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
-        return std::tuple(static_cast<std::int64_t>(nodes[a].path_hash), a) <
-               std::tuple(static_cast<std::int64_t>(nodes[b].path_hash), b);
-    });
-    execution insertion(insert_path_);
+    execution insertion(insert_node_);
     for (const std::uint32_t number : order) {
-        insertion.bind(1, nodes[number].path_hash);
+        const pending_node& node = nodes[number];
+        const std::uint64_t parent_id = node.parent != 0 ? make_node_id(description_id, node.parent) : 0;
+        write_node_row(insertion, make_record(node, make_node_id(description_id, number), parent_id),
+                       {make_node_id(description_id, ranges[number].position),
+                        make_node_id(description_id, ranges[number].last), node.depth, node.child_count});
+    }
+    write_paths(description_id, nodes, ranges);
+}
+
+// In the order of the index, so that entries are appended: half the time of any other order.
+void catalogue_writer::write_paths(std::uint64_t description_id, const std::vector<pending_node>& nodes,
+                                   const std::vector<position_range>& ranges) {
+    std::vector<std::pair<std::int64_t, std::uint32_t>> entries; // hash as SQLite compares it, number
+    entries.reserve(nodes.size());
+    for (std::uint32_t number = 1; number < nodes.size(); ++number) {
+        entries.emplace_back(static_cast<std::int64_t>(nodes[number].path_hash), number);
+    }
+    std::sort(entries.begin(), entries.end());
+    execution insertion(insert_path_);
+    for (const auto& [hash, number] : entries) {
+        insertion.bind(1, static_cast<std::uint64_t>(hash));
         insertion.bind(2, make_node_id(description_id, number));
         insertion.bind(3, make_node_id(description_id, ranges[number].position));
         insertion.run();

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "plugins/signal_storage/pending_description.hpp"
 #include "plugins/signal_storage/statement.hpp"
@@ -20,6 +21,12 @@ struct description_identity {
 
 class catalogue_writer {
 public:
+    // Where a node stands when the tree is walked depth first, counted from 1.
+    struct position_range {
+        std::uint32_t position;
+        std::uint32_t last; // of the nodes below; the node's own when there are none
+    };
+
     explicit catalogue_writer(database& owner);
 
     // Inserts the description with this id, all its nodes and texts.
@@ -32,6 +39,8 @@ private:
     void write_description(const description_identity& identity, std::uint64_t description_id,
                            const pending_description& content);
     void write_nodes(std::uint64_t description_id, const pending_description& content);
+    void write_paths(std::uint64_t description_id, const std::vector<pending_node>& nodes,
+                     const std::vector<position_range>& ranges);
     void write_texts(std::uint64_t description_id, const pending_description& content);
 
     statement insert_description_;

@@ -10,10 +10,11 @@ namespace {
 
 // Columns in the order of QOR_NODE_COLUMNS; parameters of the insertion are one more.
 enum column : int {
+    id,
     position,
     last,
+    depth,
     child_count,
-    id,
     parent,
     kind,
     name,
@@ -149,17 +150,19 @@ void read_signal(const execution& row, qor_signal_node_t& signal, const database
 } // namespace
 
 const char* const insert_node_sql =
-    "INSERT INTO node (position, last, child_count, id, parent, kind, name, comment, cycle, address, flags, offset, "
+    "INSERT INTO node (id, position, last, depth, child_count, parent, kind, name, comment, cycle, address, flags, "
+    "offset, "
     "element_count, element_size, bit_offset, bit_length, raw_kind, converted_kind, encoding, byte_order, "
     "multiplexing, presence, numerator_x2, numerator_x1, numerator_x0, denominator_x2, denominator_x1, "
     "denominator_x0, minimum, maximum, unit, value_table, suffix) VALUES "
-    "(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
+    "(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
 
 void write_node_row(execution& insertion, const qor_type_node_t& node, const node_place& place) {
     const auto bind = [&](int column, std::uint64_t value) { insertion.bind(column + 1, value); };
     insertion.clear();
     bind(position, place.position);
     bind(last, place.last);
+    bind(depth, place.depth);
     bind(child_count, place.child_count);
     bind(id, node.id);
     bind(parent, node.parent_id);
@@ -225,8 +228,8 @@ qor_type_node_t read_node_row(const execution& row, const database& source) {
 }
 
 node_place read_node_place(const execution& row) noexcept {
-    return {static_cast<std::uint64_t>(row.integer(position)), static_cast<std::uint64_t>(row.integer(last)),
-            static_cast<std::uint64_t>(row.integer(child_count))};
+    const auto value = [&](int column) { return static_cast<std::uint64_t>(row.integer(column)); };
+    return {value(position), value(last), value(depth), value(child_count)};
 }
 
 } // namespace qor::storage

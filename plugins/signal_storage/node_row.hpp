@@ -13,13 +13,15 @@ namespace qor::storage {
 struct node_place {
     std::uint64_t position;
     std::uint64_t last;
+    std::uint64_t depth; // 1 for a view
     std::uint64_t child_count;
 };
 
-// The columns of a row, in the order that the functions below count on. A macro, so that SQL texts stay literals.
+// The columns of a row, the id first, in the order that the functions below count on. A macro, so that SQL texts stay
+// literals.
 #define QOR_NODE_COLUMNS                                                                                               \
-    "n.position, n.last, n.child_count, n.id, n.parent, n.kind, n.name, n.comment, n.cycle, n.address, n.flags, "      \
-    "n.offset, n.element_count, n.element_size, n.bit_offset, n.bit_length, n.raw_kind, n.converted_kind, "            \
+    "n.id, n.position, n.last, n.depth, n.child_count, n.parent, n.kind, n.name, n.comment, n.cycle, n.address, "      \
+    "n.flags, n.offset, n.element_count, n.element_size, n.bit_offset, n.bit_length, n.raw_kind, n.converted_kind, "   \
     "n.encoding, n.byte_order, n.multiplexing, n.presence, n.numerator_x2, n.numerator_x1, n.numerator_x0, "           \
     "n.denominator_x2, n.denominator_x1, n.denominator_x0, n.minimum, n.maximum, n.unit, n.value_table, n.suffix"
 

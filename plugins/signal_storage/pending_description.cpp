@@ -113,6 +113,7 @@ void pending_description::append(const qor_type_node_t& node, std::uint32_t pare
     added.name = keep_text(node.name);
     added.comment = keep_text(node.comment);
     added.parent = parent;
+    added.depth = nodes_[parent].depth + 1;
     added.kind = node.kind;
     added.path_hash = parent == 0 ? fnv1a(added.name) : fnv1a(added.name, fnv1a(".", nodes_[parent].path_hash));
     switch (node.kind) {

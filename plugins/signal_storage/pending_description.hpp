@@ -19,6 +19,7 @@ struct pending_node {
     const char* comment = nullptr;
     std::uint64_t path_hash = 0; // FNV-1a of the names from the view down, joined by '.'
     std::uint32_t parent = 0;
+    std::uint32_t depth = 0; // 1 for a view
     std::uint32_t child_count = 0;
     std::uint32_t first_child = 0; // 0: none
     std::uint32_t last_child = 0;

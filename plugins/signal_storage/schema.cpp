@@ -8,7 +8,7 @@ namespace {
 
 // A node's id is (description id << 32) + its number in the order of adding. Its position is the same for the order
 // in which a reader walks the tree, parents first: below a node stand the positions up to `last`. Both are equal when
-// a parser adds depth first, so that only other nodes need the index from id to position.
+// a parser adds depth first, so that only other nodes need the index from id to position. A view has depth 1.
 //
 // Columns without a type keep doubles as they are: a REAL column would make 0.0 of -0.0.
 constexpr const char* tables_sql = R"sql(
@@ -25,6 +25,7 @@ CREATE TABLE node (
     position       INTEGER PRIMARY KEY,
     id             INTEGER NOT NULL,
     last           INTEGER NOT NULL,
+    depth          INTEGER NOT NULL,
     child_count    INTEGER NOT NULL,
     parent         INTEGER NOT NULL,
     kind           INTEGER NOT NULL,

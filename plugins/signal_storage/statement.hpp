@@ -52,6 +52,9 @@ public:
     // True with a row, false at the end.
     bool next();
 
+    // Ends the rows, so that other values can be bound.
+    void reset() noexcept { sqlite3_reset(handle_); }
+
     // For a statement without rows: runs it and makes it ready to run with other values.
     void run();
 
