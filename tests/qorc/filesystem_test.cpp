@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "qorc/filesystem.h"
+#include "tests/support/outcome.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace {
+
+using tavi::test::call;
+using tavi::test::failed;
+using tavi::test::invalid;
+using tavi::test::outcome;
+using tavi::test::succeeded;
+
+class filesystem : public testing::Test {
+protected:
+    filesystem() { EXPECT_EQ(open(directory.path().c_str()), succeeded); }
+    ~filesystem() override { EXPECT_EQ(call(files->close, files->context), succeeded); }
+
+    // The provider ends right after opening: a filesystem outlives it.
+    outcome open(const char* root) {
+        void* provider = nullptr;
+        EXPECT_EQ(call(qor_filesystem_provider_create_default, &provider, qor_get_default_service_locator()),
+                  succeeded);
+        qor_service_locator_t* locator = nullptr;
+        EXPECT_EQ(call(qor_filesystem_provider_get_service_locator_default, provider, &locator), succeeded);
+        qor_filesystem_provider_support_t* support = nullptr;
+        locator->resolve(locator->context, "qor_filesystem_provider_support_t", &support, nullptr);
+        const char* name = nullptr;
+        EXPECT_EQ(call(support->get_name, provider, &name), succeeded);
+        EXPECT_STREQ(name, "local");
+        qor_filesystem_t* opened = nullptr;
+        const outcome result = call(support->open_filesystem, provider, root, &opened);
+        qor_filesystem_provider_destroy_default(provider);
+        files = opened != nullptr ? opened : files;
+        return result;
+    }
+
+    outcome write(const char* path, const std::string& text) {
+        return call(files->write, files->context, path, static_cast<const void*>(text.data()),
+                    std::uint64_t{text.size()});
+    }
+
+    std::string read(const char* path, std::uint64_t offset, std::uint64_t size) {
+        std::string buffer(size, '?');
+        EXPECT_EQ(call(files->read, files->context, path, offset, static_cast<void*>(buffer.data()), &size), succeeded);
+        return buffer.substr(0, size);
+    }
+
+    std::vector<std::string> names(const char* path) {
+        qor_runtime_c_string_sequence_t* sequence = nullptr;
+        EXPECT_EQ(call(files->list, files->context, path, qor_get_default_allocator(), &sequence), succeeded);
+        std::vector<std::string> found;
+        for (std::uint64_t i = 0; sequence != nullptr && i < sequence->count; ++i) {
+            found.emplace_back(sequence->strings[i].text);
+        }
+        qor_runtime_c_string_sequence_destroy(qor_get_default_allocator(), sequence, nullptr);
+        return found;
+    }
+
+    // What failing with an errno value looks like; `what` tells the attempt.
+    outcome error(int number, const std::string& what, const std::string& path) {
+        const std::error_code code(number, std::generic_category());
+        return failed(what + " '" + (directory.path() / path).string() + "': " + code.message(),
+                      QOR_STATUS_FAMILY_GENERIC | static_cast<std::uint32_t>(number));
+    }
+
+    tavi::test::temporary_directory directory;
+    qor_filesystem_t* files = nullptr;
+};
+
+TEST_F(filesystem, writes_appends_and_reads_from_any_place) {
+    const std::string bytes("a\0\r\n\xFF", 5);
+    EXPECT_EQ(write("f", "something longer"), succeeded);
+    EXPECT_EQ(write("f", bytes), succeeded);
+    EXPECT_EQ(call(files->append, files->context, "f", static_cast<const void*>("xyz"), std::uint64_t{3}), succeeded);
+    std::uint64_t size = 0;
+    EXPECT_EQ(call(files->get_size, files->context, "f", &size), succeeded);
+    EXPECT_EQ(size, 8u);
+    EXPECT_EQ(read("f", 0, 100), bytes + "xyz");
+    EXPECT_EQ(read("f", 5, 2), "xy");
+    EXPECT_EQ(read("f", 8, 10), "");
+    EXPECT_EQ(read("f", UINT64_MAX, 10), "");
+    EXPECT_EQ(read((directory.path() / "f").c_str(), 6, 10), "yz") << "absolute";
+    EXPECT_EQ(write("empty", ""), succeeded);
+    EXPECT_EQ(read("empty", 0, 10), "");
+}
+
+TEST_F(filesystem, makes_lists_renames_and_removes) {
+    EXPECT_EQ(call(files->create_directory, files->context, "a/b"), succeeded);
+    EXPECT_EQ(call(files->create_directory, files->context, "a/b"), succeeded) << "there already";
+    EXPECT_EQ(write("a/z", "1"), succeeded);
+    EXPECT_EQ(write("a/B", "1"), succeeded);
+    EXPECT_EQ(write("a/\xC3\xA4", "1"), succeeded);
+    EXPECT_EQ(names("a"), (std::vector<std::string>{"B", "b", "z", "\xC3\xA4"}));
+    EXPECT_EQ(call(files->rename, files->context, "a/z", "y"), succeeded);
+    EXPECT_EQ(names(""), (std::vector<std::string>{"a", "y"}));
+    EXPECT_EQ(call(files->remove, files->context, "a"), error(ENOTEMPTY, "cannot remove", "a"));
+    EXPECT_EQ(call(files->remove, files->context, "y"), succeeded);
+    const struct {
+        const char* path;
+        bool exists;
+        bool is_directory;
+    } cases[] = {{"a/b", true, true}, {"a/B", true, false}, {"y", false, false}, {"a/B/c", false, false}};
+    for (const auto& [path, exists, is_directory] : cases) {
+        bool answer = !exists;
+        EXPECT_EQ(call(files->exists, files->context, path, &answer), succeeded) << path;
+        EXPECT_EQ(answer, exists) << path;
+        answer = !is_directory;
+        EXPECT_EQ(call(files->is_directory, files->context, path, &answer), succeeded) << path;
+        EXPECT_EQ(answer, is_directory) << path;
+    }
+}
+
+TEST_F(filesystem, failures_carry_the_number_and_the_path) {
+    std::uint64_t size = 1;
+    char byte = 0;
+    void* const buffer = &byte;
+    EXPECT_EQ(call(files->get_size, files->context, "none", &size), error(ENOENT, "cannot tell the size of", "none"));
+    EXPECT_EQ(call(files->read, files->context, "none", std::uint64_t{0}, buffer, &size),
+              error(ENOENT, "cannot open", "none"));
+    std::filesystem::create_directory(directory.path() / "dir");
+    EXPECT_EQ(call(files->read, files->context, "dir", std::uint64_t{0}, buffer, &size),
+              error(EISDIR, "cannot read", "dir"));
+    EXPECT_EQ(write("none/file", "x"), error(ENOENT, "cannot open", "none/file"));
+    EXPECT_EQ(call(files->remove, files->context, "none"), error(ENOENT, "cannot remove", "none"));
+    qor_runtime_c_string_sequence_t* listed = nullptr;
+    EXPECT_EQ(call(files->list, files->context, "none", qor_get_default_allocator(), &listed),
+              error(ENOENT, "cannot list", "none"));
+    EXPECT_EQ(call(files->remove, files->context, static_cast<const char*>(nullptr)),
+              invalid("argument 'path' was not initialized"));
+    EXPECT_EQ(call(files->remove, static_cast<void*>(nullptr), "x"), invalid("argument 'handle' was not initialized"));
+    std::ofstream(directory.path() / "file") << "x";
+    EXPECT_EQ(open((directory.path() / "file").c_str()), error(ENOTDIR, "cannot open", "file"));
+    EXPECT_EQ(open((directory.path() / "none").c_str()), error(ENOENT, "cannot open", "none"));
+}
+
+} // namespace
