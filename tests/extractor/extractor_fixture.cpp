@@ -1,0 +1,293 @@
+#include "tests/extractor/extractor_fixture.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "qorcpp/platform/module.hpp"
+
+namespace tavi::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path copy_extractor(const fs::path& directory) {
+    const std::string file_name = qor::platform::shared_library_file_name("qor_tavi_extractor");
+    fs::copy_file(fs::path(TAVI_LIBRARY_DIR) / file_name, directory / file_name);
+    return directory / file_name;
+}
+
+std::string read_file(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// Writes the kind's word over that of the metadata block; the block's rest is zero.
+void set_library_type(std::string& bytes, const std::string& word) {
+    const std::string key = "qor-library-type=";
+    const std::string placeholder = key + "fake-plugin";
+    const std::size_t place = bytes.find(placeholder);
+    ASSERT_NE(place, std::string::npos);
+    bytes.replace(place, std::max(placeholder.size(), key.size() + word.size()),
+                  key + word + std::string(word.size() < 11 ? 11 - word.size() : 0, '\0'));
+}
+
+// After this a look-up of the symbol finds nothing.
+void spoil_symbol(std::string& bytes, const std::string& symbol) {
+    const std::string whole = '\0' + symbol + '\0';
+    for (std::size_t place = bytes.find(whole); place != std::string::npos; place = bytes.find(whole, place + 1)) {
+        bytes[place + 1] = 'x';
+    }
+}
+
+void copy_text(char* target, std::size_t room, const std::string& text) {
+    std::memcpy(target, text.data(), std::min(text.size(), room - 1));
+}
+
+std::string or_empty(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+} // namespace
+
+fake_host::fake_host() {
+    locator.context = this;
+    locator.can_resolve = [](void* context, const char* service, bool* result, qor_error_details_t**) -> uint32_t {
+        *result = static_cast<fake_host*>(context)->offers_log && std::string(service) == "qor_log_t";
+        return QOR_STATUS_OK;
+    };
+    locator.resolve = [](void* context, const char* service, void* target, qor_error_details_t**) -> uint32_t {
+        auto& self = *static_cast<fake_host*>(context);
+        if (std::string(service) == "qor_log_t") {
+            *static_cast<void**>(target) = &self.log;
+        } else if (std::string(service) == fakes::control_service) {
+            *static_cast<void**>(target) = &self.control;
+        }
+        return QOR_STATUS_OK;
+    };
+    log.context = this;
+    log.log = [](void* context, const qor_log_info_t* info, qor_error_details_t** error) -> uint32_t {
+        auto& self = *static_cast<fake_host*>(context);
+        self.records.push_back({info->level, info->message, or_empty(info->module), or_empty(info->file),
+                                or_empty(info->function), info->line});
+        if (self.log_answer) {
+            return qor_error_details_create(error, *self.log_answer->code, self.log_answer->text->c_str());
+        }
+        return QOR_STATUS_OK;
+    };
+}
+
+strings fake_host::take_log() {
+    strings texts;
+    for (const log_record& record : std::exchange(records, {})) {
+        texts.push_back(std::to_string(record.level) + " " + record.message);
+    }
+    return texts;
+}
+
+package::package(std::uint16_t source_id, std::uint32_t instance, const std::string& format, const std::string& payload)
+    : bytes_(sizeof(qor_package_t) + payload.size()) {
+    qor_package_t header{};
+    header.source_id = source_id;
+    header.instance = instance;
+    copy_text(header.format_type, sizeof(header.format_type), format);
+    header.payload_size = payload.size();
+    std::memcpy(bytes_.data(), &header, sizeof(header));
+    std::memcpy(bytes_.data() + sizeof(header), payload.data(), payload.size());
+}
+
+std::ostream& operator<<(std::ostream& stream, const data_record& record) {
+    return stream << record.handle << ':' << ::testing::PrintToString(record.bytes) << '/' << record.declared_size;
+}
+
+qor_data_source_t make_source(std::uint16_t id, std::uint32_t instance, const std::string& name) {
+    qor_data_source_t source{};
+    source.source_id = id;
+    source.instance = instance;
+    copy_text(source.name, sizeof(source.name), name);
+    return source;
+}
+
+std::vector<qor_type_node_t> sample_catalogue() {
+    using namespace fakes;
+    return {view_node(1, "View", 5),
+            object_node(2, 1, "Object", 0x100, 16, 4),
+            group_node(3, 2, "Group", 4, 4, 2),
+            signal_node(4, 3, "Signal", 1, 1, 3),
+            object_node(5, 1, "Plain", 0x200, 8),
+            signal_node(6, 5, "Byte", 3)};
+}
+
+extractor_test::extractor_test() : api(copy_extractor(directory.path()).string()) {
+    add_plugin("qor_signal_storage", "signal-storage");
+    host.control.nodes = sample_catalogue();
+    host.control.description_ids["one"] = 1; // the description to which the sample catalogue belongs
+}
+
+extractor_test::~extractor_test() {
+    destroy();
+    EXPECT_EQ(host.control.instances, 0) << "plug-in instances or description contexts are left";
+    EXPECT_EQ(allocator.alive(), 0u) << "blocks are left";
+    EXPECT_EQ(allocator.foreign, 0u) << "blocks were freed by an allocator that did not make them";
+}
+
+fakes::script& extractor_test::add_plugin(const std::string& name, const std::string& word,
+                                          const std::string& without_symbol) {
+    std::string bytes = read_file(TAVI_FAKE_PLUGIN);
+    set_library_type(bytes, word);
+    if (!without_symbol.empty()) {
+        spoil_symbol(bytes, without_symbol);
+    }
+    const fs::path path = directory.path() / qor::platform::shared_library_file_name(name);
+    fs::remove(path); // a new file, whoever still has the old one mapped
+    std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<long>(bytes.size()));
+    return host.control.scripts[name];
+}
+
+fakes::script& extractor_test::add_matcher(const std::string& name, std::initializer_list<std::string> formats) {
+    fakes::script& script = add_plugin(name, "data-matcher");
+    for (const std::string& format : formats) {
+        script.formats.push_back({format});
+    }
+    return script;
+}
+
+fakes::script& extractor_test::add_parser(const std::string& name, std::initializer_list<fakes::format> formats) {
+    fakes::script& script = add_plugin(name, "data-description-parser");
+    script.formats = formats;
+    return script;
+}
+
+fakes::script& extractor_test::add_processor(const std::string& name, std::initializer_list<fakes::format> formats) {
+    fakes::script& script = add_plugin(name, "data-processor");
+    script.formats = formats;
+    return script;
+}
+
+outcome extractor_test::create(const char* uri, std::uint32_t flags) {
+    return call(api.create, uri, flags, host_locator, &handle);
+}
+
+void extractor_test::destroy() {
+    EXPECT_EQ(api.destroy(std::exchange(handle, nullptr)), QOR_STATUS_OK);
+}
+
+outcome extractor_test::collect_signatures(outcome result, char** texts, std::size_t count) {
+    signatures.clear();
+    for (std::size_t i = 0; texts != nullptr && i < count; ++i) {
+        signatures.emplace_back(texts[i]);
+        allocator.free(texts[i], allocator.context);
+    }
+    allocator.free(texts, allocator.context);
+    return result;
+}
+
+outcome extractor_test::register_source(std::uint16_t id, std::uint32_t instance, const std::string& name,
+                                        const qor_data_source_provider_t* provider, bool sanitize) {
+    qor_data_source_t source = make_source(id, instance, name);
+    if (provider != nullptr) {
+        provider->get_data_source(provider->context, 0, &source, nullptr);
+    }
+    char** texts = nullptr;
+    std::size_t count = 0;
+    const outcome result = call(api.register_source, handle, &source, provider, sanitize, &texts, &count, &allocator);
+    return collect_signatures(result, texts, count);
+}
+
+outcome extractor_test::register_descriptions(std::uint16_t id, std::uint32_t instance, const std::string& name,
+                                              const std::vector<description>& descriptions) {
+    std::vector<qor_data_description_content_t> contents;
+    for (const description& given : descriptions) {
+        qor_data_description_content_t& content = contents.emplace_back();
+        copy_text(content.description.name, sizeof(content.description.name), given.name);
+        copy_text(content.description.format_type, sizeof(content.description.format_type), given.type);
+        content.content_size = given.content.size();
+        content.content = given.content.data();
+    }
+    char** texts = nullptr;
+    std::size_t count = 0;
+    const outcome result = call(api.register_source_with_data_descriptions, handle, id, instance, name.c_str(),
+                                contents.data(), contents.size(), &texts, &count, &allocator);
+    return collect_signatures(result, texts, count);
+}
+
+outcome extractor_test::register_signatures(std::uint16_t id, std::uint32_t instance, const std::string& name,
+                                            const std::vector<const char*>& given) {
+    const char* const none = nullptr;
+    return call(api.register_source_from_signal_storage, handle, id, instance, name.c_str(),
+                given.empty() ? &none : given.data(), given.size());
+}
+
+std::uint64_t extractor_test::subscribe(const std::string& url) {
+    std::uint64_t subscription = 0;
+    EXPECT_EQ(call(api.subscribe, handle, url.c_str(), false, &subscription), succeeded) << url;
+    return subscription;
+}
+
+outcome extractor_test::try_subscribe(const std::string& url, bool lenient) {
+    std::uint64_t subscription = 0;
+    return call(api.subscribe, handle, url.c_str(), lenient, &subscription);
+}
+
+std::string extractor_test::filter() {
+    return read_text(
+        [&](char* buffer, std::size_t* size) { return call(api.get_reader_filter_expression, handle, buffer, size); });
+}
+
+std::string extractor_test::schema(const std::string& url, bool lenient) {
+    return read_text([&](char* buffer, std::size_t* size) {
+        return call(api.get_type_schema_by_url, handle, url.c_str(), lenient, false, false, buffer, size);
+    });
+}
+
+outcome extractor_test::try_match(const package& unit, bool strict, std::vector<std::uint64_t>& handles) {
+    std::uint64_t* found = nullptr;
+    std::size_t count = 0;
+    const outcome result = call(api.match, handle, unit.get(), strict, &found, &count, &allocator);
+    handles.assign(found, found + count);
+    allocator.free(found, allocator.context);
+    return result;
+}
+
+outcome extractor_test::try_match(const package& unit, bool strict) {
+    std::vector<std::uint64_t> handles;
+    return try_match(unit, strict, handles);
+}
+
+std::vector<std::uint64_t> extractor_test::match(const package& unit, bool strict) {
+    std::vector<std::uint64_t> handles;
+    EXPECT_EQ(try_match(unit, strict, handles), succeeded);
+    return handles;
+}
+
+outcome extractor_test::try_process(const package& unit, bool strict, std::vector<data_record>& records) {
+    qor_dynamic_data_t** found = nullptr;
+    std::size_t count = 0;
+    const outcome result = call(api.process, handle, unit.get(), strict, &found, &count, &allocator);
+    for (std::size_t i = 0; found != nullptr && i < count; ++i) {
+        const qor_dynamic_data_t& data = *found[i];
+        records.push_back({data.subscription_handle,
+                           {reinterpret_cast<const char*>(data.sequence.data), data.sequence.sequence_length},
+                           data.declared_size});
+        // A processor's record keeps its own sizes; the library's carries the length twice.
+        EXPECT_TRUE(data.length == data.sequence.sequence_length || data.declared_size != 0);
+        EXPECT_EQ(qor_dynamic_data_destroy(&allocator, found[i], nullptr), QOR_STATUS_OK);
+    }
+    allocator.free(found, allocator.context);
+    return result;
+}
+
+outcome extractor_test::try_process(const package& unit, bool strict) {
+    std::vector<data_record> records;
+    return try_process(unit, strict, records);
+}
+
+std::vector<data_record> extractor_test::process(const package& unit, bool strict) {
+    std::vector<data_record> records;
+    EXPECT_EQ(try_process(unit, strict, records), succeeded);
+    return records;
+}
+
+} // namespace tavi::test

@@ -1,0 +1,170 @@
+// What a test decides of its fake plug-ins and what it learns from them. The test offers a `control` to the plug-ins as
+// service "fake_control_t" of the host's locator; each fake finds its script there under the name of its file. Without
+// a host locator a fake behaves as an empty script says and tells nobody.
+#ifndef TESTS_FAKES_FAKE_CONTROL_HPP
+#define TESTS_FAKES_FAKE_CONTROL_HPP
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "qorc/extensibility/package.h"
+#include "qorc/status.h"
+#include "qorc/type_node.h"
+
+namespace tavi::fakes {
+
+inline constexpr const char* control_service = "fake_control_t";
+
+// What a function gives instead of doing its work.
+struct answer {
+    std::uint32_t status = 0;
+    std::optional<std::uint32_t> code; // of a details record; none is made without it
+    std::optional<std::string> text;   // its description, null when absent
+    bool throws = false;               // a type that no handler knows
+};
+
+inline answer reports(std::uint32_t code, std::optional<std::string> text) {
+    return {code, code, std::move(text)};
+}
+inline answer returns(std::uint32_t status) {
+    return {.status = status, .code = {}, .text = {}};
+}
+inline answer throws_unknown() {
+    return {.code = {}, .text = {}, .throws = true};
+}
+
+enum class locator_form { whole, null, without_resolve, without_context, without_can_resolve };
+
+struct format {
+    std::string word;
+    std::uint32_t source = 0; // a parser's source id filter, a processor's source type
+    std::uint16_t source_class = 0;
+};
+
+struct match_answer {
+    bool matched = false;
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+    std::uint64_t expected_size = 0;
+};
+
+// One plug-in. `answers` goes by function name, or by name and argument: "get_supported_format/1" (index),
+// "match/2" and the like (subscription handle), "resolve/qor_log_t" and "can_resolve/..." (service).
+struct script {
+    std::map<std::string, answer> answers;
+    std::set<std::string> missing; // names of tables not offered and of slots left null
+    locator_form locator = locator_form::whole;
+    std::vector<format> formats;
+    std::uint8_t context_type = 0;
+    std::function<match_answer(std::uint64_t handle, const qor_package_t& package)> match;
+    bool offers_batch = false; // a matcher's batch table
+    // The bytes of the records that a processor gives for a handle.
+    std::function<std::vector<std::string>(std::uint64_t handle)> process;
+    bool null_array_when_empty = false;
+    std::vector<std::string> descriptions;
+};
+
+class control {
+public:
+    std::map<std::string, script> scripts;
+    std::vector<qor_type_node_t> nodes;                   // the catalogue; description_id says where a node belongs
+    std::map<std::string, std::uint64_t> description_ids; // by name of the description; a new name gets the next number
+    std::map<std::uint64_t, std::string> signatures;      // others read "signature 7"
+    std::map<std::uint64_t, std::string> schemas;         // as they were announced, by subscription handle
+    std::atomic<int> instances{0};                        // plug-in instances and description contexts alive
+
+    void record(const std::string& library, const std::string& function, const std::string& arguments) {
+        const std::lock_guard lock(mutex_);
+        trace_.push_back({library, function, arguments});
+    }
+
+    void keep_schema(std::uint64_t subscription, const char* schema) {
+        const std::lock_guard lock(mutex_);
+        schemas[subscription] = schema;
+    }
+
+    // The calls of these functions so far, "library.function arguments" each; then the record starts anew.
+    std::vector<std::string> take(const std::set<std::string>& functions) {
+        const std::lock_guard lock(mutex_);
+        std::vector<std::string> taken;
+        for (const auto& [library, function, arguments] : trace_) {
+            if (functions.contains(function)) {
+                taken.push_back(library + "." + function + (arguments.empty() ? "" : " " + arguments));
+            }
+        }
+        trace_.clear();
+        return taken;
+    }
+
+private:
+    struct entry {
+        std::string library, function, arguments;
+    };
+    std::mutex mutex_;
+    std::vector<entry> trace_;
+};
+
+// ---- nodes; names are literals --------------------------------------------------------------------------------------
+
+inline qor_type_node_t node(std::uint8_t kind, std::uint64_t id, std::uint64_t parent, const char* name) {
+    qor_type_node_t record{};
+    record.id = id;
+    record.parent_id = parent;
+    record.kind = kind;
+    record.name = name;
+    record.description_id = 1;
+    return record;
+}
+
+inline qor_type_node_t view_node(std::uint64_t id, const char* name, std::uint32_t cycle = 0) {
+    qor_type_node_t record = node(QOR_TYPE_NODE_VIEW, id, 0, name);
+    record.view.cycle = cycle;
+    return record;
+}
+
+inline qor_type_node_t object_node(std::uint64_t id, std::uint64_t parent, const char* name, std::uint64_t address,
+                                   std::uint32_t size, std::uint32_t count = 1) {
+    qor_type_node_t record = node(QOR_TYPE_NODE_OBJECT, id, parent, name);
+    record.object.address = address;
+    record.object.element_size = size;
+    record.object.element_count = count;
+    return record;
+}
+
+inline qor_type_node_t group_node(std::uint64_t id, std::uint64_t parent, const char* name, std::uint32_t offset,
+                                  std::uint32_t size, std::uint32_t count = 1) {
+    qor_type_node_t record = node(QOR_TYPE_NODE_GROUP, id, parent, name);
+    record.group = {offset, count, size};
+    return record;
+}
+
+// A signal of unsigned bytes.
+inline qor_type_node_t signal_node(std::uint64_t id, std::uint64_t parent, const char* name, std::uint32_t offset,
+                                   std::uint32_t size = 1, std::uint32_t count = 1) {
+    qor_type_node_t record = node(QOR_TYPE_NODE_SIGNAL, id, parent, name);
+    record.signal.offset = offset;
+    record.signal.bit_length = 8;
+    record.signal.element_size = size;
+    record.signal.element_count = count;
+    record.signal.converted_kind = 0x4083;
+    record.signal.numerator_x1 = 1;
+    record.signal.denominator_x0 = 1;
+    return record;
+}
+
+inline qor_type_node_t in_description(std::uint64_t description, qor_type_node_t record) {
+    record.description_id = description;
+    return record;
+}
+
+} // namespace tavi::fakes
+
+#endif

@@ -1,0 +1,74 @@
+// An allocator that knows its blocks: what is left over, what was freed that it never gave, and the failure of the nth
+// allocation.
+#ifndef TESTS_SUPPORT_COUNTING_ALLOCATOR_HPP
+#define TESTS_SUPPORT_COUNTING_ALLOCATOR_HPP
+
+#include <cstdlib>
+#include <mutex>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "qorc/memory_allocator.h"
+
+namespace tavi::test {
+
+class counting_allocator : public qor_memory_allocator_t {
+public:
+    counting_allocator() {
+        malloc = [](std::size_t size, void* context) { return of(context).keep(std::malloc(size)); };
+        free = [](void* memory, void* context) { of(context).release(memory); };
+        realloc = [](void* memory, std::size_t size, void* context) -> void* {
+            of(context).forget(memory);
+            return of(context).keep(std::realloc(memory, size));
+        };
+        calloc = [](std::size_t count, std::size_t size, void* context) {
+            of(context).callocs.emplace_back(count, size);
+            return of(context).keep(std::calloc(count, size));
+        };
+        aligned_malloc = [](std::size_t alignment, std::size_t size, void* context) {
+            return of(context).keep(std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment));
+        };
+        aligned_free = free;
+        context = this;
+    }
+    counting_allocator(const counting_allocator&) = delete;
+    counting_allocator& operator=(const counting_allocator&) = delete;
+
+    std::vector<std::pair<std::size_t, std::size_t>> callocs; // count and size of each
+    std::size_t allocations = 0;
+    std::size_t fail_at = 0; // the allocation with this number gives null; 0 for none
+    std::size_t frees = 0;   // null counted
+    std::size_t foreign = 0; // blocks freed here that came from elsewhere
+
+    std::size_t alive() const { return blocks_.size(); }
+
+private:
+    static counting_allocator& of(void* context) { return *static_cast<counting_allocator*>(context); }
+
+    void* keep(void* memory) {
+        const std::lock_guard lock(mutex_);
+        if (++allocations == fail_at) {
+            std::free(memory);
+            return nullptr;
+        }
+        blocks_.insert(memory);
+        return memory;
+    }
+    void forget(void* memory) {
+        const std::lock_guard lock(mutex_);
+        foreign += memory != nullptr && blocks_.erase(memory) == 0;
+    }
+    void release(void* memory) {
+        ++frees;
+        forget(memory);
+        std::free(memory);
+    }
+
+    std::mutex mutex_;
+    std::set<void*> blocks_;
+};
+
+} // namespace tavi::test
+
+#endif
