@@ -1,0 +1,169 @@
+#include "introspection/generator/json_text.hpp"
+
+#include <charconv>
+#include <cmath>
+
+namespace qor::introspection::generator {
+
+namespace {
+
+constexpr std::string_view replacement_character = "\xEF\xBF\xBD";
+
+struct lead_byte {
+    unsigned char first;
+    unsigned char last;
+    // Of the whole sequence.
+    std::size_t length;
+    // The range of the byte behind it; this is what excludes overlong forms, surrogates and what lies beyond U+10FFFF.
+    unsigned char second_first;
+    unsigned char second_last;
+};
+
+constexpr lead_byte lead_bytes[] = {
+    {0x00, 0x7F, 1, 0x00, 0x00}, {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF},
+    {0xE1, 0xEC, 3, 0x80, 0xBF}, {0xED, 0xED, 3, 0x80, 0x9F}, {0xEE, 0xEF, 3, 0x80, 0xBF},
+    {0xF0, 0xF0, 4, 0x90, 0xBF}, {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F},
+};
+
+// Bytes of the UTF-8 character at the start of a text that is not empty, 0 if there is none.
+std::size_t character_length(std::string_view text) noexcept {
+    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    for (const lead_byte& lead : lead_bytes) {
+        if (byte(0) < lead.first || byte(0) > lead.last) {
+            continue;
+        }
+        if (text.size() < lead.length) {
+            return 0;
+        }
+        for (std::size_t i = 1; i < lead.length; ++i) {
+            const unsigned char low = i == 1 ? lead.second_first : 0x80;
+            const unsigned char high = i == 1 ? lead.second_last : 0xBF;
+            if (byte(i) < low || byte(i) > high) {
+                return 0;
+            }
+        }
+        return lead.length;
+    }
+    return 0;
+}
+
+void append_control(std::string& text, unsigned char value) {
+    switch (value) {
+    case '\b':
+        text += "\\b";
+        return;
+    case '\f':
+        text += "\\f";
+        return;
+    case '\n':
+        text += "\\n";
+        return;
+    case '\r':
+        text += "\\r";
+        return;
+    case '\t':
+        text += "\\t";
+        return;
+    default:
+        break;
+    }
+    constexpr char digits[] = "0123456789abcdef";
+    text += "\\u00";
+    text += digits[value / 16];
+    text += digits[value % 16];
+}
+
+} // namespace
+
+void json_text::break_line() {
+    if (indented_) {
+        text_ += '\n';
+        text_.append(2 * depth_, ' ');
+    }
+}
+
+void json_text::before_value() {
+    if (after_key_) {
+        after_key_ = false;
+        return;
+    }
+    if (depth_ == 0) {
+        return;
+    }
+    if (!first_) {
+        text_ += ',';
+    }
+    first_ = false;
+    break_line();
+}
+
+void json_text::begin(char bracket) {
+    before_value();
+    text_ += bracket;
+    ++depth_;
+    first_ = true;
+}
+
+void json_text::end(char bracket) {
+    --depth_;
+    if (!first_) {
+        break_line();
+    }
+    first_ = false;
+    text_ += bracket;
+}
+
+void json_text::key(std::string_view name) {
+    before_value();
+    append_quoted(name);
+    text_ += indented_ ? ": " : ":";
+    after_key_ = true;
+}
+
+void json_text::string(std::string_view value) {
+    before_value();
+    append_quoted(value);
+}
+
+void json_text::append_quoted(std::string_view value) {
+    text_ += '"';
+    while (!value.empty()) {
+        const std::size_t length = character_length(value);
+        const auto byte = static_cast<unsigned char>(value.front());
+        if (length == 0) {
+            text_ += replacement_character;
+        } else if (byte < 0x20 || byte == 0x7F) {
+            append_control(text_, byte);
+        } else if (byte == '"' || byte == '\\') {
+            text_ += '\\';
+            text_ += value.front();
+        } else {
+            text_ += value.substr(0, length);
+        }
+        value.remove_prefix(length == 0 ? 1 : length);
+    }
+    text_ += '"';
+}
+
+void json_text::number(std::uint64_t value) {
+    before_value();
+    text_ += std::to_string(value);
+}
+
+void json_text::number(double value) {
+    if (!std::isfinite(value)) {
+        string(std::isnan(value) ? "NaN" : value > 0 ? "Infinity" : "-Infinity");
+        return;
+    }
+    before_value();
+    if (value == 0.0 && std::signbit(value)) {
+        // Readers take -0 for an integer and lose its sign.
+        text_ += "-0.0";
+        return;
+    }
+    char buffer[32];
+    const auto [end, error] = std::to_chars(buffer, buffer + sizeof(buffer), value);
+    text_.append(buffer, end);
+}
+
+} // namespace qor::introspection::generator
