@@ -1,0 +1,2 @@
+#include "plugins/one/fine.hpp"
+#include "plugins/two/neighbour.hpp"

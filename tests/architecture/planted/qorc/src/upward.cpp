@@ -1,0 +1,1 @@
+#include "qorcpp/errors.hpp"
