@@ -1,0 +1,88 @@
+// A block of output that leaves in whole lines.
+#ifndef TOOLS_TAVI_BLOCK_OUTPUT_HPP
+#define TOOLS_TAVI_BLOCK_OUTPUT_HPP
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qorcpp/platform/stream.hpp"
+
+namespace tavi::tool {
+
+// Text that is copied in steps of `stride` bytes without asking for its exact length: faster for the short pieces that
+// rows are made of.
+class padded_text {
+public:
+    static constexpr std::size_t stride = 32;
+
+    padded_text() { assign({}); }
+    explicit padded_text(std::string_view text) { assign(text); }
+
+    // Two pieces joined; takes no memory once the text was as long before.
+    void assign(std::string_view first, std::string_view second = {}) {
+        bytes_.assign(first);
+        bytes_.append(second);
+        size_ = bytes_.size();
+        bytes_.resize((size_ / stride + 1) * stride);
+    }
+
+    std::string_view view() const noexcept { return {bytes_.data(), size_}; }
+
+    // Room needed at `target`: size() + stride bytes, of which the first size() count. Gives the place behind them.
+    char* copy_to(char* target) const noexcept {
+        const char* source = bytes_.data();
+        std::memcpy(target, source, stride);
+        for (std::size_t done = stride; done < size_; done += stride) {
+            std::memcpy(target + done, source + done, stride);
+        }
+        return target + size_;
+    }
+
+    std::size_t size() const noexcept { return size_; }
+
+private:
+    std::string bytes_;
+    std::size_t size_ = 0;
+};
+
+// Thread: one at a time. What was not flushed is dropped when the object ends.
+class block_output {
+public:
+    // Standard output for an empty path. Throws: command_error when the file cannot be made.
+    explicit block_output(const std::string& path);
+
+    // Place for at least `count` bytes; what was written there, whole lines only, counts from `commit` on.
+    // Throws: as flush.
+    char* reserve(std::size_t count) {
+        if (block_.size() - used_ < count) {
+            make_room(count);
+        }
+        return block_.data() + used_;
+    }
+    void commit(const char* end) noexcept { used_ = static_cast<std::size_t>(end - block_.data()); }
+
+    // Whole lines. Throws: as flush.
+    void write(std::string_view lines);
+
+    // Throws: qor::platform::closed_pipe_error, command_error when writing fails.
+    void flush();
+
+    // Flushes and closes. Throws: as flush.
+    void close();
+
+private:
+    void make_room(std::size_t count);
+
+    std::string name_;
+    std::unique_ptr<qor::platform::output_stream> stream_;
+    std::vector<char> block_;
+    std::size_t used_ = 0;
+};
+
+} // namespace tavi::tool
+
+#endif

@@ -1,0 +1,141 @@
+#include "tools/tavi/catalogue.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
+#include "qorcpp/platform/stream.hpp"
+#include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/printable.hpp"
+
+namespace tavi::tool {
+
+namespace {
+
+// Descriptions are parsed for a source of this id each, numbered by its instance, before any interface is known.
+constexpr std::uint16_t description_source_id = 0x0020;
+constexpr std::size_t largest_description = 256U * 1024 * 1024;
+constexpr std::size_t longest_name = 254;
+constexpr std::size_t longest_type = 15;
+
+std::string read_file(const std::string& path) {
+    try {
+        qor::platform::input_stream file(path);
+        std::string content;
+        std::array<char, 65536> block{};
+        while (const std::size_t count = file.read(block.data(), block.size())) {
+            content.append(block.data(), count);
+            if (content.size() > largest_description) {
+                throw command_error(printable(path) + ": error: larger than 256 MB, no description is");
+            }
+        }
+        return content;
+    } catch (const std::system_error& error) {
+        throw command_error(printable(path) + ": error: cannot be read: " + error.code().message());
+    }
+}
+
+// The type word of a description: its file name extension.
+std::string type_of(const std::string& path) {
+    std::string type = std::filesystem::path(path).extension().string();
+    if (type.size() < 2) {
+        return "dbc";
+    }
+    type.erase(0, 1);
+    std::transform(type.begin(), type.end(), type.begin(),
+                   [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
+    if (type.size() > longest_type) {
+        throw command_error(printable(path) + ": error: descriptions end in .dbc");
+    }
+    return type;
+}
+
+host::extractor start_extractor(const catalogue_options& options, const host::log_function& log) {
+    try {
+        return host::extractor(options.storage.empty() ? host::memory_catalogue : options.storage, 0, log);
+    } catch (const host::error& error) {
+        if (options.storage.empty()) {
+            throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+        }
+        // With a catalogue in memory it either starts, then the URI is at fault, or tells the same of a plug-in.
+        start_extractor({}, {});
+        throw command_error("tavi: error: the catalogue '" + printable(options.storage) +
+                                "' cannot be opened: " + printable(error.what()),
+                            exit_code::failed, "a catalogue on disk reads file:PATH, for example file:catalogue.db3");
+    }
+}
+
+} // namespace
+
+catalogue::catalogue(const catalogue_options& options, diagnostics& messages)
+    : messages_(messages), strict_(options.strict), log_(messages),
+      extractor_(start_extractor(options, [this](const qor_log_info_t& message) { log_.receive(message); })) {
+    std::transform(options.descriptions.begin(), options.descriptions.end(), std::back_inserter(arguments_),
+                   parse_description);
+}
+
+void catalogue::load() {
+    for (std::size_t description = 0; description < arguments_.size(); ++description) {
+        load_one(description);
+    }
+}
+
+void catalogue::load_one(std::size_t description) {
+    const std::string& path = arguments_[description].path;
+    const std::string content = read_file(path);
+    const std::string type = type_of(path);
+    const std::string name = std::filesystem::path(path).filename().string().substr(0, longest_name);
+    const std::uint64_t warnings = messages_.count(topic::description);
+    log_.begin(name, path, content);
+    try {
+        const auto signatures =
+            extractor_.register_source(description_source_id, static_cast<std::uint32_t>(description),
+                                       "description " + std::to_string(description + 1), {{name, type, content}});
+        signatures_.push_back(signatures.empty() ? std::string() : signatures.front());
+    } catch (const host::error& error) {
+        throw command_error(log_.refusal(error.what()));
+    }
+    log_.end();
+    if (strict_ && messages_.count(topic::description) != warnings) {
+        throw command_error(printable(path) + ": error: refused for its warnings, since the run is strict");
+    }
+}
+
+host::nodes catalogue::views(std::size_t description) {
+    return extractor_.roots(description_source_id, static_cast<std::uint32_t>(description));
+}
+
+std::string catalogue::expression(std::size_t description, std::string_view path) const {
+    return std::to_string(description_source_id) + '#' + std::to_string(description) + '.' + std::string(path);
+}
+
+bool catalogue::serves(std::size_t description, std::string_view name) const {
+    const std::string& source = arguments_[description].source;
+    return source.empty() || source == name;
+}
+
+bool catalogue::is_repeated(std::size_t description) const {
+    const auto end = signatures_.begin() + static_cast<std::ptrdiff_t>(description);
+    return std::find(signatures_.begin(), end, *end) != end;
+}
+
+bool catalogue::register_interface(std::size_t interface, const std::string& name, const std::string& source_name) {
+    std::vector<std::string> signatures;
+    for (std::size_t description = 0; description < arguments_.size(); ++description) {
+        const std::string& signature = signatures_[description];
+        if (serves(description, name) &&
+            std::find(signatures.begin(), signatures.end(), signature) == signatures.end()) {
+            signatures.push_back(signature);
+        }
+    }
+    if (signatures.empty()) {
+        return false;
+    }
+    extractor_.register_source_from_storage(interface_source_id, static_cast<std::uint32_t>(interface), source_name,
+                                            signatures);
+    return true;
+}
+
+} // namespace tavi::tool

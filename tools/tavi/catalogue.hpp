@@ -1,0 +1,65 @@
+// The extractor of a run, with the descriptions of its command line read into the catalogue.
+#ifndef TOOLS_TAVI_CATALOGUE_HPP
+#define TOOLS_TAVI_CATALOGUE_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/extractor.hpp"
+#include "tools/tavi/description_log.hpp"
+#include "tools/tavi/diagnostics.hpp"
+#include "tools/tavi/options.hpp"
+
+namespace tavi::tool {
+
+// Thread: one at a time.
+class catalogue {
+public:
+    // Starts the extractor. Throws: command_error, with exit_code::plugin_failed when a plug-in is at fault.
+    catalogue(const catalogue_options& options, diagnostics& messages);
+
+    // Reads all descriptions. Throws: command_error for a file that cannot be read, one that the parser refuses and,
+    // in a strict run, one with a warning.
+    void load();
+
+    host::extractor& extractor() noexcept { return extractor_; }
+
+    // In the order of the command line.
+    const std::vector<description_argument>& descriptions() const noexcept { return arguments_; }
+
+    // The views of a description.
+    host::nodes views(std::size_t description);
+
+    // A URL expression for a path ("View.Object") in a description that needs no interface to be known.
+    std::string expression(std::size_t description, std::string_view path) const;
+
+    // Makes an interface of the log known as a source, with the descriptions that are meant for it; false when there
+    // is none. `interface` is its number, `name` as the log has it. Nothing is parsed again.
+    bool register_interface(std::size_t interface, const std::string& name, const std::string& source_name);
+
+    // Whether a description is meant for an interface of that name.
+    bool serves(std::size_t description, std::string_view name) const;
+
+    // Whether one before it on the command line has the same content and name.
+    bool is_repeated(std::size_t description) const;
+
+    // Whom packages of an interface are from; the instance is the interface's number.
+    static constexpr std::uint16_t interface_source_id = 0x0010;
+
+private:
+    void load_one(std::size_t description);
+
+    diagnostics& messages_;
+    bool strict_;
+    std::vector<description_argument> arguments_;
+    std::vector<std::string> signatures_;
+    description_log log_;
+    host::extractor extractor_;
+};
+
+} // namespace tavi::tool
+
+#endif

@@ -1,0 +1,204 @@
+#include "tools/tavi/decode_command.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <system_error>
+
+#include "host/candump_reader.hpp"
+#include "qorcpp/platform/stream.hpp"
+#include "tools/tavi/account.hpp"
+#include "tools/tavi/catalogue.hpp"
+#include "tools/tavi/diagnostics.hpp"
+#include "tools/tavi/frame_decoder.hpp"
+#include "tools/tavi/printable.hpp"
+#include "tools/tavi/progress_bar.hpp"
+#include "tools/tavi/row_writer.hpp"
+#include "tools/tavi/selection.hpp"
+
+namespace tavi::tool {
+
+namespace {
+
+// The log's name in messages.
+std::string log_name(const decode_options& options) {
+    return options.log == "-" ? "<standard input>" : options.log;
+}
+
+std::unique_ptr<qor::platform::input_stream> open_log(const decode_options& options) {
+    try {
+        return options.log == "-" ? std::make_unique<qor::platform::input_stream>()
+                                  : std::make_unique<qor::platform::input_stream>(options.log);
+    } catch (const std::system_error& error) {
+        throw command_error(printable(options.log) + ": error: cannot be read: " + error.code().message());
+    }
+}
+
+// One decode, from the opened files to the account.
+class decode_run {
+public:
+    explicit decode_run(const decode_options& options)
+        : options_(options), messages_(options.catalogue.strict), input_(open_log(options)), progress_(input_->size()) {
+        totals_.log = log_name(options);
+        messages_.set_before_print([this] { progress_.clear(); });
+        if (!options.report.empty()) {
+            report_.emplace(options.report);
+        }
+    }
+
+    exit_code run() {
+        const auto start = std::chrono::steady_clock::now();
+        bool wanted = true;
+        try {
+            decode();
+        } catch (const qor::platform::closed_pipe_error&) {
+            wanted = false;
+        } catch (const command_error& error) {
+            failure_.emplace(error);
+        }
+        totals_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        totals_.interrupted = qor::platform::interrupted();
+        totals_.damaged_lines = messages_.count(topic::damaged_line);
+        totals_.first_damaged = messages_.first_place(topic::damaged_line);
+        totals_.first_short = messages_.first_place(topic::short_frame);
+        totals_.description_warnings = messages_.count(topic::description);
+        totals_.code = result();
+        close(wanted);
+        if (failure_) {
+            throw command_error(*failure_);
+        }
+        return totals_.code;
+    }
+
+private:
+    void decode();
+    void read_frames(block_output& output);
+    void report_damage(const host::candump_reader& reader);
+    void note_unused_descriptions(const host::candump_reader& reader);
+
+    exit_code result() const {
+        if (failure_) {
+            return failure_->code;
+        }
+        if (totals_.interrupted) {
+            return exit_code::interrupted;
+        }
+        return totals_.lost_something() ? exit_code::incomplete : exit_code::done;
+    }
+
+    void close(bool wanted) {
+        progress_.clear();
+        if (started_ && wanted) {
+            messages_.print_rest();
+            messages_.print(format_account(totals_));
+        }
+        if (report_) {
+            report_->write(account_json(totals_));
+            report_->close();
+        }
+    }
+
+    const decode_options& options_;
+    diagnostics messages_;
+    account totals_;
+    std::unique_ptr<qor::platform::input_stream> input_;
+    progress_bar progress_;
+    std::optional<block_output> report_;
+    std::optional<command_error> failure_;
+    std::optional<frame_decoder> decoder_;
+    bool started_ = false;
+};
+
+void decode_run::decode() {
+    catalogue known(options_.catalogue, messages_);
+    known.load();
+    selection wanted(known, options_.patterns);
+
+    std::error_code ignored;
+    if (!options_.output.empty() && std::filesystem::equivalent(options_.output, options_.log, ignored)) {
+        throw command_error(printable(options_.output) + ": error: is the log that is read");
+    }
+    block_output output(options_.output);
+    row_writer rows(output, options_.format);
+    decoder_.emplace(options_, known, wanted, rows, messages_, totals_);
+    started_ = true;
+    rows.write_header();
+    try {
+        read_frames(output);
+    } catch (const command_error&) {
+        // What was decoded before the failure is whole and stays.
+        output.close();
+        throw;
+    }
+    output.close();
+}
+
+void decode_run::read_frames(block_output& output) {
+    std::uint64_t done = 0;
+    host::candump_reader reader([&](char* buffer, std::size_t room) {
+        if (!input_->size()) {
+            output.flush();
+        }
+        const std::size_t count = input_->read(buffer, room);
+        done += count;
+        progress_.advance(done, totals_.values);
+        return count;
+    });
+    try {
+        host::candump_frame frame;
+        for (auto outcome = reader.next(frame); outcome != host::candump_reader::outcome::end;
+             outcome = reader.next(frame)) {
+            if (outcome == host::candump_reader::outcome::frame) {
+                decoder_->decode(reader, frame);
+            } else {
+                report_damage(reader);
+            }
+        }
+    } catch (const host::error& error) {
+        throw command_error(place_text(totals_.log, reader.line_number(), 0) + ": error: " + printable(error.what()),
+                            exit_code::plugin_failed);
+    } catch (const std::system_error& error) {
+        throw command_error(place_text(totals_.log, reader.line_number(), 0) +
+                            ": error: cannot be read further: " + error.code().message());
+    }
+    if (!qor::platform::interrupted()) {
+        note_unused_descriptions(reader);
+    }
+}
+
+void decode_run::report_damage(const host::candump_reader& reader) {
+    if (!messages_.shows(topic::damaged_line)) {
+        messages_.add(topic::damaged_line);
+        return;
+    }
+    const host::candump_fault& fault = reader.fault();
+    messages_.report({topic::damaged_line, totals_.log, reader.line_number(), fault.column, fault.cause,
+                      reader.line_text(), fault.hint});
+    if (options_.catalogue.strict) {
+        throw command_error("tavi: error: stopped at the first damaged line, since the run is strict");
+    }
+}
+
+// A description for an interface that never came is a slip of the pen more often than not.
+void decode_run::note_unused_descriptions(const host::candump_reader& reader) {
+    for (const std::string& text : options_.catalogue.descriptions) {
+        const description_argument argument = parse_description(text);
+        const auto& channels = reader.channels();
+        if (!argument.source.empty() &&
+            std::find(channels.begin(), channels.end(), argument.source) == channels.end()) {
+            messages_.print("tavi: note: " + printable(text) + " was not used: the log has no interface " +
+                            printable(argument.source) + '\n');
+        }
+    }
+}
+
+} // namespace
+
+exit_code run_decode(const decode_options& options) {
+    return decode_run(options).run();
+}
+
+} // namespace tavi::tool

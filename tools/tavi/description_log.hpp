@@ -1,0 +1,56 @@
+// What library and parsers say while descriptions are read, as messages for a person.
+#ifndef TOOLS_TAVI_DESCRIPTION_LOG_HPP
+#define TOOLS_TAVI_DESCRIPTION_LOG_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "qorc/extensibility/log.h"
+#include "tools/tavi/diagnostics.hpp"
+
+namespace tavi::tool {
+
+// A parser's text "<name>:<line>:<column>: [warning: ]<cause>", taken apart.
+struct parser_message {
+    std::uint64_t line = 0;
+    std::size_t column = 0;
+    std::string_view cause;
+};
+
+// Nothing when `text` does not begin with the name and a place.
+std::optional<parser_message> parse_parser_message(std::string_view text, std::string_view name);
+
+// Line `number` (from 1) of a text, without its line end; empty when there is none.
+std::string_view line_of(std::string_view text, std::uint64_t number);
+
+// Thread: any.
+class description_log {
+public:
+    explicit description_log(diagnostics& messages) : messages_(messages) {}
+
+    // Which description is read from now on: messages that begin with `name` are about it. The content is only
+    // looked at until the next call.
+    void begin(std::string name, std::string path, std::string_view content);
+    void end() { begin({}, {}, {}); }
+
+    // Takes one message of the extractor.
+    void receive(const qor_log_info_t& message);
+
+    // The text of a refusal as a message "path:line:column: error: cause" with the line it points at.
+    std::string refusal(std::string_view text);
+
+private:
+    std::mutex mutex_;
+    diagnostics& messages_;
+    std::string name_;
+    std::string path_;
+    std::string_view content_;
+};
+
+} // namespace tavi::tool
+
+#endif

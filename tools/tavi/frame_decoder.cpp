@@ -1,0 +1,174 @@
+#include "tools/tavi/frame_decoder.hpp"
+
+#include <algorithm>
+
+#include "qorc/extensibility/data_source.h"
+#include "qorcpp/can_frame.hpp"
+#include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/printable.hpp"
+
+namespace tavi::tool {
+
+namespace {
+
+constexpr std::size_t longest_source_name = 254;
+
+std::string sanitized(const std::string& name) {
+    std::string result(longest_source_name + 2, '\0');
+    std::size_t size = result.size();
+    if (qor_data_source_sanitize_name(name.c_str(), result.data(), &size, nullptr) != QOR_STATUS_OK) {
+        throw command_error("tavi: error: the interface '" + printable(name) + "' cannot be a source");
+    }
+    result.resize(size - 1);
+    return result;
+}
+
+} // namespace
+
+frame_decoder::frame_decoder(const decode_options& options, catalogue& catalogue, selection& selection,
+                             row_writer& rows, diagnostics& messages, account& totals)
+    : options_(options), catalogue_(catalogue), selection_(selection), rows_(rows), messages_(messages),
+      totals_(totals), package_(options.j1939 ? qor::j1939_format : qor::can_format) {}
+
+void frame_decoder::decode(const host::candump_reader& reader, const host::candump_frame& frame) {
+    ++totals_.frames;
+    if ((frame.id & (qor::can_remote_bit | qor::can_error_bit)) != 0) {
+        ++((frame.id & qor::can_error_bit) != 0 ? totals_.error_frames : totals_.remote);
+        return;
+    }
+    interface_routes& interface = routes_of(reader, frame.channel);
+    route* const found = interface.find(frame.id);
+    if (found == nullptr) {
+        ++totals_.unknown_ids;
+        return;
+    }
+    if (found->targets.empty()) {
+        ++totals_.not_selected;
+        return;
+    }
+    if (!found->ready) {
+        prepare(interface, *found);
+    }
+    package_.set_source(catalogue::interface_source_id, static_cast<std::uint32_t>(interface.number()));
+    catalogue_.extractor().process(package_.build(frame.id, frame.flags, {frame.data.data(), frame.length}),
+                                   host::lenient, records_);
+    rows_.set_time(frame.time);
+    bool has_values = false;
+    for (const qor_dynamic_data_t& record : records_) {
+        const auto wanted = std::find_if(found->targets.begin(), found->targets.end(), [&](const target* candidate) {
+            return candidate->handle == record.subscription_handle;
+        });
+        if (wanted != found->targets.end()) {
+            has_values = write_record(reader, frame, **wanted, record) || has_values;
+        }
+    }
+    ++(has_values ? totals_.matched : totals_.without_values);
+}
+
+interface_routes& frame_decoder::routes_of(const host::candump_reader& reader, std::size_t channel) {
+    while (interfaces_.size() <= channel) {
+        add_interface(reader.channels()[interfaces_.size()]);
+    }
+    return interfaces_[channel];
+}
+
+interface_routes& frame_decoder::add_interface(const std::string& name) {
+    // Two interfaces whose names differ only in what a source name cannot hold stay two sources.
+    std::string source_name = sanitized(name);
+    for (int number = 2; !source_names_.insert(source_name).second; ++number) {
+        source_name = sanitized(name) + '_' + std::to_string(number);
+    }
+    interface_routes& added = interfaces_.emplace_back(interfaces_.size(), source_name, options_.j1939);
+    catalogue_.register_interface(added.number(), name, source_name);
+    for (message& known : selection_.messages()) {
+        if (catalogue_.serves(known.description, name) && !added.add(known) &&
+            !catalogue_.is_repeated(known.description)) {
+            const std::string& path = catalogue_.descriptions()[known.description].path;
+            const std::string cause = "another description or line gave " + known.path + " on " + name +
+                                      " before; this one is left out there";
+            messages_.report({topic::description, path, 0, 0, cause, {}, {}});
+        }
+    }
+    return added;
+}
+
+void frame_decoder::prepare(interface_routes& interface, route& frames) {
+    for (target* wanted : frames.targets) {
+        if (wanted->handle == 0) {
+            subscribe(interface, *wanted);
+        }
+    }
+    frames.ready = true;
+}
+
+void frame_decoder::subscribe(const interface_routes& interface, target& wanted) {
+    const message& subscribed = *wanted.wanted;
+    wanted.plan = &selection_.plan_of(*wanted.wanted);
+    wanted.handle = catalogue_.extractor().subscribe(std::to_string(catalogue::interface_source_id) + '#' +
+                                                         std::to_string(interface.number()) + '.' + subscribed.path,
+                                                     host::lenient);
+    const auto& rows = wanted.plan->plan.rows();
+    wanted.rows.resize(rows.size());
+    for (const std::uint32_t row : wanted.plan->rows) {
+        wanted.rows[row] = rows_.make_row(interface.source_name() + '.' + row_path(subscribed, wanted.plan->plan, row),
+                                          rows[row].unit);
+    }
+    readings_.resize(std::max(readings_.size(), rows.size()));
+}
+
+bool frame_decoder::write_record(const host::candump_reader& reader, const host::candump_frame& frame,
+                                 const target& wanted, const qor_dynamic_data_t& record) {
+    const host::record_plan& plan = wanted.plan->plan;
+    const auto bytes = host::bytes_of(record);
+    std::uint64_t written = 0;
+    if (wanted.plan->whole) {
+        for (const host::reading& value : plan.read(bytes, readings_)) {
+            rows_.write(wanted.rows[value.row], plan, value);
+            ++written;
+        }
+    } else {
+        for (const std::uint32_t row : wanted.plan->rows) {
+            if (const auto value = plan.read_row(bytes, row)) {
+                rows_.write(wanted.rows[row], plan, *value);
+                ++written;
+            }
+        }
+    }
+    totals_.values += written;
+    if (bytes.size() < plan.record_size()) {
+        if (const std::size_t lost = lost_signals(wanted, bytes); lost != 0) {
+            report_short(reader, frame, wanted, lost);
+        }
+    }
+    return written != 0;
+}
+
+// How many of the signals asked for would be there if the frame went on with zeros.
+std::size_t frame_decoder::lost_signals(const target& wanted, std::span<const std::uint8_t> record) {
+    const host::record_plan& plan = wanted.plan->plan;
+    std::vector<std::uint8_t> filled(record.begin(), record.end());
+    filled.resize(plan.record_size());
+    return static_cast<std::size_t>(
+        std::count_if(wanted.plan->rows.begin(), wanted.plan->rows.end(),
+                      [&](std::uint32_t row) { return plan.read_row(filled, row) && !plan.read_row(record, row); }));
+}
+
+void frame_decoder::report_short(const host::candump_reader& reader, const host::candump_frame& frame,
+                                 const target& wanted, std::size_t lost) {
+    ++totals_.short_frames;
+    if (!messages_.shows(topic::short_frame)) {
+        messages_.add(topic::short_frame);
+        return;
+    }
+    const std::string cause = "a frame of " + std::to_string(frame.length) + " bytes, " + wanted.wanted->path +
+                              " has " + std::to_string(wanted.plan->plan.record_size()) + ": " + std::to_string(lost) +
+                              (lost == 1 ? " signal is" : " signals are") + " not in it";
+    const diagnostic message{topic::short_frame, options_.log,      reader.line_number(), 0, cause,
+                             reader.line_text(), std::string_view{}};
+    messages_.report(message);
+    if (options_.catalogue.strict) {
+        throw command_error("tavi: error: stopped at the first short frame, since the run is strict");
+    }
+}
+
+} // namespace tavi::tool

@@ -1,0 +1,65 @@
+// From numbers to indices, fast for the few thousand ids of a bus.
+#ifndef TOOLS_TAVI_ID_TABLE_HPP
+#define TOOLS_TAVI_ID_TABLE_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace tavi::tool {
+
+// Open addressing, at most half full. Thread: reading alone by any number.
+class id_table {
+public:
+    static constexpr std::uint32_t none = UINT32_MAX;
+
+    // `none` for an id that was not put in.
+    std::uint32_t find(std::uint32_t id) const noexcept { return slots_[place_of(id)].index; }
+
+    // An id that is there keeps its index. Requires: index != none. Returns the index that stands there now.
+    std::uint32_t insert(std::uint32_t id, std::uint32_t index) {
+        if (++count_ > slots_.size() / 2) {
+            grow();
+        }
+        slot& place = slots_[place_of(id)];
+        if (place.index == none) {
+            place = {id, index};
+        } else {
+            --count_;
+        }
+        return place.index;
+    }
+
+private:
+    struct slot {
+        std::uint32_t id = 0;
+        std::uint32_t index = none;
+    };
+
+    std::size_t place_of(std::uint32_t id) const noexcept {
+        // Multiplying by the golden ratio spreads neighbouring ids.
+        std::size_t place = static_cast<std::size_t>((id * UINT64_C(0x9E3779B97F4A7C15)) >> 32) & (slots_.size() - 1);
+        while (slots_[place].index != none && slots_[place].id != id) {
+            place = (place + 1) & (slots_.size() - 1);
+        }
+        return place;
+    }
+
+    void grow() {
+        std::vector<slot> old(slots_.size() * 2);
+        old.swap(slots_);
+        for (const slot& moved : old) {
+            if (moved.index != none) {
+                slots_[place_of(moved.id)] = moved;
+            }
+        }
+    }
+
+    std::vector<slot> slots_ = std::vector<slot>(16);
+    std::size_t count_ = 0;
+};
+
+} // namespace tavi::tool
+
+#endif

@@ -1,0 +1,74 @@
+// What becomes of the frames of one interface: from frame id to the messages that may read it.
+#ifndef TOOLS_TAVI_INTERFACE_ROUTES_HPP
+#define TOOLS_TAVI_INTERFACE_ROUTES_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "tools/tavi/id_table.hpp"
+#include "tools/tavi/row_writer.hpp"
+#include "tools/tavi/selection.hpp"
+
+namespace tavi::tool {
+
+// A message asked for, on one interface.
+struct target {
+    message* wanted = nullptr;
+    // 0 until the first frame came and it was subscribed to.
+    std::uint64_t handle = 0;
+    const message_plan* plan = nullptr;
+    // By row of the plan; rows that were not asked for are left empty.
+    std::vector<row_text> rows;
+};
+
+// The messages that a frame id belongs to.
+struct route {
+    // Asked for, in the order of the descriptions; empty for an id that is known but was not asked for.
+    std::vector<target*> targets;
+    // Whether all targets are subscribed to.
+    bool ready = false;
+};
+
+// Thread: one at a time.
+class interface_routes {
+public:
+    // source_name  as in URLs
+    // j1939        match all messages with 29-bit ids by parameter group number
+    interface_routes(std::size_t number, std::string source_name, bool j1939)
+        : number_(number), source_name_(std::move(source_name)), j1939_(j1939) {}
+
+    std::size_t number() const noexcept { return number_; }
+    const std::string& source_name() const noexcept { return source_name_; }
+
+    // Adds a message of a description that is meant for the interface, in order; false when another description has
+    // given one of the same path already.
+    bool add(message& added);
+
+    // What to do with a frame of that id (flag bits of qorcpp/can_frame.hpp); null when nobody knows it.
+    route* find(std::uint32_t id) noexcept;
+
+private:
+    route& route_of(id_table& table, std::uint32_t key);
+
+    std::size_t number_;
+    std::string source_name_;
+    bool j1939_;
+    std::vector<std::unique_ptr<target>> targets_;
+    std::unordered_set<std::string_view> paths_;
+    std::deque<route> routes_;
+    // Of routes by whole id, those with 29 bits, for groups that come after them.
+    std::vector<std::pair<std::uint32_t, route*>> extended_;
+    id_table by_id_;
+    id_table by_group_;
+};
+
+} // namespace tavi::tool
+
+#endif

@@ -1,0 +1,63 @@
+// tavi: named, typed physical values out of recorded measurement data.
+
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "qorc/build_info.h"
+#include "qorcpp/platform/stream.hpp"
+#include "tools/tavi/decode_command.hpp"
+#include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/options.hpp"
+#include "tools/tavi/printable.hpp"
+#include "tools/tavi/schema_command.hpp"
+#include "tools/tavi/tree_command.hpp"
+
+namespace {
+
+using namespace tavi::tool;
+
+exit_code run(int argc, char** argv) {
+    CLI::App app("Named, typed physical values out of recorded measurement data", "tavi");
+    app.set_version_flag("--version", "tavi " QOR_BUILD_VERSION, "Print the version and end");
+    app.set_help_flag("-h,--help", "Print this help and end");
+    app.require_subcommand(1);
+    app.footer("tavi COMMAND --help tells of a command.");
+    decode_options decode;
+    tree_options tree;
+    schema_options schema;
+    add_decode_options(app, decode);
+    add_tree_options(app, tree);
+    add_schema_options(app, schema);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? exit_code::done : exit_code::usage;
+    }
+    if (app.got_subcommand("tree")) {
+        return run_tree(tree);
+    }
+    return app.got_subcommand("schema") ? run_schema(schema) : run_decode(decode);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        qor::platform::watch_interrupts();
+        return static_cast<int>(run(argc, argv));
+    } catch (const command_error& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        if (!error.hint.empty()) {
+            std::fprintf(stderr, "  hint: %s\n", printable(error.hint).c_str());
+        }
+        return static_cast<int>(error.code);
+    } catch (const qor::platform::closed_pipe_error&) {
+        return static_cast<int>(exit_code::done);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "tavi: error: %s\n", printable(error.what()).c_str());
+        return static_cast<int>(exit_code::failed);
+    }
+}

@@ -1,0 +1,73 @@
+#include "tools/tavi/options.hpp"
+
+#include <map>
+
+#include <CLI/CLI.hpp>
+
+namespace tavi::tool {
+
+namespace {
+
+void add_catalogue_options(CLI::App& command, catalogue_options& options, const char* description_name) {
+    command
+        .add_option("-d,--description", options.descriptions,
+                    "Description of what the log holds (.dbc). May be given several times")
+        ->type_name(description_name)
+        ->required()
+        ->allow_extra_args(false);
+    command
+        .add_option("--storage", options.storage,
+                    "Where to keep the catalogue, for example file:catalogue.db3 (default: in memory)")
+        ->type_name("URI");
+    command.add_flag("--strict", options.strict, "Stop with exit code 1 at the first thing that would be skipped");
+}
+
+} // namespace
+
+description_argument parse_description(const std::string& text) {
+    const auto equals = text.find('=');
+    if (equals == std::string::npos || equals == 0 || text.find('/') < equals) {
+        return {"", text};
+    }
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+void add_decode_options(CLI::App& app, decode_options& options) {
+    CLI::App& command = *app.add_subcommand("decode", "Write the physical values of a recording");
+    command.add_option("LOG", options.log, "Recording as candump -L writes it; - is standard input")
+        ->type_name("")
+        ->required();
+    add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE");
+    command
+        .add_option("-s,--signal", options.patterns,
+                    "Signals to write, as View.Message.Signal with * and ? (default: all). May be given several times")
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
+    const std::map<std::string, output_format> formats{{"csv", output_format::csv}, {"jsonl", output_format::jsonl}};
+    command.add_option("-f,--format", options.format, "Form of the output: csv (default) or jsonl")
+        ->type_name("FORMAT")
+        ->transform(CLI::CheckedTransformer(formats).description(""));
+    command.add_option("-o,--output", options.output, "File to write instead of standard output")->type_name("FILE");
+    command.add_flag("--j1939", options.j1939, "Match all 29-bit ids by parameter group number");
+    command.add_option("--report", options.report, "File for the account of the run, as one line of JSON")
+        ->type_name("FILE");
+    command.footer(
+        "A description with SOURCE= is for the interface of that name only.\n"
+        "Exit codes: 0 all decoded, 1 not done, 2 wrong usage, 3 done but something was damaged or skipped,\n"
+        "4 a plug-in failed.");
+}
+
+void add_tree_options(CLI::App& app, tree_options& options) {
+    CLI::App& command = *app.add_subcommand("tree", "Show what descriptions hold");
+    add_catalogue_options(command, options.catalogue, "FILE");
+}
+
+void add_schema_options(CLI::App& app, schema_options& options) {
+    CLI::App& command = *app.add_subcommand("schema", "Show the layout of a message or signal as JSON");
+    command.add_option("EXPRESSION", options.expression, "What to show, as View.Message or View.Message.Signal")
+        ->type_name("")
+        ->required();
+    add_catalogue_options(command, options.catalogue, "FILE");
+}
+
+} // namespace tavi::tool

@@ -1,0 +1,60 @@
+// The command line: what each command was asked to do.
+#ifndef TOOLS_TAVI_OPTIONS_HPP
+#define TOOLS_TAVI_OPTIONS_HPP
+
+#include <string>
+#include <vector>
+
+#include "tools/tavi/exit_code.hpp"
+
+namespace CLI {
+class App;
+}
+
+namespace tavi::tool {
+
+// [SOURCE=]FILE
+struct description_argument {
+    std::string source; // empty: for every source
+    std::string path;
+};
+
+enum class output_format { csv, jsonl };
+
+// What all commands that read descriptions share.
+struct catalogue_options {
+    std::vector<std::string> descriptions; // as given, see parse_description
+    std::string storage;                   // empty: in memory
+    bool strict = false;
+};
+
+struct decode_options {
+    std::string log;
+    catalogue_options catalogue;
+    std::vector<std::string> patterns;
+    output_format format = output_format::csv;
+    std::string output; // empty: standard output
+    std::string report; // empty: none
+    bool j1939 = false;
+};
+
+struct tree_options {
+    catalogue_options catalogue;
+};
+
+struct schema_options {
+    std::string expression;
+    catalogue_options catalogue;
+};
+
+// The part before the first '=' is the source, unless it is empty or holds a '/'.
+description_argument parse_description(const std::string& text);
+
+// Adds the command `decode` (`tree`, `schema`) to the command line; the options live as long as `app`.
+void add_decode_options(CLI::App& app, decode_options& options);
+void add_tree_options(CLI::App& app, tree_options& options);
+void add_schema_options(CLI::App& app, schema_options& options);
+
+} // namespace tavi::tool
+
+#endif

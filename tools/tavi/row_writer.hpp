@@ -1,0 +1,60 @@
+// Values as rows of CSV or JSON lines.
+#ifndef TOOLS_TAVI_ROW_WRITER_HPP
+#define TOOLS_TAVI_ROW_WRITER_HPP
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "host/record_plan.hpp"
+#include "tools/tavi/block_output.hpp"
+#include "tools/tavi/options.hpp"
+
+namespace tavi::tool {
+
+// What stands before and behind the value in all rows of one signal.
+struct row_text {
+    padded_text before;
+    padded_text behind;
+};
+
+// A field of CSV: in quotes where it holds a comma, a quote or a line end.
+std::string csv_field(std::string_view text);
+// A text of JSON with its quotes; bytes that are no UTF-8 become the replacement character.
+std::string json_text(std::string_view text);
+
+// Thread: one at a time.
+class row_writer {
+public:
+    row_writer(block_output& output, output_format format) : output_(output), format_(format) {}
+
+    // What goes before all rows.
+    void write_header();
+
+    // signal  the full URL
+    row_text make_row(std::string_view signal, std::string_view unit) const;
+
+    // The time of the rows that follow.
+    void set_time(std::string_view time);
+
+    void write(const row_text& row, const host::record_plan& plan, const host::reading& value) {
+        char* at = output_.reserve(time_.size() + row.before.size() + row.behind.size() + slack);
+        at = row.before.copy_to(time_.copy_to(at));
+        at = value.kind == host::value_kind::floating ? write_floating(at, plan, value) : plan.write_text(value, at);
+        output_.commit(row.behind.copy_to(at));
+    }
+
+private:
+    // Room for a value and for what padded texts write beyond their ends.
+    static constexpr std::size_t slack = 2 * padded_text::stride + 64;
+
+    char* write_floating(char* at, const host::record_plan& plan, const host::reading& value) const;
+
+    block_output& output_;
+    output_format format_;
+    padded_text time_;
+};
+
+} // namespace tavi::tool
+
+#endif

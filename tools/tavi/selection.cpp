@@ -1,0 +1,135 @@
+#include "tools/tavi/selection.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <stdexcept>
+
+#include "host/schema_reader.hpp"
+#include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/printable.hpp"
+
+namespace tavi::tool {
+
+namespace {
+
+std::vector<host::url_pattern> parse_patterns(const std::vector<std::string>& texts) {
+    std::vector<host::url_pattern> patterns;
+    for (const std::string& text : texts) {
+        try {
+            patterns.emplace_back(text);
+        } catch (const std::invalid_argument& error) {
+            throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::usage,
+                                "a pattern reads View.Message.Signal, for example 'CAN.Engine*.*Speed'");
+        }
+    }
+    return patterns;
+}
+
+// Whether the pattern, which has no wildcards, names something below `path`.
+bool leads_below(const host::url_pattern& pattern, std::string_view path) {
+    const std::string_view text = pattern.text();
+    return text.size() > path.size() && text.starts_with(path) && text[path.size()] == '.';
+}
+
+} // namespace
+
+std::string path_level(std::string_view name) {
+    const auto is_letter = [](unsigned char character) { return std::isalpha(character) != 0 || character == '_'; };
+    const bool plain = !name.empty() && is_letter(static_cast<unsigned char>(name[0])) &&
+                       std::all_of(name.begin(), name.end(), [&](unsigned char character) {
+                           return is_letter(character) || std::isdigit(character) != 0 || character == '-';
+                       });
+    return plain ? std::string(name) : '"' + std::string(name) + '"';
+}
+
+std::string row_path(const message& read, const host::record_plan& plan, std::size_t row) {
+    return (plan.names_subscribed_level() ? read.view : read.path) + '.' + plan.rows()[row].name;
+}
+
+selection::selection(catalogue& catalogue, const std::vector<std::string>& patterns)
+    : catalogue_(catalogue), patterns_(parse_patterns(patterns)) {
+    std::vector<bool> used(patterns_.size());
+    for (std::size_t description = 0; description < catalogue_.descriptions().size(); ++description) {
+        const auto& views = nodes_.emplace_back(catalogue_.views(description));
+        for (const qor_type_node_t& view : views) {
+            add_view(description, view, used);
+        }
+    }
+    const auto unused = std::find(used.begin(), used.end(), false);
+    if (unused != used.end()) {
+        const std::string& text = patterns_[static_cast<std::size_t>(unused - used.begin())].text();
+        throw command_error("tavi: error: no signal fits '" + printable(text) + "'", exit_code::failed,
+                            "tavi tree -d FILE shows what there is; a pattern does not begin with the source");
+    }
+}
+
+void selection::add_view(std::size_t description, const qor_type_node_t& view, std::vector<bool>& used) {
+    const auto& objects = nodes_.emplace_back(catalogue_.extractor().children(view));
+    for (const qor_type_node_t& object : objects) {
+        message& added = messages_.emplace_back();
+        added.description = description;
+        added.view = path_level(view.name);
+        added.path = added.view + '.' + path_level(object.name);
+        added.address = object.object.address;
+        added.flags = object.object.flags;
+        added.node = &object;
+        const bool whole = mark_used(added.path, used);
+        added.selected = wants_part_of(added, used) || whole || patterns_.empty();
+    }
+}
+
+// Notes all patterns that fit the path or a level above it.
+bool selection::mark_used(std::string_view path, std::vector<bool>& used) const {
+    bool found = false;
+    for (std::size_t pattern = 0; pattern < patterns_.size(); ++pattern) {
+        if (patterns_[pattern].matches_below(path)) {
+            used[pattern] = true;
+            found = true;
+        }
+    }
+    return found;
+}
+
+bool selection::wants_part_of(message& candidate, std::vector<bool>& used) {
+    const bool possible = std::any_of(patterns_.begin(), patterns_.end(), [&](const host::url_pattern& pattern) {
+        return pattern.has_wildcard() || leads_below(pattern, candidate.path);
+    });
+    return possible && find_wanted(candidate.path, catalogue_.extractor().tree(*candidate.node), used);
+}
+
+bool selection::find_wanted(const std::string& path, const host::node_tree& tree, std::vector<bool>& used) const {
+    bool found = false;
+    for (const host::node_tree& below : tree.trees) {
+        const std::string inner = path + '.' + path_level(below.node->name);
+        found = mark_used(inner, used) || found;
+        found = find_wanted(inner, below, used) || found;
+    }
+    return found;
+}
+
+bool selection::is_wanted(std::string_view path) const {
+    return patterns_.empty() || std::any_of(patterns_.begin(), patterns_.end(), [&](const host::url_pattern& pattern) {
+               return pattern.matches_below(path);
+           });
+}
+
+const message_plan& selection::plan_of(message& selected) {
+    if (selected.plan == nullptr) {
+        const auto type = host::read_schema(catalogue_.extractor().schema(
+            catalogue_.expression(selected.description, selected.path), {.layout = host::lenient}));
+        host::node_tree tree = catalogue_.extractor().tree(*selected.node);
+        host::record_plan plan(*type, &tree);
+        std::vector<std::uint32_t> rows;
+        for (std::size_t row = 0; row < plan.rows().size(); ++row) {
+            if (is_wanted(row_path(selected, plan, row))) {
+                rows.push_back(static_cast<std::uint32_t>(row));
+            }
+        }
+        const bool whole = rows.size() == plan.rows().size();
+        selected.plan =
+            std::make_unique<message_plan>(message_plan{std::move(tree), std::move(plan), std::move(rows), whole});
+    }
+    return *selected.plan;
+}
+
+} // namespace tavi::tool

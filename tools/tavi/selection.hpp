@@ -1,0 +1,81 @@
+// Which messages and signals of the descriptions a run was asked for.
+#ifndef TOOLS_TAVI_SELECTION_HPP
+#define TOOLS_TAVI_SELECTION_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/nodes.hpp"
+#include "host/record_plan.hpp"
+#include "host/url_pattern.hpp"
+#include "tools/tavi/catalogue.hpp"
+
+namespace tavi::tool {
+
+// How the records of a message are read; made when its first frame comes.
+struct message_plan {
+    host::node_tree tree;
+    host::record_plan plan;
+    // Rows that were asked for, ascending.
+    std::vector<std::uint32_t> rows;
+    // Whether those are all there are.
+    bool whole = false;
+};
+
+// A message of a description, asked for or not.
+struct message {
+    std::size_t description = 0;
+    // Below the source, as a URL expression has it: "CAN.EngineData".
+    std::string path;
+    // The level above: "CAN".
+    std::string view;
+    // Frame id with bit 31 set for 29-bit ids; QOR_OBJECT_ bits.
+    std::uint64_t address = 0;
+    std::uint32_t flags = 0;
+    bool selected = false;
+    // The record of the catalogue, which belongs to the selection.
+    const qor_type_node_t* node = nullptr;
+    std::unique_ptr<message_plan> plan;
+};
+
+// Thread: one at a time.
+class selection {
+public:
+    // Reads from the catalogue what the patterns need, everything for none.
+    // Throws: command_error for a pattern that is none or that nothing fits.
+    selection(catalogue& catalogue, const std::vector<std::string>& patterns);
+
+    // In the order of the descriptions. Each stays where it is.
+    std::deque<message>& messages() noexcept { return messages_; }
+
+    // The plan of a selected message. Throws: host::error, std::exception for a layout that has no reading.
+    const message_plan& plan_of(message& selected);
+
+private:
+    bool is_wanted(std::string_view path) const;
+    void add_view(std::size_t description, const qor_type_node_t& view, std::vector<bool>& used);
+    bool mark_used(std::string_view path, std::vector<bool>& used) const;
+    bool wants_part_of(message& candidate, std::vector<bool>& used);
+    bool find_wanted(const std::string& path, const host::node_tree& tree, std::vector<bool>& used) const;
+
+    catalogue& catalogue_;
+    std::vector<host::url_pattern> patterns_;
+    // Nodes that `messages_` points into.
+    std::deque<host::nodes> nodes_;
+    std::deque<message> messages_;
+};
+
+// The whole path of a row, below the source: "CAN.EngineData.EngineSpeed".
+std::string row_path(const message& read, const host::record_plan& plan, std::size_t row);
+
+// A level of a path as a URL expression has it: quoted where its characters ask for it.
+std::string path_level(std::string_view name);
+
+} // namespace tavi::tool
+
+#endif
