@@ -54,8 +54,8 @@ inline void write_can_header(std::uint8_t* payload, std::uint32_t id, std::uint8
     std::memcpy(payload, bytes, sizeof bytes);
 }
 
-// Reads a payload; false, with nothing stored, when it is shorter than a header or than the length in it says. A remote
-// frame's length counts no bytes.
+// Reads a payload; false, with nothing stored, when it is shorter than a header or than the length in it says, or when
+// that is beyond 64. A remote frame's length counts no bytes.
 inline bool read_can_frame(std::span<const std::uint8_t> payload, can_frame_view& frame) noexcept {
     if (payload.size() < can_header_size) {
         return false;
@@ -64,7 +64,7 @@ inline bool read_can_frame(std::span<const std::uint8_t> payload, can_frame_view
                              static_cast<std::uint32_t>(payload[2]) << 16 |
                              static_cast<std::uint32_t>(payload[3]) << 24;
     const std::size_t size = (id & can_remote_bit) != 0 ? 0 : payload[4];
-    if (size > payload.size() - can_header_size) {
+    if (size > can_max_data_size || size > payload.size() - can_header_size) {
         return false;
     }
     frame = {id, payload[4], payload[5], payload.subspan(can_header_size, size)};

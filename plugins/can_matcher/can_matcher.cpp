@@ -1,0 +1,199 @@
+// The plug-in: packages of the formats "can" and "j1939" (qorcpp/can_frame.hpp) against subscriptions.
+//
+// A frame is of a message when its id is the message's address, 29-bit flag included. Messages marked as parameter
+// groups, and in the format "j1939" all messages with 29-bit ids, are known by their parameter group instead. Remote
+// frames, error frames and payloads that are no frame serve nobody.
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+
+#include "plugins/can_matcher/frame_index.hpp"
+#include "plugins/can_matcher/subscription.hpp"
+#include "plugins/sdk/plugin.hpp"
+#include "qorc/extensibility/data_matcher.h"
+
+namespace qor::can_matcher {
+
+namespace {
+
+constexpr const char* formats[] = {can_format, j1939_format};
+
+struct arrived_frame {
+    can_frame_view frame;
+    bool is_j1939;
+};
+
+// Nothing for a package that no message can be in.
+std::optional<arrived_frame> frame_of(const qor_package_t& package) noexcept {
+    arrived_frame result{};
+    const std::span payload(qor_package_payload(&package), package.payload_size);
+    if (!read_can_frame(payload, result.frame) || (result.frame.id & (can_remote_bit | can_error_bit)) != 0) {
+        return std::nullopt;
+    }
+    result.is_j1939 = std::strcmp(package.format_type, j1939_format) == 0;
+    return result;
+}
+
+// Two lists of entries as one, ascending by handle.
+class merged_entries {
+public:
+    merged_entries(std::span<const index_entry> first, std::span<const index_entry> second)
+        : first_(first), second_(second) {}
+
+    bool empty() const noexcept { return first_.empty() && second_.empty(); }
+
+    const index_entry& take() noexcept {
+        const bool from_first = second_.empty() || (!first_.empty() && first_.front().handle < second_.front().handle);
+        auto& list = from_first ? first_ : second_;
+        const index_entry& entry = list.front();
+        list = list.subspan(1);
+        return entry;
+    }
+
+private:
+    std::span<const index_entry> first_;
+    std::span<const index_entry> second_;
+};
+
+class matcher {
+public:
+    explicit matcher(qor_service_locator_t*) {
+        services_.offer(qor_data_matcher_support_t{sdk::slot<&matcher::register_type>,
+                                                   sdk::slot<&matcher::unregister_type>, sdk::slot<&matcher::match>});
+        services_.offer(qor_data_matcher_format_support_t{[](void*) { return std::size(formats); },
+                                                          sdk::slot<&matcher::get_supported_format>});
+        services_.offer(qor_data_matcher_batch_support_t{sdk::slot<&matcher::match_batch>});
+    }
+
+    sdk::service_table& services() noexcept { return services_; }
+
+    void register_type(std::uint64_t handle, const char*, const qor_type_node_sequence_t* hierarchy,
+                       std::uint64_t position, std::uint64_t size) {
+        check_argument(hierarchy, "hierarchy");
+        auto made = subscription::make(*hierarchy, position, size);
+        // A matcher is told of every subscription, also of those to descriptions of other buses.
+        if (!made) {
+            return;
+        }
+        forget(handle);
+        const subscription& kept = subscriptions_.emplace(handle, std::move(*made)).first->second;
+        if (kept.is_parameter_group()) {
+            marked_groups_.insert(parameter_group(kept.id()), handle, kept);
+        } else {
+            ids_.insert(kept.id(), handle, kept);
+        }
+        if (kept.is_extended()) {
+            all_groups_.insert(parameter_group(kept.id()), handle, kept);
+        }
+    }
+
+    void unregister_type(std::uint64_t handle) { forget(handle); }
+
+    void match(std::uint64_t handle, const qor_package_t* package, bool lenient, bool* matched, std::uint64_t* offset,
+               std::uint64_t* size, std::uint64_t* expected_size) {
+        check_argument(package, "package");
+        check_argument(matched, "matched");
+        check_argument(offset, "offset");
+        check_argument(size, "size");
+        check_argument(expected_size, "expected_size");
+        *matched = false;
+        const auto found = subscriptions_.find(handle);
+        const auto arrived = frame_of(*package);
+        if (found == subscriptions_.end() || !arrived || !found->second.fits(arrived->frame, arrived->is_j1939)) {
+            return;
+        }
+        if (const auto place = found->second.locate(arrived->frame, lenient)) {
+            *matched = true;
+            *offset = place->offset;
+            *size = place->size;
+            *expected_size = place->expected_size;
+        }
+    }
+
+    void match_batch(const qor_package_t* package, const std::uint64_t* handles, std::size_t handle_count, bool lenient,
+                     qor_match_outcome_t* outcomes, std::size_t* outcome_count) {
+        check_argument(package, "package");
+        check_argument(outcome_count, "outcome_count");
+        *outcome_count = 0;
+        if (handle_count == 0) {
+            return;
+        }
+        check_argument(handles, "handles");
+        check_argument(outcomes, "outcomes");
+        const auto arrived = frame_of(*package);
+        if (!arrived) {
+            return;
+        }
+        const std::uint64_t* at = handles;
+        const std::uint64_t* const end = handles + handle_count;
+        for (auto waiting = waiting_for(*arrived); !waiting.empty();) {
+            const index_entry& entry = waiting.take();
+            at = std::lower_bound(at, end, entry.handle);
+            if (at == end) {
+                break;
+            }
+            // Subscriptions of other sources wait for the same frame.
+            if (*at != entry.handle) {
+                continue;
+            }
+            if (const auto place = entry.target->locate(arrived->frame, lenient)) {
+                outcomes[(*outcome_count)++] = {entry.handle, place->offset, place->size, place->expected_size};
+            }
+        }
+    }
+
+    void get_supported_format(std::size_t index, const char** format) {
+        check_argument(format, "format");
+        if (index >= std::size(formats)) {
+            throw std::invalid_argument("there is no format " + std::to_string(index));
+        }
+        *format = formats[index];
+    }
+
+private:
+    merged_entries waiting_for(const arrived_frame& arrived) const noexcept {
+        const std::uint32_t id = arrived.frame.id;
+        if ((id & can_extended_bit) == 0) {
+            return {ids_.find(id), {}};
+        }
+        if (arrived.is_j1939) {
+            return {all_groups_.find(parameter_group(id)), {}};
+        }
+        return {ids_.find(id), marked_groups_.find(parameter_group(id))};
+    }
+
+    void forget(std::uint64_t handle) {
+        const auto found = subscriptions_.find(handle);
+        if (found == subscriptions_.end()) {
+            return;
+        }
+        const std::uint32_t id = found->second.id();
+        ids_.erase(id, handle);
+        marked_groups_.erase(parameter_group(id), handle);
+        all_groups_.erase(parameter_group(id), handle);
+        subscriptions_.erase(found);
+        if (subscriptions_.empty()) {
+            ids_.clear();
+            marked_groups_.clear();
+            all_groups_.clear();
+        }
+    }
+
+    sdk::service_table services_;
+    // The indices point to these.
+    std::unordered_map<std::uint64_t, subscription> subscriptions_;
+    // Those that are known by their whole id in the format "can", and all with 11-bit ids.
+    frame_index ids_;
+    // Those that are known by their parameter group in both formats.
+    frame_index marked_groups_;
+    // All with 29-bit ids, by parameter group.
+    frame_index all_groups_;
+};
+
+} // namespace
+
+} // namespace qor::can_matcher
+
+QOR_DATA_MATCHER(qor::can_matcher::matcher)
