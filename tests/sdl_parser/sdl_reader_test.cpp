@@ -1,0 +1,154 @@
+// Texts of descriptions: what is read, what defaults give, and what each broken rule is told.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "introspection/xtypes/type_kind.hpp"
+#include "plugins/sdl_parser/sdl_reader.hpp"
+
+namespace sdl_parser {
+namespace {
+
+using qor::introspection::xtypes::type_kind;
+
+std::string around(const std::string& members) {
+    return R"({"sdl": 1, "views": [{"name": "V", "objects": [{"name": "O", "address": 4, "members": [)" + members +
+           "]}]}]}";
+}
+
+std::string error_of(const std::string& text) {
+    try {
+        read_description(text);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+TEST(SdlReader, ReadsEverythingThatANodeHolds) {
+    const auto views = read_description(R"({"sdl": 1, "$schema": "x", "comment": "c", "views": [
+        {"name": "Raw View", "cycle": 5, "comment": "first", "objects": [
+          {"name": "O", "address": "0xFFFFFFFF00000000", "count": 3, "size": 64, "comment": "second", "members": [
+            {"name": "g", "at": 2, "count": 4, "size": 8, "members": [
+              {"name": "s", "at": 1, "bit": 3, "bits": 12, "count": 2, "size": 6, "stored": "int16",
+               "physical": "float32", "byte_order": "little_endian", "encoding": "ones_complement",
+               "coefficients": [1, 2, 3, 4, 5, 6], "unit": "km/h", "comment": "third", "minimum": -1.5, "maximum": 2,
+               "values": {"-1": "a\\b", "2": "c\nd"}}]}]}]}]})");
+    ASSERT_EQ(views.size(), 1u);
+    EXPECT_EQ(views[0].name, "Raw View");
+    EXPECT_EQ(views[0].record.view.cycle, 5u);
+    const sdl_node& object = views[0].children.at(0);
+    EXPECT_EQ(object.record.object.address, 0xFFFFFFFF00000000u);
+    EXPECT_EQ(object.record.object.element_count, 3u);
+    EXPECT_EQ(object.record.object.element_size, 64u);
+    EXPECT_EQ(object.comment, "second");
+    const sdl_node& group = object.children.at(0);
+    EXPECT_EQ(group.record.kind, QOR_TYPE_NODE_GROUP);
+    EXPECT_EQ(group.record.group.offset, 2u);
+    EXPECT_EQ(group.record.group.element_count, 4u);
+    EXPECT_EQ(group.record.group.element_size, 8u);
+    const sdl_node& node = group.children.at(0);
+    const qor_signal_node_t& signal = node.record.signal;
+    EXPECT_EQ(signal.offset, 1u);
+    EXPECT_EQ(signal.bit_offset, 3u);
+    EXPECT_EQ(signal.bit_length, 12u);
+    EXPECT_EQ(signal.element_count, 2u);
+    EXPECT_EQ(signal.element_size, 6u);
+    EXPECT_EQ(signal.raw_kind, static_cast<uint16_t>(type_kind::int16));
+    EXPECT_EQ(signal.converted_kind, static_cast<uint16_t>(type_kind::float32));
+    EXPECT_EQ(signal.encoding, QOR_ENCODING_ONES_COMPLEMENT);
+    EXPECT_EQ(signal.byte_order, QOR_BYTE_ORDER_LITTLE_ENDIAN);
+    EXPECT_EQ(signal.numerator_x2, 1);
+    EXPECT_EQ(signal.denominator_x0, 6);
+    EXPECT_EQ(signal.minimum, -1.5);
+    EXPECT_EQ(signal.maximum, 2);
+    EXPECT_EQ(node.unit, "km/h");
+    EXPECT_EQ(node.value_table, "-1=a\\\\b\n2=c\\nd");
+}
+
+TEST(SdlReader, DefaultsFollowFromWhatStandsBefore) {
+    const auto views = read_description(around(
+        R"({"name": "a", "stored": "uint16"},
+           {"name": "b", "stored": "uint32", "bits": 20, "bit": 2, "count": 3},
+           {"name": "c", "stored": "uint8", "factor": 0.5, "offset": -40},
+           {"name": "g", "count": 2, "members": [{"name": "x", "stored": "float64"}, {"name": "y", "stored": "int8"}]},
+           {"name": "d", "stored": "int16", "byte_order": "inconsistent_big_endian", "bits": 12, "bit": 12},
+           {"name": "e", "stored": "int16", "byte_order": "inconsistent_big_endian"})"));
+    const sdl_node& object = views[0].children[0];
+    const auto& m = object.children;
+    EXPECT_EQ(m[1].record.signal.offset, 2u);
+    EXPECT_EQ(m[1].record.signal.element_size, 3u);
+    EXPECT_EQ(m[1].record.signal.converted_kind, static_cast<uint16_t>(type_kind::uint32));
+    EXPECT_EQ(m[2].record.signal.offset, 11u);
+    EXPECT_EQ(m[2].record.signal.converted_kind, static_cast<uint16_t>(type_kind::float64));
+    EXPECT_EQ(m[2].record.signal.numerator_x1, 0.5);
+    EXPECT_EQ(m[2].record.signal.numerator_x0, -40);
+    EXPECT_EQ(m[3].record.group.offset, 12u);
+    EXPECT_EQ(m[3].record.group.element_size, 9u);
+    EXPECT_EQ(m[4].record.signal.offset, 30u);
+    EXPECT_EQ(m[4].record.signal.element_size, 2u);
+    EXPECT_EQ(m[5].record.signal.element_size, 2u);
+    EXPECT_EQ(object.record.object.element_size, 34u);
+}
+
+TEST(SdlReader, NamesThePlaceOfEachFault) {
+    const std::string members = "/views/0/objects/0/members";
+    const std::pair<std::string, std::string> rows[] = {
+        {"",
+         "1:1: expected JSON, parse error at line 1, column 1: syntax error while parsing value - unexpected end of "
+         "input; expected '[', '{', or a literal"},
+        {"[]", "/: expected an object, found an array of 0"},
+        {R"({"views": []})", R"(/: expected an object with the key "sdl", found an object)"},
+        {R"({"sdl": 2, "views": []})", "/sdl: expected an integer from 1 to 1, found 2"},
+        {R"({"sdl": 1, "views": {}})", "/views: expected an array, found an object"},
+        {R"({"sdl": 1, "view/s": 1})",
+         R"(/view~1s: unknown key, expected one of "$schema", "sdl", "comment", "views")"},
+        {R"({"sdl": 1, "views": [{"name": "2", "objects": []}]})",
+         "/views/0/name: expected a name of letters, digits, '_', '-' and blanks that begins with a letter or '_', "
+         "found \"2\""},
+        {around(""), members + ": expected an array of at least one member, found an array of 0"},
+        {around(R"({"name": "a b", "stored": "int8"})"),
+         members + "/0/name: expected a name of letters, digits, '_' and '-' that begins with a letter or '_', found "
+                   "\"a b\""},
+        {around(R"({"name": "a", "stored": "int9"})"),
+         members + R"(/0/stored: expected one of "char8", "int8", "uint8", "int16", "uint16", "int32", "uint32", )" +
+             R"("int64", "uint64", "float32", "float64", found "int9")"},
+        {around(R"({"name": "a", "stored": "int8", "bits": 9})"),
+         members + "/0/bits: expected an integer from 1 to 8, found 9"},
+        {around(R"({"name": "a", "stored": "int8", "at": -1})"),
+         members + "/0/at: expected an integer from 0 to 4294967295, found -1"},
+        {around(R"({"name": "a", "stored": "int8", "at": "0xG"})"),
+         members + "/0/at: expected an integer from 0 to 4294967295, found \"0xG\""},
+        {around(R"({"name": "a", "stored": "int8", "factor": 1, "coefficients": [0,1,0,0,0,1]})"),
+         members + R"(/0/coefficients: "coefficients" cannot stand beside "factor" or "offset")"},
+        {around(R"({"name": "a", "stored": "int8", "values": {"x": "y"}})"),
+         members + "/0/values/x: the key of a value table has to be an integer"},
+        {around(R"({"name": "a", "stored": "int8"}, {"name": "a", "stored": "int8"})"),
+         members + R"(/1/name: the name "a" stands here twice)"},
+        {around(R"({"name": "a", "stored": "int16", "byte_order": "inconsistent_big_endian", "bits": 12, "bit": 4})"),
+         members + "/0: the value of 12 bits runs out of its first byte: from bit 4 on there are 4"},
+        {around(R"({"name": "g", "count": 4294967295, "members": [{"name": "a", "stored": "int16"}]},
+                   {"name": "b", "stored": "int8"})"),
+         members + "/1: the members before this one end behind byte 4294967295"},
+    };
+    for (const auto& [text, expected] : rows) {
+        EXPECT_EQ(error_of(text), expected) << text;
+    }
+    EXPECT_EQ(error_of("{\n \"sdl\": 1,\n \"views\": ]").substr(0, 18), "3:11: expected JSO");
+}
+
+TEST(SdlReader, BoundsTheDepthOfGroups) {
+    const auto nested = [](int depth) {
+        std::string text = R"({"name": "a", "stored": "int8"})";
+        for (int level = 0; level < depth; ++level) {
+            text = R"({"name": "g", "members": [)" + text + "]}";
+        }
+        return error_of(around(text));
+    };
+    EXPECT_EQ(nested(31), "no error");
+    EXPECT_NE(nested(32).find("groups are nested deeper than 32"), std::string::npos);
+    EXPECT_NE(error_of(std::string(200000, '[')), "no error");
+}
+
+} // namespace
+} // namespace sdl_parser
