@@ -18,17 +18,23 @@ namespace qor::introspection::xtypes {
 template<typename Raw>
 class signal_encoder {
 public:
-    // A value of `kind` at `source`; a kind outside the eleven stands for Converted.
+    // A value of `kind` at `source`; a kind outside the eleven stands for `converted_kind`.
     // Throws: std::runtime_error "specificed encoding not supported", "conversion type not supported", and what
     // write_signal_bits throws.
-    template<typename Converted>
-    static void encode(const signal_parameters& signal, type_kind kind, const std::uint8_t* source,
-                       std::uint8_t* destination) {
+    static void encode(const signal_parameters& signal, type_kind kind, type_kind converted_kind,
+                       const std::uint8_t* source, std::uint8_t* destination) {
         if (kind == type_kind::float32 || kind == type_kind::float64) {
             encode_real(signal, kind, source, destination);
-            return;
+        } else if (!encode_as(signal, kind, source, destination)) {
+            encode_as(signal, converted_kind, source, destination);
         }
-        const bool found = any_scalar([&](const auto& scalar) {
+    }
+
+private:
+    // False for a kind outside the eleven.
+    static bool encode_as(const signal_parameters& signal, type_kind kind, const std::uint8_t* source,
+                          std::uint8_t* destination) {
+        return any_scalar([&](const auto& scalar) {
             using type = typename std::remove_cvref_t<decltype(scalar)>::type;
             if (scalar.kind != kind) {
                 return false;
@@ -36,12 +42,8 @@ public:
             encode_value(signal, load<type>(source), destination);
             return true;
         });
-        if (!found) {
-            encode_value(signal, load<Converted>(source), destination);
-        }
     }
 
-private:
     static void encode_real(const signal_parameters& signal, type_kind kind, const std::uint8_t* source,
                             std::uint8_t* destination) {
         // A double is taken by its first four bytes, as a float: settled, however odd.

@@ -16,12 +16,11 @@ std::shared_ptr<dynamic_type> make_signal_of_raw(type_kind converted_kind, const
             return false;
         }
         const signal_coefficients& c = signal.coefficients;
-        const signal_type<converted, Raw, 1> type(
+        result = std::make_shared<signal_type<converted, Raw, 1>>(
             with_signal(converted_kind), signal.raw_kind,
             signal_type_name(scalar.c_name, scalar_of<Raw>().c_name, signal), signal.byte_order, signal.bit_offset,
             signal.bit_length, c.numerator_x2, c.numerator_x1, c.numerator_x0, c.denominator_x2, c.denominator_x1,
             c.denominator_x0, signal.signal_suffix, signal.encoding);
-        result = type.clone();
         return true;
     });
     return result;

@@ -20,9 +20,9 @@
 
 namespace qor::introspection::xtypes {
 
-// Immutable.
+// Immutable. Not exported: the symbols of 121 classes would be bound one by one in every process that loads the library.
 template<typename Converted, typename Raw, int Dimensions>
-class QORCPP_API signal_type final : public signal_type_base {
+class signal_type final : public signal_type_base {
     static_assert(Dimensions == 1, "a signal is one value");
 
 public:
@@ -76,7 +76,7 @@ public:
     }
 
     void encode(type_kind kind, const std::uint8_t* source, std::uint8_t* destination) const override {
-        signal_encoder<Raw>::template encode<Converted>(parameters_, kind, source, destination);
+        signal_encoder<Raw>::encode(parameters_, kind, scalar_of<Converted>().kind, source, destination);
     }
 
     void walk_instance_named(const instance_node& node, const std::string& path,
