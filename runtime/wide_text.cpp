@@ -55,7 +55,7 @@ void put_utf8(std::string& text, std::uint32_t code) {
         return;
     }
     const unsigned more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-    const std::uint32_t mark = 0xF00u >> more & 0xFFu;
+    const std::uint32_t mark = 0xFF00u >> (more + 1) & 0xFFu;
     text += static_cast<char>(mark | code >> (6 * more));
     for (unsigned i = more; i-- > 0;) {
         text += static_cast<char>(0x80 | (code >> (6 * i) & 0x3F));
