@@ -60,12 +60,14 @@ std::uint32_t get_data_description_content(void* handle, std::size_t, std::size_
         [&]() -> std::uint32_t {
             const auto& provider = provider_of(handle);
             check_argument(size, "size");
-            const data_description_content& content = element(provider.descriptions, index);
+            // A copy, since the packed record's fields stand at odd addresses.
+            const data_description_content content = element(provider.descriptions, index);
+            const std::uint64_t content_size = content.content_size;
             if (buffer == nullptr) {
-                *size = content.content_size;
+                *size = content_size;
                 return QOR_STATUS_BUFFER_TOO_SMALL;
             }
-            *size = std::min<std::uint64_t>(*size, content.content_size);
+            *size = std::min(*size, content_size);
             if (*size != 0) {
                 std::memcpy(buffer, content.content, *size);
             }

@@ -25,7 +25,8 @@ void* heap_realloc(void* memory, size_t size, void* context) {
 }
 
 void* heap_calloc(size_t count, size_t size, void* context) {
-    return context != nullptr ? std::calloc(count, size) : nullptr;
+    const bool overflows = size != 0 && count > std::numeric_limits<size_t>::max() / size;
+    return context != nullptr && !overflows ? std::calloc(count, size) : nullptr;
 }
 
 // The C heap has no aligned allocation that is the same on every platform: the block is taken larger, and the pointer
