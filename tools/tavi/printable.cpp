@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numeric>
 #include <vector>
 
 namespace tavi::tool {
@@ -84,15 +85,20 @@ excerpt make_excerpt(std::string_view line, std::size_t column, std::size_t widt
         caret += at < target ? 1 : 0;
         pieces.push_back(escape_one(line.substr(at), length));
     }
-    std::size_t begin = caret;
-    std::size_t before = 0;
-    while (begin > 0 && before + shown_width(pieces[begin - 1]) <= width * 2 / 3) {
-        before += shown_width(pieces[--begin]);
+    const auto width_of = [&](std::size_t from, std::size_t to) {
+        return std::accumulate(pieces.begin() + static_cast<std::ptrdiff_t>(from),
+                               pieces.begin() + static_cast<std::ptrdiff_t>(to), std::size_t{0},
+                               [](std::size_t sum, const std::string& piece) { return sum + shown_width(piece); });
+    };
+    const bool fits = first == 0 && last == line.size() && width_of(0, pieces.size()) <= width;
+    const std::size_t room = fits ? width : width - 2 * dots.size();
+    std::size_t begin = 0;
+    while (!fits && width_of(begin, caret) > room * 2 / 3) {
+        ++begin;
     }
     std::size_t end = begin;
-    std::size_t shown = 0;
-    while (end < pieces.size() && shown + shown_width(pieces[end]) <= width - 2 * dots.size()) {
-        shown += shown_width(pieces[end++]);
+    for (std::size_t shown = 0; end < pieces.size() && shown + shown_width(pieces[end]) <= room; ++end) {
+        shown += shown_width(pieces[end]);
     }
     const bool cut_front = first + begin != 0;
     excerpt result;
@@ -101,7 +107,7 @@ excerpt make_excerpt(std::string_view line, std::size_t column, std::size_t widt
         result.text += pieces[at];
     }
     result.text += end < pieces.size() || last < line.size() ? dots : "";
-    result.caret = before + (cut_front ? dots.size() : 0);
+    result.caret = width_of(begin, caret) + (cut_front ? dots.size() : 0);
     return result;
 }
 

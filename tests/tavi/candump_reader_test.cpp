@@ -1,0 +1,208 @@
+// Lines of logs, good and damaged, and blocks that end anywhere.
+#include "host/candump_reader.hpp"
+
+#include <cstring>
+
+#include <gmock/gmock.h>
+
+#include "qorcpp/can_frame.hpp"
+
+namespace tavi::host {
+namespace {
+
+using outcome = candump_reader::outcome;
+
+byte_source source_of(std::string_view text, std::size_t piece = SIZE_MAX) {
+    return [text, piece](char* buffer, std::size_t room) mutable {
+        const std::size_t count = std::min({room, piece, text.size()});
+        std::memcpy(buffer, text.data(), count);
+        text.remove_prefix(count);
+        return count;
+    };
+}
+
+std::string hex(const candump_frame& frame) {
+    std::string text;
+    for (std::size_t at = 0; at < frame.length && (frame.id & qor::can_remote_bit) == 0; ++at) {
+        constexpr char digits[] = "0123456789ABCDEF";
+        text += {digits[frame.data[at] >> 4], digits[frame.data[at] & 15]};
+    }
+    return text;
+}
+
+// All that a reader tells of a text, one line for each frame or fault.
+std::string told(std::string_view text, std::size_t piece = SIZE_MAX, std::size_t block = 4096) {
+    candump_reader reader(source_of(text, piece), block);
+    candump_frame frame;
+    std::string result;
+    for (auto next = reader.next(frame); next != outcome::end; next = reader.next(frame)) {
+        result += std::to_string(reader.line_number()) + ' ';
+        if (next == outcome::frame) {
+            result += std::string(frame.time) + ' ' + reader.channels()[frame.channel] + ' ' +
+                      std::to_string(frame.id) + ' ' + std::to_string(frame.flags) + ' ' +
+                      std::to_string(frame.length) + ' ' + hex(frame) + '\n';
+        } else {
+            result += std::to_string(reader.fault().column) + ' ' + reader.fault().cause + '\n';
+        }
+    }
+    return result;
+}
+
+struct good_line {
+    const char* text;
+    const char* time;
+    std::uint32_t id;
+    unsigned flags;
+    unsigned length;
+    const char* data;
+};
+
+TEST(candump_reader, reads_every_form_of_frame) {
+    const std::string fd64(128, 'a');
+    const std::string fd_line = "(1.5) can0 123##1" + fd64;
+    const std::string fd_data(128, 'A');
+    const good_line lines[] = {
+        {"(1436509052.249713) can0 0C0#1122", "1436509052.249713", 0x0C0, 0, 2, "1122"},
+        {"(0000046408.584930) can0 7ff#08FFFB0000001884", "46408.584930", 0x7FF, 0, 8, "08FFFB0000001884"},
+        {"(000.5) can0 000#", "0.5", 0, 0, 0, ""},
+        {"(1.123456789) can0 18FEF1aB#00", "1.123456789", 0x98FEF1AB, 0, 1, "00"},
+        {"(1.5) can0 00000001#0a0B0c", "1.5", 0x80000001, 0, 3, "0A0B0C"},
+        {"(1.5) can0 1FFFFFFF#", "1.5", 0x9FFFFFFF, 0, 0, ""},
+        {"(1.5) can0 20000080#0000000000000000", "1.5", 0x20000080, 0, 8, "0000000000000000"},
+        {"(1.5) can0 064#R", "1.5", 0x40000064, 0, 0, ""},
+        {"(1.5) can0 064#R8", "1.5", 0x40000064, 0, 8, ""},
+        {"(1.5) can0 00000064#R2 T", "1.5", 0xC0000064, 0, 2, ""},
+        {"(1.5) can0 064#0102 R", "1.5", 0x64, 0, 2, "0102"},
+        {"  (1.5)\tcan0  064#0102 \t", "1.5", 0x64, 0, 2, "0102"},
+        {"(1.5) can0 064#0102030405060708_F", "1.5", 0x64, 0, 8, "0102030405060708"},
+        {"(1.5) can0 123##1", "1.5", 0x123, 5, 0, ""},
+        {"(1.5) can0 123##3000102030405060708090A0B T", "1.5", 0x123, 7, 12, "000102030405060708090A0B"},
+        {fd_line.c_str(), "1.5", 0x123, 5, 64, fd_data.c_str()},
+    };
+    for (const good_line& line : lines) {
+        for (const char* const end : {"", "\n", "\r\n"}) {
+            const std::string text = line.text + std::string(end);
+            candump_reader reader(source_of(text));
+            candump_frame frame;
+            ASSERT_EQ(reader.next(frame), outcome::frame) << line.text << ": " << reader.fault().cause;
+            EXPECT_EQ(frame.time, line.time) << line.text;
+            EXPECT_EQ(reader.channels().at(frame.channel), "can0") << line.text;
+            EXPECT_EQ(frame.id, line.id) << line.text;
+            EXPECT_EQ(frame.flags, line.flags) << line.text;
+            EXPECT_EQ(frame.length, line.length) << line.text;
+            EXPECT_EQ(hex(frame), line.data) << line.text;
+            EXPECT_EQ(reader.next(frame), outcome::end) << line.text;
+        }
+    }
+}
+
+TEST(candump_reader, tells_where_and_why_a_line_is_damaged) {
+    const std::string fd65(130, '0');
+    const std::pair<std::string, std::string> lines[] = {
+        {"x", "1 a time in parentheses was expected"},
+        {"(abc) can0 064#00", "2 the time is no seconds.fraction"},
+        {"(-1.0) can0 064#00", "2 the time is no seconds.fraction"},
+        {"(1700000000) can0 064#00", "12 the time is no seconds.fraction"},
+        {"(1.) can0 064#00", "4 the time is no seconds.fraction"},
+        {"(1.5 can0 064#00", "5 the time is no seconds.fraction"},
+        {"(1", "3 the line ends inside the time"},
+        {"(1.5", "5 the line ends inside the time"},
+        {"(99999999999999999999.0) can0 064#00", "2 the time has more seconds than 64 bits can count"},
+        {"(1.5)", "6 the line ends before the interface"},
+        {"(1.5) can0", "11 the line ends before the id"},
+        {"(1.5) can0 064", "15 the line ends inside the id or before its data"},
+        {"(1.5) can0 0Z4#00", "13 the id holds what is no hexadecimal digit"},
+        {"(1.5) can0 0000Z004#00", "16 the id holds what is no hexadecimal digit"},
+        {"(1.5) can0 64#00", "12 the id has 2 digits"},
+        {"(1.5) can0 123456789#00", "12 the id has 9 digits"},
+        {"(1.5) can0 800#00", "12 the id 800 has more than 11 bits"},
+        {"(1.5) can0 40000000#00", "12 the id 40000000 has more than 29 bits"},
+        {"(1.5) can0 FFFFFFFF#00", "12 the id FFFFFFFF has more than 29 bits"},
+        {"(1.5) can0 064#E8G3", "18 the data hold what is no hexadecimal digit"},
+        {"(1.5) can0 064#E8G300112233445566", "18 the data hold what is no hexadecimal digit"},
+        {"(1.5) can0 064#E80", "18 the data have an odd number of digits"},
+        {"(1.5) can0 064#E80 R", "18 the data have an odd number of digits"},
+        {"(1.5) can0 064#000102030405060708", "32 9 bytes of data, a classic frame holds at most 8"},
+        {"(1.5) can0 064##1" + fd65, "146 65 bytes of data, a CAN FD frame holds at most 64"},
+        {"(1.5) can0 064##1000000000000000000", "18 a CAN FD frame has no length of 9 bytes"},
+        {"(1.5) can0 064##", "17 a digit of flags was expected behind ##"},
+        {"(1.5) can0 064##g", "17 a digit of flags was expected behind ##"},
+        {"(1.5) can0 064#R9", "17 a remote frame asks for 0 to 8 bytes"},
+        {"(1.5) can0 064#00 X", "19 the frame is followed by what does not belong to it"},
+        {"(1.5) can0 064#00 RT", "20 the frame is followed by what does not belong to it"},
+        {std::string("(1.5) c\0n 064#00", 16), "7 the interface has no printable name of at most 254 bytes"},
+        {std::string("(1.5) can0 064#00 \0", 19), "19 the frame is followed by what does not belong to it"},
+    };
+    for (const auto& [line, expected] : lines) {
+        EXPECT_EQ(told(line), "1 " + expected + '\n') << line;
+        EXPECT_EQ(told(line + "\r\n"), "1 " + expected + '\n') << line;
+    }
+}
+
+TEST(candump_reader, goes_on_behind_a_damaged_line_and_counts_blank_ones) {
+    EXPECT_EQ(told("(1.0) can0 001#AA\r\n\r\n \t\nnoise\n\n(2.0) can1 002#BB"),
+              "1 1.0 can0 1 0 1 AA\n4 1 a time in parentheses was expected\n6 2.0 can1 2 0 1 BB\n");
+}
+
+TEST(candump_reader, gives_the_same_wherever_blocks_end) {
+    std::string text;
+    for (int line = 0; line < 300; ++line) {
+        text += "(" + std::to_string(line) + ".25) can" + std::to_string(line % 3) + " 12" + std::to_string(line % 10) +
+                "#00112233" +
+                (line % 7 == 0   ? "4\n"
+                 : line % 5 == 0 ? "\r\n"
+                                 : "\n");
+    }
+    const std::string whole = told(text, SIZE_MAX, 1 << 20);
+    for (const std::size_t piece : {1, 2, 3, 17, 31, 4095, 4096}) {
+        EXPECT_EQ(told(text, piece), whole) << piece;
+    }
+}
+
+TEST(candump_reader, keeps_memory_bounded_on_a_line_without_end) {
+    std::size_t left = 10'000'000;
+    std::size_t largest = 0;
+    std::string_view last = "\n(2.0) can0 001#BB\n";
+    const byte_source source = [&](char* buffer, std::size_t room) -> std::size_t {
+        largest = std::max(largest, room);
+        if (left == 10'000'000) {
+            std::memcpy(buffer, "(1.0) can0 001#", 15);
+            left -= 15;
+            return 15;
+        }
+        const std::size_t count = left != 0 ? std::min(room, left) : std::min(room, last.size());
+        std::memset(buffer, '0', count);
+        if (left == 0) {
+            std::memcpy(buffer, last.data(), count);
+            last.remove_prefix(count);
+            return count;
+        }
+        left -= count;
+        return count;
+    };
+    candump_reader reader(source, 8192);
+    candump_frame frame;
+    ASSERT_EQ(reader.next(frame), outcome::damaged);
+    EXPECT_EQ(reader.fault().column, 32u);
+    EXPECT_LE(reader.line_text().size(), 4096u);
+    ASSERT_EQ(reader.next(frame), outcome::frame);
+    EXPECT_EQ(reader.line_number(), 2u);
+    EXPECT_EQ(hex(frame), "BB");
+    EXPECT_EQ(reader.next(frame), outcome::end);
+    EXPECT_EQ(largest, 8192u);
+    // A legal frame followed by blanks beyond all measure is damaged too.
+    EXPECT_EQ(told("(1.0) can0 001#AA" + std::string(10000, ' ') + "\n(2.0) can0 001#BB\n"),
+              "1 4097 the line goes on for more than 4096 bytes\n2 2.0 can0 1 0 1 BB\n");
+}
+
+TEST(candump_reader, knows_a_limited_number_of_interfaces) {
+    std::string text;
+    for (std::size_t channel = 0; channel <= candump_reader::channel_limit; ++channel) {
+        text += "(1.0) c" + std::to_string(channel) + " 001#\n";
+    }
+    text += "(1.0) c7 001#\n";
+    EXPECT_THAT(told(text), ::testing::EndsWith("257 7 the log names more than 256 interfaces\n258 1.0 c7 1 0 0 \n"));
+}
+
+} // namespace
+} // namespace tavi::host

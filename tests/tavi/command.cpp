@@ -1,0 +1,82 @@
+#include "tests/tavi/command.hpp"
+
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include <zlib.h>
+
+namespace tavi::test {
+
+namespace fs = std::filesystem;
+
+void workplace::write(const std::string& name, std::string_view content) const {
+    std::ofstream(path() / name, std::ios::binary) << content;
+}
+
+std::string workplace::read(const std::string& name) const {
+    std::ostringstream content;
+    content << std::ifstream(path() / name, std::ios::binary).rdbuf();
+    return content.str();
+}
+
+ended workplace::tavi(const std::string& arguments) const {
+    return shell("\"$TAVI\" " + arguments);
+}
+
+ended workplace::shell(const std::string& script) const {
+    write("script.sh", "cd '" + path().string() + "'\nTAVI='" + TAVI_BINARY_DIR + "/tavi'\n" + script +
+                           "\ncode=$?\necho $code >exit_code\n");
+    const std::string directory = path().string();
+    const int status =
+        std::system(("sh '" + directory + "/script.sh' >'" + directory + "/out' 2>'" + directory + "/err'").c_str());
+    const std::string code = read("exit_code");
+    return {status == 0 && !code.empty() ? std::stoi(code) : -1, read("out"), read("err")};
+}
+
+std::string source_path(const std::string& name) {
+    return std::string(TAVI_SOURCE_DIR) + '/' + name;
+}
+
+std::optional<fs::path> shared_data() {
+    const char* const told = std::getenv("TAVI_SHARED_DATA");
+    const fs::path path = told != nullptr ? fs::path(told) : fs::path(TAVI_SOURCE_DIR) / ".." / "shared" / "data";
+    return fs::is_directory(path) ? std::optional(fs::canonical(path)) : std::nullopt;
+}
+
+std::string read_gzip(const fs::path& path) {
+    std::string content;
+    if (const gzFile file = gzopen(path.c_str(), "rb")) {
+        std::array<char, 65536> block{};
+        for (int count = 0; (count = gzread(file, block.data(), block.size())) > 0;) {
+            content.append(block.data(), static_cast<std::size_t>(count));
+        }
+        gzclose(file);
+    }
+    return content;
+}
+
+std::vector<std::string> lines_of(std::string_view text) {
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        const auto stop = std::min(text.find('\n'), text.size());
+        lines.emplace_back(text.substr(0, stop));
+        text.remove_prefix(std::min(stop + 1, text.size()));
+    }
+    return lines;
+}
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+    std::vector<std::string_view> parts;
+    for (;;) {
+        const auto stop = text.find(separator);
+        parts.push_back(text.substr(0, stop));
+        if (stop == std::string_view::npos) {
+            return parts;
+        }
+        text.remove_prefix(stop + 1);
+    }
+}
+
+} // namespace tavi::test

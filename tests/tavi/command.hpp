@@ -1,0 +1,51 @@
+// Runs the built command as a process, through the shell.
+#ifndef TESTS_TAVI_COMMAND_HPP
+#define TESTS_TAVI_COMMAND_HPP
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/temporary_directory.hpp"
+
+namespace tavi::test {
+
+struct ended {
+    int code = -1;
+    std::string out;
+    std::string err;
+};
+
+// A directory in which commands run, so that the files they name have short names.
+class workplace {
+public:
+    const std::filesystem::path& path() const noexcept { return directory_.path(); }
+    void write(const std::string& name, std::string_view content) const;
+    std::string read(const std::string& name) const;
+
+    // `tavi` with these arguments. They are read by the shell, so redirections are possible.
+    ended tavi(const std::string& arguments) const;
+    // A shell script in which $TAVI is the command and its exit code that of the script's last line.
+    ended shell(const std::string& script) const;
+
+private:
+    temporary_directory directory_;
+};
+
+// Paths below the project's source directory.
+std::string source_path(const std::string& name);
+
+// The folder of measurement data, when it is there.
+std::optional<std::filesystem::path> shared_data();
+
+// The content of a file packed by gzip; empty when it is not there.
+std::string read_gzip(const std::filesystem::path& path);
+
+std::vector<std::string> lines_of(std::string_view text);
+std::vector<std::string_view> split(std::string_view text, char separator);
+
+} // namespace tavi::test
+
+#endif

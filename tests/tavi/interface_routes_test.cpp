@@ -1,0 +1,97 @@
+// Which messages a frame id leads to.
+#include "tools/tavi/interface_routes.hpp"
+
+#include <random>
+#include <unordered_map>
+
+#include <gmock/gmock.h>
+
+#include "qorc/type_node.h"
+
+namespace tavi::tool {
+namespace {
+
+class routes : public ::testing::Test {
+protected:
+    void add(const std::string& path, std::uint32_t address, bool selected = true, std::uint32_t flags = 0) {
+        message& added = messages.emplace_back();
+        added.path = path;
+        added.address = address;
+        added.flags = flags;
+        added.selected = selected;
+        ASSERT_TRUE(interface.add(added)) << path;
+    }
+
+    // Paths of the messages for an id, "-" for an unknown id.
+    std::string of(std::uint32_t id) {
+        const route* const found = interface.find(id);
+        if (found == nullptr) {
+            return "-";
+        }
+        std::string text;
+        for (const target* wanted : found->targets) {
+            text += wanted->wanted->path + ' ';
+        }
+        return text;
+    }
+
+    std::deque<message> messages;
+    interface_routes interface { 0, "can0", false };
+};
+
+TEST_F(routes, tell_unknown_ids_from_those_not_asked_for) {
+    add("a", 0x100);
+    add("b", 0x101, false);
+    add("c", 0x80000100);
+    add("d", 0x100);
+    EXPECT_EQ(of(0x100), "a d ");
+    EXPECT_EQ(of(0x101), "");
+    EXPECT_EQ(of(0x102), "-");
+    EXPECT_EQ(of(0x80000100), "c ");
+    EXPECT_EQ(of(0x80000101), "-");
+    EXPECT_FALSE(interface.add(messages.front())) << "a path that is there already";
+}
+
+TEST_F(routes, follow_parameter_groups_in_the_order_of_the_descriptions) {
+    constexpr std::uint32_t group = QOR_OBJECT_PARAMETER_GROUP;
+    add("pdu2", 0x98FEF100, true, group);
+    add("whole", 0x98FEF1AB);
+    add("pdu1", 0x98EA0000, true, group);
+    add("pdu2_again", 0x8CFEF1FE, true, group);
+    EXPECT_EQ(of(0x80FEF142), "pdu2 pdu2_again ");       // other priority and source address
+    EXPECT_EQ(of(0x98FEF1AB), "pdu2 whole pdu2_again "); // both by group and by whole id
+    EXPECT_EQ(of(0x98FEF2AB), "-");                      // another group extension
+    EXPECT_EQ(of(0x98EA3307), "pdu1 ");                  // another destination
+    EXPECT_EQ(of(0x99EA3307), "-");                      // another data page
+}
+
+TEST_F(routes, take_all_29_bit_messages_as_groups_when_asked) {
+    interface_routes j1939(0, "can0", true);
+    messages.emplace_back().path = "m";
+    messages.back().address = 0x98FEF100;
+    messages.back().selected = true;
+    j1939.add(messages.back());
+    EXPECT_NE(j1939.find(0x80FEF1FF), nullptr);
+    EXPECT_EQ(j1939.find(0x0F1), nullptr);
+}
+
+TEST(id_table, finds_what_was_put_in) {
+    std::mt19937 random(7);
+    id_table table;
+    std::unordered_map<std::uint32_t, std::uint32_t> known;
+    for (std::uint32_t index = 0; index < 5000; ++index) {
+        // Neighbours, multiples of large powers of two, and anything.
+        const std::uint32_t id = index % 3 == 0 ? index : index % 3 == 1 ? index << 18 : random();
+        EXPECT_EQ(table.insert(id, index), known.emplace(id, index).first->second);
+    }
+    for (const auto& [id, index] : known) {
+        ASSERT_EQ(table.find(id), index);
+    }
+    for (int round = 0; round < 5000; ++round) {
+        const std::uint32_t id = random();
+        ASSERT_EQ(table.find(id) == id_table::none, !known.contains(id));
+    }
+}
+
+} // namespace
+} // namespace tavi::tool

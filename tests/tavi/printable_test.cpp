@@ -1,0 +1,101 @@
+#include "tools/tavi/printable.hpp"
+
+#include <gmock/gmock.h>
+
+#include "tools/tavi/description_log.hpp"
+#include "tools/tavi/diagnostics.hpp"
+#include "tools/tavi/options.hpp"
+
+namespace tavi::tool {
+namespace {
+
+TEST(printable, escapes_what_a_terminal_would_obey) {
+    const std::pair<std::string_view, std::string_view> texts[] = {
+        {"plain ~", "plain ~"},
+        {"a\tb\r\n", "a\\tb\\r\\n"},
+        {{"\0\x1B[31m\x7F", 7}, "\\x00\\x1B[31m\\x7F"},
+        {"gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x9A\x97", "gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x9A\x97"},
+        {"\xB0"
+         "C \xFC",
+         "\\xB0C \\xFC"},                                                 // no UTF-8
+        {"\xC2\x9B", "\\xC2\\x9B"},                                       // a control character of two bytes
+        {"\xE0\x80\xAF \xED\xA0\x80", "\\xE0\\x80\\xAF \\xED\\xA0\\x80"}, // overlong, half a pair
+        {"\xF5\x80\x80\x80 \xE2\x82", "\\xF5\\x80\\x80\\x80 \\xE2\\x82"}, // beyond the end, cut
+    };
+    for (const auto& [text, expected] : texts) {
+        EXPECT_EQ(printable(text), expected);
+    }
+}
+
+TEST(make_excerpt, keeps_the_column_in_view) {
+    const auto shown = [](std::string_view line, std::size_t column, std::size_t width) {
+        const excerpt cut = make_excerpt(line, column, width);
+        return cut.text + '\n' + std::string(cut.caret, ' ') + '^';
+    };
+    EXPECT_EQ(shown("abc", 2, 30), "abc\n ^");
+    EXPECT_EQ(shown("abc", 4, 30), "abc\n   ^");
+    EXPECT_EQ(shown("abc", 99, 30), "abc\n   ^");
+    EXPECT_EQ(shown("\x01z", 2, 30), "\\x01z\n    ^");
+    EXPECT_EQ(shown("\xC3\xBCz", 3, 30), "\xC3\xBCz\n ^");
+    EXPECT_EQ(shown("0123456789abcdefghij", 1, 12), "012345...\n^");
+    EXPECT_EQ(shown("0123456789abcdefghij", 12, 12), "...789abc...\n       ^");
+    EXPECT_EQ(shown("0123456789ab", 12, 12), "0123456789ab\n           ^");
+}
+
+TEST(make_excerpt, stays_within_its_width_wherever_the_column_is) {
+    for (const char* const piece : {"a", "\x01", "\xC3\xBC", "ab\xFF"}) {
+        std::string line;
+        while (line.size() < 1000) {
+            line += piece;
+        }
+        for (std::size_t column = 1; column <= line.size() + 1; ++column) {
+            const excerpt cut = make_excerpt(line, column);
+            std::size_t width = 0;
+            for (const char byte : cut.text) {
+                width += (static_cast<unsigned char>(byte) & 0xC0) != 0x80 ? 1 : 0;
+            }
+            ASSERT_LE(width, 120u) << column;
+            ASSERT_LE(cut.caret, width) << column;
+        }
+    }
+}
+
+TEST(diagnostic, reads_as_compilers_write_it) {
+    EXPECT_EQ(format_diagnostic({topic::damaged_line, "a\nb.log", 14, 5, "no \x1B digit", "(1.5) x", "look"}),
+              "a\\nb.log:14:5: error: no \\x1B digit\n  (1.5) x\n      ^\n  hint: look\n");
+    EXPECT_EQ(format_diagnostic({topic::description, "x.dbc", 3, 0, "left out", {}, {}}),
+              "x.dbc:3: warning: left out\n");
+    EXPECT_EQ(format_diagnostic({topic::description, "x.dbc", 0, 0, "left out", {}, {}}, true),
+              "x.dbc: error: left out\n");
+}
+
+TEST(parser_message, is_taken_apart) {
+    const auto parsed = parse_parser_message("x.dbc:12:4: warning: signal 'a' left out", "x.dbc");
+    ASSERT_TRUE(parsed);
+    EXPECT_EQ(parsed->line, 12u);
+    EXPECT_EQ(parsed->column, 4u);
+    EXPECT_EQ(parsed->cause, "signal 'a' left out");
+    EXPECT_EQ(parse_parser_message("x.dbc:1:2: expected ':'", "x.dbc")->cause, "expected ':'");
+    for (const char* const other :
+         {"y.dbc:1:2: no", "x.dbc", "x.dbc: no place", "x.dbc:", "x.dbc:99999999999999999999:1: "}) {
+        EXPECT_FALSE(parse_parser_message(other, "x.dbc")) << other;
+    }
+    EXPECT_EQ(line_of("one\r\ntwo\nthree", 1), "one");
+    EXPECT_EQ(line_of("one\r\ntwo\nthree", 3), "three");
+    EXPECT_EQ(line_of("one\r\ntwo\nthree", 4), "");
+}
+
+TEST(description_argument, has_a_source_before_the_first_equals_sign) {
+    const std::tuple<const char*, const char*, const char*> texts[] = {
+        {"a.dbc", "", "a.dbc"},         {"can1=a.dbc", "can1", "a.dbc"}, {"can1=d/a=b.dbc", "can1", "d/a=b.dbc"},
+        {"./a=b.dbc", "", "./a=b.dbc"}, {"=a.dbc", "", "=a.dbc"},        {"can1=", "can1", ""},
+    };
+    for (const auto& [text, source, path] : texts) {
+        const description_argument argument = parse_description(text);
+        EXPECT_EQ(argument.source, source) << text;
+        EXPECT_EQ(argument.path, path) << text;
+    }
+}
+
+} // namespace
+} // namespace tavi::tool
