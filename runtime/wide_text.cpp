@@ -1,6 +1,7 @@
 #include "runtime/wide_text.hpp"
 
 #include <cstdint>
+#include <type_traits>
 
 namespace qor::runtime {
 
@@ -36,11 +37,15 @@ std::uint32_t take_utf8(std::string_view& text) {
     return code < smallest[more] || is_surrogate(code) || code > last_code_point ? replacement : code;
 }
 
+std::uint32_t unit(wchar_t character) {
+    return static_cast<std::make_unsigned_t<wchar_t>>(character);
+}
+
 std::uint32_t take_wide(std::wstring_view& text) {
-    auto code = static_cast<std::uint32_t>(text.front());
+    const std::uint32_t code = unit(text.front());
     text.remove_prefix(1);
     if (code >= 0xD800 && code <= 0xDBFF && !text.empty()) {
-        const auto low = static_cast<std::uint32_t>(text.front());
+        const std::uint32_t low = unit(text.front());
         if (low >= 0xDC00 && low <= 0xDFFF) {
             text.remove_prefix(1);
             return 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);

@@ -119,7 +119,7 @@ struct entry {
             [&] {
                 check_argument(handle, "handle");
                 *handle = nullptr;
-                *handle = new Plugin(arguments...);
+                *handle = std::make_unique<Plugin>(arguments...).release();
             },
             error);
     }
