@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 
 #include "qorcpp/platform/module.hpp"
 
@@ -20,8 +19,9 @@ fs::path copy_extractor(const fs::path& directory) {
 }
 
 std::string read_file(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::string bytes(fs::file_size(path), '\0');
+    std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return bytes;
 }
 
 // Writes the kind's word over that of the metadata block; the block's rest is zero.
@@ -142,7 +142,8 @@ fakes::script& extractor_test::add_plugin(const std::string& name, const std::st
     }
     const fs::path path = directory.path() / qor::platform::shared_library_file_name(name);
     fs::remove(path); // a new file, whoever still has the old one mapped
-    std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<long>(bytes.size()));
+    std::ofstream(path, std::ios::binary | std::ios::trunc)
+        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     return host.control.scripts[name];
 }
 
@@ -246,7 +247,7 @@ outcome extractor_test::try_match(const package& unit, bool strict, std::vector<
     std::uint64_t* found = nullptr;
     std::size_t count = 0;
     const outcome result = call(api.match, handle, unit.get(), strict, &found, &count, &allocator);
-    handles.assign(found, found + count);
+    handles.assign(found, found != nullptr ? found + count : found);
     allocator.free(found, allocator.context);
     return result;
 }

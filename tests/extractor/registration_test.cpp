@@ -42,8 +42,8 @@ TEST_F(registration, writes_each_description_into_a_context_of_its_own) {
                 ElementsAre("qor_signal_storage.create_context a.dbc type=1 'first'",
                             "p.parse_buffer a.dbc type=0 'first'", "qor_signal_storage.commit a.dbc",
                             "qor_signal_storage.context_destroy a.dbc", "qor_signal_storage.create_context  type=1 ''",
-                            "p.parse_buffer null type=0 ''", "qor_signal_storage.commit ",
-                            "qor_signal_storage.context_destroy ", "qor_signal_storage.get_signature 1 room=128",
+                            "p.parse_buffer null type=0 ''", "qor_signal_storage.commit",
+                            "qor_signal_storage.context_destroy", "qor_signal_storage.get_signature 1 room=128",
                             "qor_signal_storage.get_signature 2 room=128"));
     EXPECT_THAT(signatures, ElementsAre("signature 1", "signature 2"));
     ASSERT_EQ(host.records.size(), 2u);

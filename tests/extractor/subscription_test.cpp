@@ -51,8 +51,9 @@ TEST_F(subscription, handles_count_from_2_and_are_shared_out_among_extractors) {
 TEST_F(subscription, takes_position_and_extent_from_every_level) {
     host.control.nodes = sample_catalogue();
     for (const qor_type_node_t& node :
-         {object_node(10, 3, "Inner", 0x1000, 8, 3), signal_node(11, 10, "Deep", 2, 2, 4),
-          object_node(20, 1, "Huge", 0xFFFFFFFFFFFFFFF0u, 100000, 100000), group_node(21, 20, "Far", 0x20, 8, 2)}) {
+         {group_node(9, 2, "Holder", 12, 2, 2), object_node(10, 9, "Inner", 0x1000, 8, 3),
+          signal_node(11, 10, "Deep", 2, 2, 4), object_node(20, 1, "Huge", 0xFFFFFFFFFFFFFFF0u, 100000, 100000),
+          group_node(21, 20, "Far", 0x20, 8, 2)}) {
         host.control.nodes.push_back(node);
     }
     add_matcher("m", {"can"});
@@ -72,8 +73,8 @@ TEST_F(subscription, takes_position_and_extent_from_every_level) {
         {"Object.Group.Signal", 0x100, 4 + 1, 3},
         {"Object.Group.Signal[2]", 0x100, 4 + 1 + 2, 1},
         {"Object[3].Group[1].Signal[last()]", 0x100, 48 + 4 + 4 + 1 + 2, 1},
-        {"Object[3].Group[1].Inner", 0x1000, 0, 24}, // an object starts anew at its own address
-        {"Object[3].Group[1].Inner[2].Deep[3]", 0x1000, 16 + 2 + 6, 2},
+        {"Object[3].Holder[1].Inner", 0x1000, 0, 24}, // an object starts anew at its own address
+        {"Object[3].Holder[1].Inner[2].Deep[3]", 0x1000, 16 + 2 + 6, 2},
         {"Plain.Byte", 0x200, 3, 1},
         {"Huge", 0xFFFFFFFFFFFFFFF0u, 0, 10000000000u},
         {"Huge[99999]", 0xFFFFFFFFFFFFFFF0u, 9999900000u, 100000},

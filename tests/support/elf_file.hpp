@@ -8,7 +8,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -19,8 +18,8 @@ namespace tavi::test {
 class elf_file {
 public:
     explicit elf_file(const std::filesystem::path& path) {
-        std::ifstream stream(path, std::ios::binary);
-        bytes_.assign(std::istreambuf_iterator<char>(stream), {});
+        bytes_.resize(std::filesystem::file_size(path));
+        std::ifstream(path, std::ios::binary).read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
         const auto header = at<Elf64_Ehdr>(0);
         for (unsigned i = 0; i < header.e_shnum; ++i) {
             sections_.push_back(at<Elf64_Shdr>(header.e_shoff + i * sizeof(Elf64_Shdr)));
