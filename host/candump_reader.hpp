@@ -80,7 +80,8 @@ private:
     bool refill();
     void skip_rest_of_line();
     bool parse(candump_frame& frame);
-    bool find_channel(std::string_view name, std::size_t& channel);
+    bool parse_known_beginning(candump_frame& frame, std::size_t& length) const;
+    bool learn_beginning(std::string_view channel, candump_frame& frame);
 
     byte_source source_;
     std::vector<char> block_;
@@ -93,7 +94,12 @@ private:
     bool line_is_cut_ = false;
     candump_fault fault_;
     std::vector<std::string> channels_;
+    // With the blanks around them.
+    std::vector<std::string> spaced_channels_;
     std::size_t last_channel_ = 0;
+    // Where the last line had its '.' and ')'; 0 before the first frame.
+    std::size_t time_point_ = 0;
+    std::size_t time_end_ = 0;
 };
 
 } // namespace tavi::host

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <span>
 #include <string>
@@ -129,8 +130,6 @@ private:
 
     qor_tavi_extractor_t* handle_ = nullptr;
     std::unique_ptr<log_sink> log_;
-    // For match.
-    std::unique_ptr<arena> memory_;
 };
 
 } // namespace tavi::host

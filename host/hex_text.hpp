@@ -69,6 +69,25 @@ inline std::size_t count_digits(const char* text, const char* end) noexcept {
     return static_cast<std::size_t>(at - text);
 }
 
+// Whether `count` characters are decimal digits. Requires: eight characters can be read at `text`.
+inline bool all_digits(const char* text, std::size_t count) noexcept {
+    const auto are_digits = [](std::uint64_t word) {
+        return (word & every_byte(0x80)) == 0 && digit_marks(word) == every_byte(0x80);
+    };
+    if (count < 8) {
+        // The characters behind the count are taken for zeros.
+        const std::uint64_t counted = (UINT64_C(1) << (8 * count)) - 1;
+        return are_digits((load_characters(text) & counted) | (every_byte('0') & ~counted));
+    }
+    for (std::size_t at = 0; at + 8 < count; at += 8) {
+        if (!are_digits(load_characters(text + at))) {
+            return false;
+        }
+    }
+    // The last eight, some of them for the second time.
+    return are_digits(load_characters(text + count - 8));
+}
+
 // Four bytes from eight hexadecimal digits; false, with nothing stored, when one of them is none.
 inline bool decode_hex(const char* text, std::uint8_t* bytes) noexcept {
     const std::uint64_t word = load_characters(text);

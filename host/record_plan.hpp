@@ -73,7 +73,8 @@ public:
     // type  the type of the subscription, as read_schema gives it
     // tree  what the catalogue says of the node that was subscribed to and of all below it, or null; it must outlive
     //       the plan. From it come units, value tables and the conditions under which multiplexed rows are in a record.
-    //       Without it units are the suffixes of the signal types, and all rows count as present.
+    //       Without it units are the suffixes of the signal types, all rows count as present, and a structure whose
+    //       only member has the structure's name is taken for a single signal or a whole array.
     // offset  where the record begins in its object, counted in bytes; conditions that lie outside the record cannot be
     //         asked and count as met, since the matcher asked them (a single multiplexed signal).
     //

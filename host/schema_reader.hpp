@@ -11,7 +11,7 @@
 namespace tavi::host {
 
 // A text that is no schema. what() is "PLACE: CAUSE", for example "/members/2/type/bit_length: expected a number", with
-// the place as a JSON pointer; "offset 17: CAUSE" for a text that is no JSON.
+// the place as a JSON pointer ("the schema" for the whole); "offset 17: CAUSE" for a text that is no JSON.
 class schema_error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -2,6 +2,7 @@
 #ifndef HOST_URL_PATTERN_HPP
 #define HOST_URL_PATTERN_HPP
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,8 +10,8 @@
 namespace tavi::host {
 
 // A pattern has levels joined by '.', like the path that it is held against. In a level '*' stands for any number of
-// characters (none counted) and '?' for one; both stop at the level's end. A level in double quotes is taken as it
-// stands, without the quotes ("" in it is one quote).
+// characters (none counted) and '?' for one; both stop at the level's end. A level in quotes, single or
+// double, is taken as it stands, without the quotes (a doubled one in it is one quote).
 //
 //     CAN.Engine*.*Speed    matches CAN.EngineData.EngineSpeed
 //     *.EngineSpeed         a first level "*" alone stands for any number of levels, at least one
@@ -39,6 +40,8 @@ private:
         std::string text;
         bool literal;
     };
+
+    bool matches_levels(std::span<const std::string_view> path) const;
 
     std::string text_;
     std::vector<level> levels_;

@@ -40,6 +40,13 @@ public:
 
     bool is_signed() const noexcept { return is_signed_; }
 
+    // The same selector for those who have the object's bytes from `bytes` on. Requires: bytes <= begin().
+    presence_selector behind(std::uint64_t bytes) const noexcept {
+        presence_selector result = *this;
+        result.begin_ -= bytes;
+        return result;
+    }
+
     // The stored value as an ordinal (see ordinal); nothing when not all of its bytes are in `object`.
     std::optional<std::uint64_t> read(std::span<const std::uint8_t> object) const noexcept;
 

@@ -1,0 +1,365 @@
+#include "host/record_plan.hpp"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "host/plan_code.hpp"
+#include "host/plan_compiler.hpp"
+#include "host/value_text.hpp"
+
+namespace tavi::host {
+
+namespace xtypes = qor::introspection::xtypes;
+
+namespace {
+
+constexpr std::size_t word_size = 8;
+
+std::uint64_t load(const std::uint8_t* bytes, bool high_first) noexcept {
+    std::uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    if (high_first == (std::endian::native == std::endian::little)) {
+#if defined(__GNUC__)
+        word = __builtin_bswap64(word);
+#else
+        word = (word & 0x00000000FFFFFFFF) << 32 | word >> 32;
+        word = (word & 0x0000FFFF0000FFFF) << 16 | (word >> 16 & 0x0000FFFF0000FFFF);
+        word = (word & 0x00FF00FF00FF00FF) << 8 | (word >> 8 & 0x00FF00FF00FF00FF);
+#endif
+    }
+    return word;
+}
+
+// Bytes of a record that can be read by windows.
+class whole_record {
+public:
+    explicit whole_record(const std::uint8_t* bytes) noexcept : bytes_(bytes) {}
+
+    static constexpr bool has(const fast_row&) noexcept { return true; }
+    std::uint64_t word(const fast_row& row) const noexcept { return load(bytes_ + row.window, row.high_first); }
+
+private:
+    const std::uint8_t* bytes_;
+};
+
+// A record that may end before a row, or before the end of a row's window.
+class cut_record {
+public:
+    explicit cut_record(std::span<const std::uint8_t> bytes) noexcept : bytes_(bytes) {}
+
+    bool has(const fast_row& row) const noexcept { return row.end <= bytes_.size(); }
+    std::uint64_t word(const fast_row& row) const noexcept {
+        std::array<std::uint8_t, word_size> window{};
+        const std::size_t there = bytes_.size() - std::min<std::size_t>(row.window, bytes_.size());
+        std::memcpy(window.data(), bytes_.data() + row.window, std::min(there, word_size));
+        return load(window.data(), row.high_first);
+    }
+
+private:
+    std::span<const std::uint8_t> bytes_;
+};
+
+// Runs `read` with the record in the form that costs least.
+template<typename Read>
+auto with_record(const plan_code& code, std::span<const std::uint8_t> record, Read&& read) {
+    if (record.size() >= std::max<std::uint64_t>(code.fast_size, word_size)) {
+        return read(whole_record(record.data()));
+    }
+    if (record.size() >= code.fast_size) {
+        // Fewer than eight bytes, all there: one copy makes them a word, and each row's window is this word.
+        std::array<std::uint8_t, word_size> padded{};
+        std::copy(record.begin(), record.end(), padded.begin());
+        return read(whole_record(padded.data()));
+    }
+    return read(cut_record(record));
+}
+
+// Which segments are in a record. Rows that depend on one selector usually stand together, so its last values are kept.
+class segment_filter {
+public:
+    segment_filter(const plan_code& code, std::span<const std::uint8_t> record) noexcept
+        : code_(code), record_(record) {}
+
+    bool has(const plan_segment& segment) noexcept {
+        for (std::uint32_t i = segment.first_condition; i < segment.end_condition; ++i) {
+            if (!holds(code_.conditions[i])) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    struct known_value {
+        std::uint32_t selector = plan_code::no_row;
+        std::optional<std::uint64_t> ordinal;
+    };
+
+    bool holds(const plan_condition& condition) noexcept {
+        known_value& known = known_[condition.selector % known_.size()];
+        if (known.selector != condition.selector) {
+            known = {condition.selector, code_.selectors[condition.selector].read(record_)};
+        }
+        const auto* const ranges = code_.ranges.data();
+        return known.ordinal &&
+               std::any_of(ranges + condition.first_range, ranges + condition.end_range, [&](const auto& range) {
+                   return *known.ordinal >= range.first && *known.ordinal <= range.last;
+               });
+    }
+
+    const plan_code& code_;
+    std::span<const std::uint8_t> record_;
+    std::array<known_value, 4> known_{};
+};
+
+std::int64_t integer_of(std::uint64_t word, const fast_row& row) noexcept {
+    word <<= row.left;
+    return row.is_signed ? static_cast<std::int64_t>(word) >> row.right : static_cast<std::int64_t>(word >> row.right);
+}
+
+// As the signal types: what is not finite becomes the one quiet NaN, and a result is rounded to what is stored.
+template<typename Stored>
+double stored_real(Stored stored, const fast_row& row) noexcept {
+    if (!std::isfinite(stored)) {
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+    if (row.factor == 1 && row.offset == 0) {
+        return stored;
+    }
+    return static_cast<Stored>(row.factor * static_cast<double>(stored) + row.offset);
+}
+
+double special_real(std::uint64_t word, const fast_row& row) noexcept {
+    const std::uint64_t bits = word << row.left >> row.right;
+    return row.method == plan_method::stored_float
+               ? stored_real(std::bit_cast<float>(static_cast<std::uint32_t>(bits)), row)
+               : stored_real(std::bit_cast<double>(bits), row);
+}
+
+double decode_double(const slow_row& slow, std::span<const std::uint8_t> record) {
+    double value = 0;
+    slow.type->decode(xtypes::type_kind::float64, reinterpret_cast<std::uint8_t*>(&value),
+                      record.data() + std::min<std::uint64_t>(slow.instance, record.size()));
+    return value;
+}
+
+template<typename Value>
+Value decode_as(const slow_row& slow, xtypes::type_kind kind, const std::uint8_t* instance) {
+    Value value{};
+    slow.type->decode(kind, reinterpret_cast<std::uint8_t*>(&value), instance);
+    return value;
+}
+
+reading decode_reading(const slow_row& slow, std::uint32_t row, std::span<const std::uint8_t> record) {
+    using kind = xtypes::type_kind;
+    const std::uint8_t* const at = record.data() + std::min<std::uint64_t>(slow.instance, record.size());
+    reading result{};
+    result.row = row;
+    const kind converted = xtypes::without_signal(slow.type->kind());
+    switch (converted) {
+    case kind::char8:
+    case kind::int8:
+        result.signed_value = decode_as<std::int8_t>(slow, converted, at);
+        break;
+    case kind::int16:
+        result.signed_value = decode_as<std::int16_t>(slow, converted, at);
+        break;
+    case kind::int32:
+        result.signed_value = decode_as<std::int32_t>(slow, converted, at);
+        break;
+    case kind::int64:
+        result.signed_value = decode_as<std::int64_t>(slow, converted, at);
+        break;
+    case kind::float32:
+        result.kind = value_kind::floating;
+        result.floating_value = decode_as<float>(slow, converted, at);
+        break;
+    case kind::float64:
+        result.kind = value_kind::floating;
+        result.floating_value = decode_as<double>(slow, converted, at);
+        break;
+    default:
+        // Low byte first or last, a narrow unsigned value fills only its part of the zeroed variable.
+        result.kind = value_kind::unsigned_integer;
+        result.unsigned_value = converted == kind::uint8    ? decode_as<std::uint8_t>(slow, converted, at)
+                                : converted == kind::uint16 ? decode_as<std::uint16_t>(slow, converted, at)
+                                : converted == kind::uint32 ? decode_as<std::uint32_t>(slow, converted, at)
+                                                            : decode_as<std::uint64_t>(slow, kind::uint64, at);
+    }
+    return result;
+}
+
+reading fast_reading(std::uint64_t word, const fast_row& row) noexcept {
+    reading result{};
+    result.row = row.row;
+    switch (row.method) {
+    case plan_method::signed_integer:
+        result.signed_value = integer_of(word, row);
+        break;
+    case plan_method::unsigned_integer:
+        result.kind = value_kind::unsigned_integer;
+        result.unsigned_value = static_cast<std::uint64_t>(integer_of(word, row));
+        break;
+    case plan_method::real:
+        result.kind = value_kind::floating;
+        result.floating_value = row.factor * static_cast<double>(integer_of(word, row)) + row.offset;
+        break;
+    case plan_method::narrow_real:
+        result.kind = value_kind::floating;
+        result.floating_value =
+            static_cast<float>(row.factor * static_cast<double>(integer_of(word, row)) + row.offset);
+        break;
+    default:
+        result.kind = value_kind::floating;
+        result.floating_value = special_real(word, row);
+    }
+    return result;
+}
+
+// Calls fast(row, word) or slow(row, slow_row) for each row that the record has.
+template<typename Record, typename Fast, typename Slow>
+void for_each_row(const plan_code& code, std::span<const std::uint8_t> bytes, const Record& record, Fast&& fast,
+                  Slow&& slow) {
+    segment_filter filter(code, bytes);
+    for (const plan_segment& segment : code.segments) {
+        if (segment.first_condition != segment.end_condition && !filter.has(segment)) {
+            continue;
+        }
+        const fast_row* const end = code.rows.data() + segment.end_row;
+        for (const fast_row* row = code.rows.data() + segment.first_row; row != end; ++row) {
+            if (row->method != plan_method::decode) {
+                if (record.has(*row)) {
+                    fast(*row, record.word(*row));
+                }
+            } else if (const slow_row& other = code.slow_rows[row->window]; other.end <= bytes.size()) {
+                slow(*row, other);
+            }
+        }
+    }
+}
+
+} // namespace
+
+struct record_plan::compiled : plan_code {};
+
+record_plan::record_plan(const xtypes::dynamic_type& type, const node_tree* tree, std::uint64_t offset)
+    : record_size_(type.instance_size()) {
+    plan_compiler compiler(type, tree, offset);
+    compiler.compile();
+    rows_ = std::move(compiler.rows());
+    names_subscribed_level_ = compiler.names_subscribed_level();
+    compiled_ = std::make_unique<const compiled>(compiled{std::move(compiler.code())});
+}
+
+record_plan::record_plan(record_plan&&) noexcept = default;
+record_plan& record_plan::operator=(record_plan&&) noexcept = default;
+record_plan::~record_plan() = default;
+
+std::span<const reading> record_plan::read(std::span<const std::uint8_t> record, std::span<reading> out) const {
+    reading* at = out.data();
+    with_record(*compiled_, record, [&](const auto& bytes) {
+        for_each_row(
+            *compiled_, record, bytes,
+            [&](const fast_row& row, std::uint64_t word) { *at++ = fast_reading(word, row); },
+            [&](const fast_row& row, const slow_row& slow) { *at++ = decode_reading(slow, row.row, record); });
+    });
+    return {out.data(), at};
+}
+
+std::size_t record_plan::read_doubles(std::span<const std::uint8_t> record, std::span<double> values,
+                                      std::span<std::uint32_t> row_indices) const {
+    std::size_t count = 0;
+    double* const out = values.data();
+    std::uint32_t* const indices = row_indices.data();
+    with_record(*compiled_, record, [&](const auto& bytes) {
+        std::size_t filled = 0;
+        for_each_row(
+            *compiled_, record, bytes,
+            [&](const fast_row& row, std::uint64_t word) {
+                indices[filled] = row.row;
+                out[filled++] = row.method <= plan_method::narrow_real
+                                    ? row.factor * static_cast<double>(integer_of(word, row)) + row.offset
+                                    : special_real(word, row);
+            },
+            [&](const fast_row& row, const slow_row& slow) {
+                indices[filled] = row.row;
+                out[filled++] = decode_double(slow, record);
+            });
+        count = filled;
+    });
+    return count;
+}
+
+std::optional<reading> record_plan::read_row(std::span<const std::uint8_t> record, std::size_t row) const {
+    const plan_code& code = *compiled_;
+    const std::uint32_t index = code.code_of_row[row];
+    const plan_segment& segment = code.segments[code.segment_of_row[row]];
+    if (index == plan_code::no_row || record.size() < rows_[row].end ||
+        (segment.first_condition != segment.end_condition && !segment_filter(code, record).has(segment))) {
+        return std::nullopt;
+    }
+    const fast_row& found = code.rows[index];
+    if (found.method == plan_method::decode) {
+        return decode_reading(code.slow_rows[found.window], found.row, record);
+    }
+    if (record.size() - found.window >= word_size) {
+        return fast_reading(whole_record(record.data()).word(found), found);
+    }
+    return fast_reading(cut_record(record).word(found), found);
+}
+
+char* record_plan::write_text(const reading& value, char* out) const noexcept {
+    switch (value.kind) {
+    case value_kind::signed_integer:
+        return write_value(out, value.signed_value);
+    case value_kind::unsigned_integer:
+        return write_value(out, value.unsigned_value);
+    default:
+        return write_value(out, value.floating_value, rows_[value.row].decimals);
+    }
+}
+
+std::string record_plan::text(const reading& value) const {
+    char text[value_text_room];
+    return std::string(text, write_text(value, text));
+}
+
+std::optional<std::int64_t> record_plan::stored_value(std::span<const std::uint8_t> record, std::size_t row) const {
+    const plan_code& code = *compiled_;
+    if (!read_row(record, row)) {
+        return std::nullopt;
+    }
+    const fast_row& found = code.rows[code.code_of_row[row]];
+    if (found.method <= plan_method::narrow_real) {
+        return integer_of(cut_record(record).word(found), found);
+    }
+    if (found.method != plan_method::decode || code.slow_rows[found.window].stored == nullptr) {
+        return std::nullopt;
+    }
+    const slow_row& slow = code.slow_rows[found.window];
+    std::int64_t value = 0;
+    slow.stored->decode(xtypes::type_kind::int64, reinterpret_cast<std::uint8_t*>(&value),
+                        record.data() + std::min<std::uint64_t>(slow.instance, record.size()));
+    return value;
+}
+
+const std::string* record_plan::label(std::span<const std::uint8_t> record, std::size_t row) const {
+    const auto& table = rows_[row].value_table;
+    if (table.empty()) {
+        return nullptr;
+    }
+    const auto stored = stored_value(record, row);
+    if (!stored) {
+        return nullptr;
+    }
+    const auto found =
+        std::lower_bound(table.begin(), table.end(), *stored,
+                         [](const value_table_entry& entry, std::int64_t value) { return entry.stored_value < value; });
+    return found != table.end() && found->stored_value == *stored ? &found->text : nullptr;
+}
+
+} // namespace tavi::host
