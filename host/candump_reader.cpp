@@ -307,29 +307,58 @@ bool candump_reader::next_line() {
     return true;
 }
 
-bool candump_reader::find_channel(std::string_view name, std::size_t& channel) {
-    if (last_channel_ < channels_.size() && channels_[last_channel_] == name) {
-        channel = last_channel_;
-        return true;
+// Most lines have the shape of the line before: a time of as many digits, an interface that is known.
+bool candump_reader::parse_known_beginning(candump_frame& frame, std::size_t& length) const {
+    constexpr std::size_t shortest_rest = 8;
+    const char* const text = line_.data();
+    if (line_.size() < time_end_ + shortest_rest || text[0] != '(' || text[1] == '0' || text[time_point_] != '.' ||
+        text[time_end_] != ')' || !all_digits(text + 1, time_point_ - 1) ||
+        !all_digits(text + time_point_ + 1, time_end_ - time_point_ - 1)) {
+        return false;
     }
-    auto found = std::find(channels_.begin(), channels_.end(), name);
-    if (found == channels_.end()) {
-        const bool printable = std::none_of(name.begin(), name.end(), [](char character) {
-            return static_cast<unsigned char>(character) <= ' ' || character == 0x7F;
-        });
-        if (!printable || name.size() > longest_channel || channels_.size() == channel_limit) {
+    const std::string_view rest = line_.substr(time_end_ + 1);
+    std::size_t channel = last_channel_;
+    if (!rest.starts_with(spaced_channels_[channel])) {
+        for (channel = 0; channel < spaced_channels_.size(); ++channel) {
+            if (rest.starts_with(spaced_channels_[channel])) {
+                break;
+            }
+        }
+        if (channel == spaced_channels_.size()) {
             return false;
         }
-        found = channels_.emplace(channels_.end(), name);
     }
-    channel = last_channel_ = static_cast<std::size_t>(found - channels_.begin());
+    frame.time = line_.substr(1, time_end_ - 1);
+    frame.channel = channel;
+    length = time_end_ + 1 + spaced_channels_[channel].size();
+    return true;
+}
+
+// Remembers the shape of a line that turned out good.
+bool candump_reader::learn_beginning(std::string_view channel, candump_frame& frame) {
+    auto found = std::find(channels_.begin(), channels_.end(), channel);
+    if (found == channels_.end()) {
+        const bool printable = std::none_of(channel.begin(), channel.end(), [](char character) {
+            return static_cast<unsigned char>(character) <= ' ' || character == 0x7F;
+        });
+        if (!printable || channel.size() > longest_channel || channels_.size() == channel_limit) {
+            return false;
+        }
+        found = channels_.emplace(channels_.end(), channel);
+        spaced_channels_.push_back(' ' + std::string(channel) + ' ');
+    }
+    frame.channel = static_cast<std::size_t>(found - channels_.begin());
+    time_point_ = frame.time.find('.') + 1;
+    time_end_ = frame.time.size() + 1;
     return true;
 }
 
 bool candump_reader::parse(candump_frame& frame) {
     line_cursor line{line_.data(), line_.data(), line_.data() + line_.size(), fault_};
-    std::string_view channel;
-    if (!parse_time(line, frame.time) || !parse_channel(line, channel)) {
+    std::string_view new_channel;
+    if (std::size_t length = 0; time_end_ != 0 && parse_known_beginning(frame, length)) {
+        line.at += length;
+    } else if (!parse_time(line, frame.time) || !parse_channel(line, new_channel)) {
         return false;
     }
     if (!parse_id(line, frame.id) || !parse_content(line, frame) || !parse_tail(line)) {
@@ -339,13 +368,16 @@ bool candump_reader::parse(candump_frame& frame) {
         return line.fail(line.end, "the line goes on for more than " + std::to_string(block_.size()) + " bytes",
                          line_hint);
     }
-    return find_channel(channel, frame.channel) ||
-           line.fail(channel.data(),
-                     channels_.size() == channel_limit
-                         ? "the log names more than " + std::to_string(channel_limit) + " interfaces"
-                         : std::string("the interface has no printable name of at most ") +
-                               std::to_string(longest_channel) + " bytes",
-                     line_hint);
+    if (!new_channel.empty() && !learn_beginning(new_channel, frame)) {
+        return line.fail(new_channel.data(),
+                         channels_.size() == channel_limit
+                             ? "the log names more than " + std::to_string(channel_limit) + " interfaces"
+                             : std::string("the interface has no printable name of at most ") +
+                                   std::to_string(longest_channel) + " bytes",
+                         line_hint);
+    }
+    last_channel_ = frame.channel;
+    return true;
 }
 
 candump_reader::outcome candump_reader::next(candump_frame& frame) {
