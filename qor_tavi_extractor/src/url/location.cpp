@@ -15,11 +15,17 @@ void location::advance(std::string_view text) noexcept {
 
 std::string location::text() const {
     const unsigned end_column = end.column > 0 ? end.column - 1 : 0;
-    std::string text = std::to_string(begin.line) + "." + std::to_string(begin.column);
+    std::string text = std::to_string(begin.line);
+    text += '.';
+    text += std::to_string(begin.column);
     if (end.line > begin.line) {
-        text += "-" + std::to_string(end.line) + "." + std::to_string(end_column);
+        text += '-';
+        text += std::to_string(end.line);
+        text += '.';
+        text += std::to_string(end_column);
     } else if (end_column > begin.column) {
-        text += "-" + std::to_string(end_column);
+        text += '-';
+        text += std::to_string(end_column);
     }
     return text;
 }
