@@ -3,6 +3,7 @@
 #include "qor_tavi_extractor/src/type_parser/type_parser.hpp"
 
 #include <stdexcept>
+#include <unordered_map>
 #include <utility>
 
 #include "introspection/xtypes/annotation.hpp"
@@ -55,6 +56,31 @@ private:
     std::uint32_t remembered_;
 };
 
+// Throws the clash, or logs it with `lenient`. Requires: the structure has a member of that name.
+void judge_clash(const type_parser::logger_pointer& logger, const struct_type& structure, const std::string& name,
+                 std::uint64_t offset, bool lenient) {
+    const bool same_offset = structure.member(name).offset == offset;
+    const std::string message = same_offset ? "member names of aggregation types must be unique, it appears that '" +
+                                                  structure.name() + "." + name + "' is added multiple times0"
+                                            : "member names of aggregation types must be unique, '" + structure.name() +
+                                                  "' already has a member with '" + name + "' name0";
+    if (!lenient) {
+        throw std::runtime_error(message);
+    }
+    if (const statement say{logger, QOR_LOG_LEVEL_WARNING, validate_name}) {
+        say("Validate member: %s", message.c_str());
+    }
+}
+
+// The proposed name and the first free number after `number`, which is left in `number`.
+std::string free_member_name(const struct_type& structure, const std::string& proposed, std::uint64_t& number) {
+    std::string name;
+    do {
+        name = proposed + "_" + std::to_string(++number);
+    } while (structure.has_member(name));
+    return name;
+}
+
 class structure_reader {
 public:
     structure_reader(const type_parser::logger_pointer& logger, const qor_type_node_sequence_t& nodes,
@@ -72,6 +98,8 @@ private:
         std::uint64_t expected_size = 0;
         // The head is the only member, rather than the structure itself.
         bool self_member = false;
+        // By proposed name, the first number that may still be free: many members of one name cost no more than others.
+        std::unordered_map<std::string, std::uint64_t> next_numbers = {};
     };
 
     void read_head(frame& frame);
@@ -103,6 +131,9 @@ void structure_reader::read_head(frame& frame) {
 struct_type structure_reader::read(bool indexed, const struct_type* parent, unsigned depth) {
     if (index_ >= nodes_.count) {
         throw std::runtime_error("unexpected node list received for schema retrieval");
+    }
+    if (nodes_.nodes == nullptr) {
+        throw std::invalid_argument("invalid node object state");
     }
     if (depth > deepest_nesting) {
         throw std::runtime_error("the nodes of '" + name_of(nodes_.nodes[0]) + "' are nested deeper than " +
@@ -165,8 +196,10 @@ void structure_reader::read_member_signal(frame& frame, const qor_type_node_t& n
 
 void structure_reader::add_member(frame& frame, const qor_type_node_t& node, const dynamic_type& type,
                                   std::uint64_t offset) {
-    const std::string name = type_parser::validate_member_name(logger_, frame.type, name_of(node), offset, lenient_);
-    if (name != name_of(node)) {
+    std::string name = name_of(node);
+    if (frame.type.has_member(name)) {
+        judge_clash(logger_, frame.type, name, offset, lenient_);
+        name = free_member_name(frame.type, name, frame.next_numbers[name]);
         if (const statement say{logger_, QOR_LOG_LEVEL_WARNING, parse_name}) {
             const std::string text = "Rename '" + frame.type.name() + "." + name_of(node) + "' to '" + name + "'" + "0";
             say("%s", text.c_str());
@@ -243,7 +276,7 @@ struct_type type_parser::parse_schema(const logger_pointer& logger, const url& u
     std::string view;
     std::uint32_t cycle = 0;
     std::uint64_t address = 0;
-    for (std::uint64_t level = 0; level < hierarchy.count; ++level) {
+    for (std::uint64_t level = 0; hierarchy.nodes != nullptr && level < hierarchy.count; ++level) {
         const qor_type_node_t& node = hierarchy.nodes[level];
         if (node.kind == QOR_TYPE_NODE_VIEW) {
             view = name_of(node);
@@ -271,22 +304,9 @@ std::string type_parser::validate_member_name(const logger_pointer& logger, cons
     if (!structure.has_member(name)) {
         return name;
     }
-    const bool same_offset = structure.member(name).offset == offset;
-    const std::string message = same_offset ? "member names of aggregation types must be unique, it appears that '" +
-                                                  structure.name() + "." + name + "' is added multiple times0"
-                                            : "member names of aggregation types must be unique, '" + structure.name() +
-                                                  "' already has a member with '" + name + "' name0";
-    if (!lenient) {
-        throw std::runtime_error(message);
-    }
-    if (const statement say{logger, QOR_LOG_LEVEL_WARNING, validate_name}) {
-        say("Validate member: %s", message.c_str());
-    }
-    std::string result = name;
-    for (std::uint64_t number = 1; structure.has_member(result); ++number) {
-        result = name + "_" + std::to_string(number);
-    }
-    return result;
+    judge_clash(logger, structure, name, offset, lenient);
+    std::uint64_t number = 0;
+    return free_member_name(structure, name, number);
 }
 
 } // namespace qor::tavi::detail

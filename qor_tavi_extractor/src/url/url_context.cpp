@@ -33,7 +33,7 @@ std::shared_ptr<url> url_context::resolve(const qor_type_node_sequence_t& hierar
             resolved.push_back(source != nullptr
                                    ? std::make_shared<url_source_token>(source->source_id(), source->instance())
                                    : std::make_shared<url_source_token>(written.name()));
-        } else if (written.filter() && index - 1 < hierarchy.count) {
+        } else if (written.filter() && hierarchy.nodes != nullptr && index - 1 < hierarchy.count) {
             const std::uint64_t element = written.filter()->evaluate(hierarchy.nodes[index - 1]);
             resolved.push_back(std::make_shared<url_token>(written.name(), element));
         } else {

@@ -1,8 +1,8 @@
 #include "qor_tavi_extractor/src/url/url_scanner.hpp"
 
-#include <charconv>
+#include <algorithm>
+#include <cstdlib>
 #include <iostream>
-#include <iterator>
 #include <limits>
 #include <stdexcept>
 
@@ -11,6 +11,8 @@
 namespace qor::tavi::detail {
 
 namespace {
+
+constexpr std::size_t first_block = 16384;
 
 bool is_letter(char byte) noexcept {
     return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || byte == '_';
@@ -158,9 +160,8 @@ token_code url_scanner::take_integer(std::size_t length) {
 }
 
 token_code url_scanner::take_number(std::size_t length) {
-    const auto matched = take(length);
-    value_->number = 0.0;
-    std::from_chars(matched.data(), matched.data() + matched.size(), value_->number);
+    const std::string matched(take(length));
+    value_->number = std::strtod(matched.c_str(), nullptr);
     return token_code::number;
 }
 
@@ -267,10 +268,19 @@ bool url_scanner::skip_between_tokens() {
     return false;
 }
 
+void url_scanner::read_stream() {
+    while (stream_->good()) {
+        const std::size_t filled = text_.size();
+        text_.resize(std::max(first_block, 2 * filled));
+        stream_->read(text_.data() + filled, static_cast<std::streamsize>(text_.size() - filled));
+        text_.resize(filled + static_cast<std::size_t>(stream_->gcount()));
+    }
+    stream_ = nullptr;
+}
+
 token_code url_scanner::yylex() {
     if (stream_ != nullptr) {
-        text_.assign(std::istreambuf_iterator<char>(*stream_), {});
-        stream_ = nullptr;
+        read_stream();
     }
     location_->step();
     const token_code code = !skip_between_tokens() ? token_code::end_of_expression

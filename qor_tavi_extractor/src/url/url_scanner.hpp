@@ -59,7 +59,7 @@ struct semantic_value {
 class url_scanner {
 public:
     explicit url_scanner(std::string text) : text_(std::move(text)) {}
-    // Reads nothing before the first token is asked for. `stream` must outlive the object.
+    // Reads nothing before the first token is asked for, and then the whole stream. `stream` must outlive the object.
     explicit url_scanner(std::istream& stream) : stream_(&stream) {}
 
     // Where the next tokens' values and places go.
@@ -87,6 +87,7 @@ private:
     token_code scan_outside();
     token_code scan_inside();
     bool skip_between_tokens();
+    void read_stream();
 
     std::istream* stream_ = nullptr;
     std::string text_;
