@@ -1,0 +1,114 @@
+// Conditions of multiplexed signals.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "introspection/xtypes/make_signal_type.hpp"
+#include "qorcpp/presence.hpp"
+
+namespace tavi::test {
+namespace {
+
+using namespace qor::introspection::xtypes;
+
+TEST(Presence, ReadsWhatASignalTypeReads) {
+    std::mt19937 random(1);
+    const auto below = [&](std::uint32_t end) {
+        return std::uniform_int_distribution<std::uint32_t>(0, end - 1)(random);
+    };
+    std::vector<std::uint8_t> bytes(32);
+    int read = 0;
+    for (int round = 0; round < 20'000; ++round) {
+        for (auto& byte : bytes) {
+            byte = static_cast<std::uint8_t>(below(256));
+        }
+        const std::uint32_t byte_offset = below(4);
+        const std::uint32_t bit_offset = below(70);
+        const std::uint32_t bit_length = 1 + below(64);
+        const auto order =
+            below(2) == 0 ? signal_byte_order::little_endian : signal_byte_order::inconsistent_big_endian;
+        const bool is_signed = below(2) == 0;
+        // The smallest integer that holds the bits, as parsers choose it.
+        const type_kind kinds[2][4] = {{type_kind::uint8, type_kind::uint16, type_kind::uint32, type_kind::uint64},
+                                       {type_kind::int8, type_kind::int16, type_kind::int32, type_kind::int64}};
+        const type_kind raw = kinds[is_signed][bit_length <= 8 ? 0 : bit_length <= 16 ? 1 : bit_length <= 32 ? 2 : 3];
+        std::shared_ptr<dynamic_type> type;
+        make_signal_type(raw, raw, type, order, bit_offset, bit_length, 0, 1, 0, 0, 0, 1, {},
+                         signal_encoding::unspecified);
+        std::optional<qor::presence_selector> selector;
+        try {
+            selector.emplace(byte_offset, bit_offset, bit_length, static_cast<std::uint8_t>(order), is_signed);
+        } catch (const std::invalid_argument&) {
+            // A walk that leaves the signal at its front: what the type makes of it is no matter here.
+            ASSERT_GT(bit_length, bit_offset / 8 * 8 + 8 - bit_offset % 8);
+            continue;
+        }
+        std::uint64_t expected = 0;
+        type->decode(is_signed ? type_kind::int64 : type_kind::uint64, reinterpret_cast<std::uint8_t*>(&expected),
+                     bytes.data() + byte_offset);
+        ASSERT_EQ(selector->read(bytes), selector->ordinal(expected))
+            << bit_offset << ' ' << bit_length << ' ' << static_cast<int>(order) << ' ' << is_signed;
+        const std::span exactly(bytes.data(), selector->end());
+        ASSERT_TRUE(selector->read(exactly));
+        ASSERT_FALSE(selector->read(exactly.first(exactly.size() - 1)));
+        ++read;
+    }
+    EXPECT_GT(read, 10'000);
+}
+
+TEST(Presence, HoldsForTheValuesItNames) {
+    struct row {
+        const char* text;
+        std::uint8_t byte;
+        bool holds;
+    };
+    const row rows[] = {
+        {"0:0:4:0:0:S=2", 0xF2, true},
+        {"0:0:4:0:0:S=2", 0xF3, false},
+        {"0:0:4:0:0:S=1,3,5-7", 0x06, true},
+        {"0:0:4:0:0:S=1,3,5-7", 0x04, false},
+        {"0:4:4:2:0:S=15", 0xF0, true},
+        {"0:0:8:0:1:S=-3--1", 0xFE, true},
+        {"0:0:8:0:1:S=-3--1", 0x00, false},
+        {"0:0:8:0:1:S=-3--1", 0xFC, false},
+        {"0:0:8:0:1:S=-128-127", 0x80, true},
+        {"0:0:8:0:0:S=300", 0x2C, false},
+        {"0:0:1:0:0:=1", 0x01, true},
+        {"0:0:1:0:0:a b=0-18446744073709551615", 0x01, true},
+        {"0:0:1:0:0:A=1&0:1:1:0:0:B=1", 1, false},
+    };
+    for (const row& row : rows) {
+        EXPECT_EQ(qor::presence(row.text).holds({&row.byte, 1}), row.holds) << row.text;
+        EXPECT_FALSE(qor::presence(row.text).holds({})) << row.text;
+    }
+    EXPECT_TRUE(qor::presence().holds({}));
+}
+
+TEST(Presence, TellsWhatIsWrongWithAText) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"", "expected a number at 1"},
+        {"0:0:4:0:0:S", "expected '=' at 12"},
+        {"0:0:4:0:0:S=", "expected a number at 13"},
+        {"0:0:4:0:0:S=1&", "expected a number at 15"},
+        {"0:0:4:0:0:S=1;", "unexpected character at 14"},
+        {"0:0:4:0:0:S=-1", "expected a number at 13"},
+        {"0:0:4:0:0:S=7-5", "the range is empty at 13"},
+        {"0:0:4:0:2:S=1", "expected 0 or 1 at 9"},
+        {"0:0:4:1:0:S=1", "the byte order is neither 0 nor 2 at 1"},
+        {"0:0:0:0:0:S=1", "a selector has 1 to 64 bits at 1"},
+        {"0:0:65:0:0:S=1", "a selector has 1 to 64 bits at 1"},
+        {"0:0:4:0:0:S=1&0:3:8:2:0:T=1", "the selector begins before its first byte at 15"},
+        {"4294967296:0:4:0:0:S=1", "the number is too large at 1"},
+    };
+    for (const auto& [text, cause] : rows) {
+        try {
+            const qor::presence made{std::string_view(text)};
+            ADD_FAILURE() << text;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_EQ(error.what(), "invalid presence condition '" + std::string(text) + "': " + cause);
+        }
+    }
+}
+
+} // namespace
+} // namespace tavi::test
