@@ -10,7 +10,7 @@
 namespace qor::introspection::xtypes {
 
 // Built empty, filled by add_member_at, then only read. Copies are deep.
-class QORCPP_API struct_type final : public aggregation_type {
+class QORCPP_API struct_type : public aggregation_type {
 public:
     explicit struct_type(std::string name);
     struct_type(const struct_type& other);
