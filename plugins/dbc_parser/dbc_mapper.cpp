@@ -1,0 +1,240 @@
+#include "plugins/dbc_parser/dbc_mapper.hpp"
+
+#include <algorithm>
+#include <deque>
+#include <map>
+
+#include "introspection/xtypes/type_kind.hpp"
+#include "plugins/dbc_parser/dbc_names.hpp"
+#include "plugins/dbc_parser/dbc_sections.hpp"
+#include "plugins/dbc_parser/text_encoding.hpp"
+#include "qorcpp/call_frame.hpp"
+
+namespace dbc_parser {
+
+namespace {
+
+using qor::introspection::xtypes::type_kind;
+
+constexpr const char* view_name = "CAN";
+
+std::string settled_name(std::string_view name, unique_names& taken, size_t offset, const std::string& label,
+                         const warning_sink& warn) {
+    const std::string sound = node_name_of(name);
+    const std::string unique = taken.take(sound);
+    // A digit in front is common and the leading '_' documented; anything else is worth a word.
+    const bool only_digit = sound.size() == name.size() + 1 && std::string_view(sound).substr(1) == name;
+    if (unique != sound || (sound != name && !only_digit)) {
+        warn(offset, label + " is called '" + unique + "' in the catalogue");
+    }
+    return unique;
+}
+
+// Bits of a message that signals under one condition take. Intel and Motorola number bits differently, so they are
+// counted here by byte and place in it.
+class bit_map {
+public:
+    // Whether one of the bits was taken before.
+    bool take(const bit_layout& bits) {
+        bool overlap = false;
+        uint32_t bit = bits.bit_offset;
+        for (uint32_t count = 0; count < bits.bit_length; ++count) {
+            const size_t place = 8 * size_t{bits.byte_offset} + bit;
+            if (place >= taken_.size()) {
+                taken_.resize(place + 64);
+            }
+            overlap |= taken_[place];
+            taken_[place] = true;
+            // A Motorola value runs on in the byte before.
+            bit = bit % 8 != 7 || !bits.motorola ? bit + 1 : bit - 15;
+        }
+        return overlap;
+    }
+
+private:
+    std::vector<bool> taken_;
+};
+
+void check_overlap(const dbc_message& message, const warning_sink& warn) {
+    std::map<std::string_view, bit_map> taken; // signals under other conditions may share bits
+    for (const dbc_signal& signal : message.signals) {
+        if (taken[signal.presence].take(signal.bits)) {
+            warn(signal.offset, label_of(message, signal.name) + " overlaps a signal before it; both are kept");
+        }
+    }
+}
+
+void settle_message(dbc_message& message, const warning_sink& warn) {
+    unique_names names;
+    const uint32_t declared_size = message.size;
+    for (dbc_signal& signal : message.signals) {
+        signal.node_name = settled_name(signal.name, names, signal.offset, label_of(message, signal.name), warn);
+        if (signal.bits.end() > declared_size && declared_size != 0) {
+            warn(signal.offset, label_of(message, signal.name) + " ends behind the message's " +
+                                    std::to_string(declared_size) + " bytes");
+        }
+        message.size = std::max(message.size, signal.bits.end());
+    }
+    check_overlap(message, warn);
+}
+
+type_kind raw_kind_of(const dbc_signal& signal) noexcept {
+    if (signal.type == value_type::float32) {
+        return type_kind::float32;
+    }
+    if (signal.type == value_type::float64) {
+        return type_kind::float64;
+    }
+    const uint32_t bits = signal.bits.bit_length;
+    if (signal.is_signed) {
+        return bits <= 8    ? type_kind::int8
+               : bits <= 16 ? type_kind::int16
+               : bits <= 32 ? type_kind::int32
+                            : type_kind::int64;
+    }
+    return bits <= 8    ? type_kind::uint8
+           : bits <= 16 ? type_kind::uint16
+           : bits <= 32 ? type_kind::uint32
+                        : type_kind::uint64;
+}
+
+// Texts that records point to until the storage has copied them.
+class text_room {
+public:
+    const char* keep(std::string text) { return text.empty() ? nullptr : texts_.emplace_back(std::move(text)).c_str(); }
+
+private:
+    std::deque<std::string> texts_;
+};
+
+qor_type_node_t node_of(const dbc_message& message, uint64_t view_id, text_room& texts) {
+    qor_type_node_t node{};
+    node.kind = QOR_TYPE_NODE_OBJECT;
+    node.parent_id = view_id;
+    node.name = message.node_name.c_str();
+    node.comment = texts.keep(to_utf8(message.comment));
+    node.object.address = message.frame_id;
+    node.object.flags = message.parameter_group ? QOR_OBJECT_PARAMETER_GROUP : 0;
+    node.object.element_count = 1;
+    node.object.element_size = message.size;
+    return node;
+}
+
+qor_type_node_t node_of(const dbc_signal& signal, uint64_t message_id, text_room& texts) {
+    qor_type_node_t node{};
+    node.kind = QOR_TYPE_NODE_SIGNAL;
+    node.parent_id = message_id;
+    node.name = signal.node_name.c_str();
+    node.comment = texts.keep(to_utf8(signal.comment));
+    qor_signal_node_t& fields = node.signal;
+    fields.offset = signal.bits.byte_offset;
+    fields.bit_offset = signal.bits.bit_offset;
+    fields.bit_length = signal.bits.bit_length;
+    fields.element_size = signal.bits.byte_count;
+    fields.element_count = 1;
+    const type_kind raw = raw_kind_of(signal);
+    const bool identity = signal.factor == 1.0 && signal.summand == 0.0;
+    fields.raw_kind = static_cast<uint16_t>(raw);
+    fields.converted_kind = static_cast<uint16_t>(identity ? raw : type_kind::float64);
+    fields.byte_order = signal.bits.motorola ? QOR_BYTE_ORDER_INCONSISTENT_BIG_ENDIAN : QOR_BYTE_ORDER_LITTLE_ENDIAN;
+    fields.multiplexing = static_cast<uint8_t>((signal.is_selector ? QOR_MULTIPLEXING_SELECTOR : 0) |
+                                               (signal.presence.empty() ? 0 : QOR_MULTIPLEXING_MULTIPLEXED));
+    fields.presence = signal.presence.empty() ? nullptr : signal.presence.c_str();
+    fields.numerator_x1 = signal.factor;
+    fields.numerator_x0 = signal.summand;
+    fields.denominator_x0 = 1.0;
+    fields.minimum = signal.minimum;
+    fields.maximum = signal.maximum;
+    std::string unit = to_utf8(signal.unit);
+    fields.signal_suffix_length = unit.size();
+    fields.unit = texts.keep(std::move(unit));
+    fields.signal_suffix = fields.unit;
+    fields.value_table = signal.value_table.empty() ? nullptr : signal.value_table.c_str();
+    return node;
+}
+
+class file_writer {
+public:
+    explicit file_writer(qor_signal_storage_context_t& context) : context_(context) {}
+
+    void write(const dbc_file& file) {
+        text_room texts;
+        qor_type_node_t view{};
+        view.kind = QOR_TYPE_NODE_VIEW;
+        view.name = view_name;
+        view.comment = texts.keep(to_utf8(file.comment));
+        const uint64_t view_id = add({view}).front();
+        std::vector<qor_type_node_t> objects;
+        objects.reserve(file.messages.size());
+        for (const dbc_message& message : file.messages) {
+            objects.push_back(node_of(message, view_id, texts));
+        }
+        const auto object_ids = add(objects);
+        for (size_t index = 0; index < file.messages.size(); ++index) {
+            write_signals(file.messages[index], object_ids[index]);
+        }
+        add_texts(0, file.attributes);
+        if (!file.version.empty()) {
+            add_text(0, "version", to_utf8(file.version));
+        }
+    }
+
+private:
+    void write_signals(const dbc_message& message, uint64_t message_id) {
+        text_room texts;
+        std::vector<qor_type_node_t> nodes;
+        nodes.reserve(message.signals.size());
+        for (const dbc_signal& signal : message.signals) {
+            nodes.push_back(node_of(signal, message_id, texts));
+        }
+        const auto ids = add(nodes);
+        add_texts(message_id, message.attributes);
+        for (size_t index = 0; index < ids.size(); ++index) {
+            add_texts(ids[index], message.signals[index].attributes);
+        }
+    }
+
+    std::vector<uint64_t> add(const std::vector<qor_type_node_t>& nodes) {
+        std::vector<uint64_t> ids(nodes.size());
+        if (!nodes.empty()) {
+            qor_error_details_t* details = nullptr;
+            context_.add_nodes(context_.context, nodes.data(), nodes.size(), ids.data(), &details);
+            qor::rethrow_details(details);
+        }
+        return ids;
+    }
+
+    void add_texts(uint64_t node_id, const std::vector<dbc_attribute>& attributes) {
+        for (const dbc_attribute& attribute : attributes) {
+            add_text(node_id, to_utf8(attribute.key), to_utf8(attribute.text));
+        }
+    }
+
+    // Kept for people and tools where the storage can; nothing is decoded by it.
+    void add_text(uint64_t node_id, const std::string& key, const std::string& text) {
+        if (context_.add_text == nullptr || key.empty() || key == "comment") {
+            return;
+        }
+        qor_error_details_t* details = nullptr;
+        context_.add_text(context_.context, node_id, key.c_str(), text.c_str(), &details);
+        qor::rethrow_details(details);
+    }
+
+    qor_signal_storage_context_t& context_;
+};
+
+} // namespace
+
+void settle_names_and_layout(dbc_file& file, const warning_sink& warn) {
+    unique_names names;
+    for (dbc_message& message : file.messages) {
+        message.node_name = settled_name(message.name, names, message.offset, label_of(message), warn);
+        settle_message(message, warn);
+    }
+}
+
+void write_file(const dbc_file& file, qor_signal_storage_context_t& context) {
+    file_writer(context).write(file);
+}
+
+} // namespace dbc_parser

@@ -1,0 +1,106 @@
+// What a DBC says, as it was read: texts are views of the file, places are offsets in it.
+#ifndef PLUGINS_DBC_PARSER_DBC_MODEL_HPP
+#define PLUGINS_DBC_PARSER_DBC_MODEL_HPP
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "plugins/dbc_parser/bit_layout.hpp"
+
+namespace dbc_parser {
+
+struct value_range {
+    int64_t first;
+    int64_t last;
+};
+
+enum class value_type : uint8_t { integer, float32, float64 };
+
+struct dbc_attribute {
+    std::string_view key;
+    std::string_view text;
+};
+
+struct dbc_signal {
+    size_t offset = 0;
+    std::string_view name;
+    bit_layout bits;
+    bool is_signed = false;
+    value_type type = value_type::integer;
+    double factor = 1.0;
+    double summand = 0.0;
+    double minimum = 0.0;
+    double maximum = 0.0;
+    std::string_view unit;
+    std::string_view comment;
+    // Entries in the form of the catalogue.
+    std::string value_table;
+    std::vector<dbc_attribute> attributes;
+    // "M", and "m3" or "m3M".
+    bool is_selector = false;
+    std::optional<uint64_t> multiplex_value;
+    // From SG_MUL_VAL_: the selector's name, empty for none.
+    std::string_view selector;
+    std::vector<value_range> ranges;
+    // In the form of the catalogue, once all is read.
+    std::string presence;
+    // The name in the catalogue, once all is read.
+    std::string node_name;
+};
+
+struct dbc_message {
+    size_t offset = 0;
+    // As written: bit 31 marks a 29-bit id.
+    uint64_t written_id = 0;
+    std::string_view name;
+    // As it matches frames, bit 31 set for 29-bit ids.
+    uint32_t frame_id = 0;
+    uint32_t size = 0;
+    bool parameter_group = false;
+    std::string_view comment;
+    std::vector<dbc_attribute> attributes;
+    std::vector<dbc_signal> signals;
+    std::string node_name;
+};
+
+// Told as they are met: offset and cause.
+using warning_sink = std::function<void(size_t offset, const std::string& cause)>;
+
+struct dbc_file {
+    std::string_view version;
+    std::string_view comment;
+    std::vector<dbc_message> messages;
+    std::vector<dbc_attribute> attributes;
+
+    // The message of an id as written, of two the first; null for none.
+    dbc_message* find_message(uint64_t written_id);
+    // The signal of that name in any message of the id; null for none.
+    dbc_signal* find_signal(uint64_t written_id, std::string_view name);
+
+    // To be told of each message and signal that was added.
+    void index_message(size_t message);
+    void index_signal(size_t message, size_t signal);
+
+private:
+    struct signal_key {
+        uint64_t written_id;
+        std::string_view name;
+        bool operator==(const signal_key&) const = default;
+    };
+    struct signal_key_hash {
+        size_t operator()(const signal_key& key) const noexcept;
+    };
+
+    std::unordered_map<uint64_t, size_t> message_index_;
+    std::unordered_map<signal_key, std::pair<size_t, size_t>, signal_key_hash> signal_index_;
+};
+
+} // namespace dbc_parser
+
+#endif

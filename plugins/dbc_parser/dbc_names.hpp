@@ -1,0 +1,27 @@
+// Names as URL levels can carry them.
+#ifndef PLUGINS_DBC_PARSER_DBC_NAMES_HPP
+#define PLUGINS_DBC_PARSER_DBC_NAMES_HPP
+
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+namespace dbc_parser {
+
+// Letters, digits, '_' and '-' stay, any other character becomes '_'; a name that does not begin with a letter or '_'
+// gets a leading '_'.
+std::string node_name_of(std::string_view name);
+
+// Makes names different from one another: "x", "x_1", "x_2".
+class unique_names {
+public:
+    // `name`, or with a number behind it when it was taken before.
+    std::string take(const std::string& name);
+
+private:
+    std::unordered_set<std::string> taken_;
+};
+
+} // namespace dbc_parser
+
+#endif
