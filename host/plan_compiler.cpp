@@ -265,8 +265,11 @@ void plan_compiler::add_signal(const xtypes::signal_type_base& type, const std::
     row.name = name;
     row.unit = type.signal_suffix();
     row.kind = value_kind_of(xtypes::without_signal(type.kind()));
-    row.begin = add(offset, layout.first);
-    row.end = add(offset, layout.end);
+    // A signal without bits is in every record.
+    if (layout.end != 0) {
+        row.begin = add(offset, layout.first);
+        row.end = add(offset, layout.end);
+    }
     row.unreadable = layout.unreadable;
     if (row.kind == value_kind::floating && !is_real(type.raw_kind()) &&
         type.conversion() != xtypes::signal_conversion::rational) {

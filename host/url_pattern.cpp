@@ -89,10 +89,6 @@ url_pattern::url_pattern(std::string_view pattern) : text_(pattern) {
     any_head_ = !levels_.front().literal && levels_.front().text == "*";
 }
 
-bool url_pattern::matches(const std::vector<std::string_view>& path) const {
-    return matches_levels(path);
-}
-
 bool url_pattern::matches(std::string_view path) const {
     return matches_levels(levels_of(path));
 }

@@ -22,10 +22,10 @@ public:
     // pattern and column.
     explicit url_pattern(std::string_view pattern);
 
-    // Whether the whole path fits. Levels of the path are compared as they are, without quotes.
-    bool matches(const std::vector<std::string_view>& path) const;
-    // The same for a path as a text, its levels joined by '.'.
+    // Whether the whole path fits; its levels are joined by '.' and compared as they are, without quotes.
     bool matches(std::string_view path) const;
+    // The same for levels that hold dots themselves.
+    bool matches_levels(std::span<const std::string_view> path) const;
 
     // Whether the path or one of the levels above it fits.
     bool matches_below(std::string_view path) const;
@@ -40,8 +40,6 @@ private:
         std::string text;
         bool literal;
     };
-
-    bool matches_levels(std::span<const std::string_view> path) const;
 
     std::string text_;
     std::vector<level> levels_;
