@@ -202,13 +202,26 @@ TEST_F(StorageFile, RowsThatContradictEachOtherAreToldNotBelieved) {
     }
 }
 
+// As if two paths had one hash.
+TEST_F(StorageFile, APathIsMoreThanItsHash) {
+    opened_storage storage(uri());
+    enter_car(storage);
+    for (const char* name : {"AN", "VAN", "CANS"}) {
+        alter((std::string("UPDATE node SET name = '") + name + "' WHERE depth = 1").c_str());
+        EXPECT_EQ(storage.try_find(0, "CAN.Body.Doors"),
+                  invalid("path 'CAN.Body.Doors' was not found in the signal storage"));
+    }
+    alter("UPDATE node SET name = 'CAN' WHERE depth = 1");
+    EXPECT_EQ(storage.try_find(0, "CAN.Body.Doors"), succeeded);
+}
+
 TEST_F(StorageFile, EveryByteMayBeWrong) {
     {
         opened_storage storage(uri());
         enter_car(storage);
     }
     const std::string whole = read();
-    for (std::size_t at = 0; at < whole.size(); at += 97) {
+    for (std::size_t at = 0; at < whole.size(); at += at < 100 ? 7 : 401) {
         std::string damaged = whole;
         damaged[at] = static_cast<char>(~damaged[at]);
         write(damaged);

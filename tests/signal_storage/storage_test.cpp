@@ -1,6 +1,5 @@
 // What holds for every catalogue, in memory and in a file.
-#include <atomic>
-#include <optional>
+#include <memory>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -135,7 +134,7 @@ TEST_P(Storage, LeavesNothingWithoutCommit) {
         car.add(QOR_TYPE_NODE_VIEW, "CAN");
     }
     EXPECT_EQ(storage_.try_find(0, "CAN").status, QOR_STATUS_INVALID_ARGUMENT);
-    EXPECT_EQ(enter_car(storage_), 1u);
+    EXPECT_EQ(enter_car(storage_, "another"), 1u);
 }
 
 TEST_P(Storage, TwoContextsAtOnceDoNotSeeEachOther) {
@@ -343,9 +342,8 @@ TEST_P(Storage, ChecksAndShrinks) {
 }
 
 TEST_P(Storage, CheckpointsBesideOtherCalls) {
-    std::atomic<bool> done = false;
-    std::thread beside([&] {
-        while (!done) {
+    const std::jthread beside([&](const std::stop_token& end) {
+        while (!end.stop_requested()) {
             EXPECT_EQ(storage_.checkpoint(), succeeded);
         }
     });
@@ -353,8 +351,6 @@ TEST_P(Storage, CheckpointsBesideOtherCalls) {
         const std::uint64_t id = enter_car(storage_, std::to_string(i));
         EXPECT_EQ(storage_.hierarchy(storage_.find(id, "CAN.EngineData.Speed")->id)->count, 3u);
     }
-    done = true;
-    beside.join();
 }
 
 TEST_P(Storage, ContextsMayOutliveTheirStorage) {
