@@ -1,0 +1,124 @@
+// From the expression as written to plain indices: filters on every kind of node, and how tokens meet the hierarchy.
+#include <gtest/gtest.h>
+
+#include "qor_tavi_extractor/src/url/driver.hpp"
+#include "tests/fakes/fake_control.hpp"
+#include "tests/support/thrown.hpp"
+
+namespace {
+
+using namespace qor::tavi::detail;
+using tavi::test::thrown;
+
+std::vector<qor_type_node_t> nodes_of_every_array_kind(std::uint32_t count) {
+    return {tavi::fakes::object_node(1, 0, "Node", 0, 8, count), tavi::fakes::group_node(1, 0, "Node", 0, 8, count),
+            tavi::fakes::signal_node(1, 0, "Node", 0, 8, count)};
+}
+
+// The index, or the text of the failure.
+std::string evaluated(const filter_expression& filter, const qor_type_node_t& node) {
+    std::uint64_t index = 0;
+    const std::string failure = thrown<std::runtime_error>([&] { index = filter.evaluate(node); });
+    return failure == "nothing was thrown" ? std::to_string(index) : failure;
+}
+
+TEST(filter_expression, selects_an_element_of_an_array) {
+    const std::string no_array = "invalid filter expression, the type 'Node' cannot be used as array type";
+    const auto beyond = [](const std::string& count) {
+        return "index was outside the bounds of the 'Node' array, subscript must be smaller than " + count;
+    };
+    const struct {
+        std::uint32_t count;
+        std::string filter;
+        std::string result;
+    } cases[] = {
+        {5, "first", "0"},
+        {5, "last", "4"},
+        {5, "0", "0"},
+        {5, "5", "5"}, // one past the end stays accepted
+        {5, "6", beyond("5")},
+        {2, "2", "2"},
+        {2, "3", beyond("2")},
+        {4000000000, "last", "3999999999"},
+        {1, "0", no_array},
+        {1, "first", no_array},
+        {1, "last", no_array},
+        {0, "last", no_array},
+        {0, "7", no_array},
+        {5, "-1", beyond("5")},
+        {5, "First", "invalid filter expression, function 'First' is not supported"},
+        {1, "x", "invalid filter expression, function 'x' is not supported"},
+    };
+    for (const auto& each : cases) {
+        for (const qor_type_node_t& node : nodes_of_every_array_kind(each.count)) {
+            std::unique_ptr<filter_expression> filter;
+            if (std::isalpha(static_cast<unsigned char>(each.filter[0]))) {
+                filter = std::make_unique<filter_expression_function>(each.filter);
+            } else {
+                filter = std::make_unique<filter_expression_constant>(std::stoll(each.filter));
+            }
+            EXPECT_EQ(evaluated(*filter, node), each.result)
+                << each.filter << " of " << each.count << ", kind " << int(node.kind);
+        }
+    }
+}
+
+TEST(filter_expression, refuses_views_and_lets_unknown_kinds_pass) {
+    const qor_type_node_t view = tavi::fakes::view_node(1, "V");
+    const std::string refused = "invalid filter expression, a view type 'V' cannot be used as array type";
+    const filter_expression_function first("first"), last("last");
+    const filter_expression_constant constant(3);
+    qor_type_node_t other{};
+    other.kind = 9;
+    for (const filter_expression* const filter :
+         std::initializer_list<const filter_expression*>{&first, &last, &constant}) {
+        EXPECT_EQ(evaluated(*filter, view), refused);
+        EXPECT_EQ(evaluated(*filter, other), filter == &constant ? "3" : "0");
+    }
+}
+
+// Each token of the resolved expression: "name", with "[index]" when it has one.
+std::string resolved(const std::string& expression, std::vector<qor_type_node_t> nodes) {
+    const auto url = driver().parse(expression)->resolve({nodes.data(), nodes.size()});
+    std::string text;
+    for (std::size_t index = 0; index < url->size(); ++index) {
+        const url_token& token = url->token(index);
+        text += token.name() + (token.has_index() ? "[" + std::to_string(token.index()) + "]" : "") + "|";
+    }
+    return text;
+}
+
+TEST(url_context, resolves_each_filter_against_its_own_level) {
+    const std::vector<qor_type_node_t> nodes = {
+        tavi::fakes::view_node(1, "v"), tavi::fakes::object_node(2, 1, "x", 0, 8, 4),
+        tavi::fakes::group_node(3, 2, "y", 0, 4, 9), tavi::fakes::signal_node(4, 3, "z", 0, 1, 1)};
+    EXPECT_EQ(resolved("10#2.v.x[1].y[last()].z", nodes), "10#2|v|x[1]|y[8]|z|");
+    EXPECT_EQ(resolved("name.v.x[first()]", nodes), "0#0|v|x[0]|");
+    EXPECT_EQ(thrown<std::runtime_error>([&] { resolved("a.v.x.y[1].z[0]", nodes); }),
+              "invalid filter expression, the type 'z' cannot be used as array type");
+    const auto url = driver().parse("70000#7.v.x")->resolve({nullptr, 0});
+    const auto& source = dynamic_cast<const url_source_token&>(url->token(0));
+    EXPECT_EQ(source.source_id(), 4464u);
+    EXPECT_EQ(source.instance(), 7u);
+}
+
+TEST(url_context, a_token_without_a_node_keeps_its_place_without_an_index) {
+    std::vector<qor_type_node_t> nodes = {tavi::fakes::view_node(1, "v"), tavi::fakes::object_node(2, 1, "x", 0, 8, 4)};
+    EXPECT_EQ(resolved("a.v.x[1].y[x()].z[2]", nodes), "0#0|v|x[1]|y|z|");
+    EXPECT_EQ(resolved("a.v.x[1]", {}), "0#0|v|x|");
+    EXPECT_EQ(driver().parse("a.v.x[1]")->resolve({nullptr, 5})->size(), 3u);
+}
+
+TEST(url_context, path_leaves_out_the_source_and_the_filters) {
+    EXPECT_EQ(driver().parse("10#2.My View.Group[last()].Signal[3]")->location_path(), "My View.Group.Signal");
+    EXPECT_EQ(url_context({std::make_shared<source_token>("s")}).location_path(), "");
+}
+
+TEST(url_context, a_first_token_that_names_no_source_is_told_so) {
+    const url_context context({std::make_shared<token>("t")});
+    EXPECT_EQ(thrown<std::runtime_error>([&] { context.source(); }),
+              "the first token in a type URL expression must identify a data source");
+    EXPECT_EQ(context.resolve({nullptr, 0})->token(0).name(), "t");
+}
+
+} // namespace
