@@ -51,7 +51,7 @@ blake2b::blake2b() noexcept : state_(initial_state) {
 void blake2b::compress(const std::uint8_t* block, bool last) noexcept {
     std::array<std::uint64_t, 16> m;
     for (unsigned i = 0; i < 16; ++i) {
-        m[i] = load_word(block + 8 * i);
+        m[i] = load_word(block + std::size_t{8} * i);
     }
     std::array<std::uint64_t, 16> v;
     std::copy(state_.begin(), state_.end(), v.begin());

@@ -12,6 +12,7 @@ namespace qor::storage {
 namespace {
 
 constexpr int default_busy_timeout_ms = 5000;
+constexpr int longest_busy_timeout_ms = 86400000;
 
 bool asks_for_reading_only(const char* filename) {
     const char* const mode = sqlite3_uri_parameter(filename, "mode");
@@ -59,7 +60,7 @@ void database::open(const std::string& uri, const open_options& options) {
         reading_asked = reading_asked || asks_for_reading_only(filename);
         busy_timeout = sqlite3_uri_int64(filename, "busy_timeout", busy_timeout);
     }
-    if (busy_timeout < 0 || busy_timeout > 24 * 3600 * 1000) {
+    if (busy_timeout < 0 || busy_timeout > longest_busy_timeout_ms) {
         fail("the URI's busy_timeout is not between 0 and 86400000 milliseconds");
     }
     sqlite3_busy_timeout(handle_, static_cast<int>(busy_timeout));

@@ -7,8 +7,8 @@
 
 namespace qor::storage {
 
-qor_signal_storage_context_t* description_context::create(std::shared_ptr<storage> owner,
-                                                          description_identity identity) {
+qor_signal_storage_context_t* description_context::create(const std::shared_ptr<storage>& owner,
+                                                          const description_identity& identity) {
     const storage::reservation reservation = owner->reserve(identity);
     try {
         return &(new description_context(owner, identity, reservation))->table_;

@@ -17,7 +17,8 @@ namespace qor::storage {
 class description_context {
 public:
     // The record belongs to the context that it stands for.
-    static qor_signal_storage_context_t* create(std::shared_ptr<storage> owner, description_identity identity);
+    static qor_signal_storage_context_t* create(const std::shared_ptr<storage>& owner,
+                                                const description_identity& identity);
 
     // Slots of qor_signal_storage_context_t.
     void add_node(const qor_type_node_t* node, std::uint64_t* node_id);

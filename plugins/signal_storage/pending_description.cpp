@@ -14,7 +14,7 @@ namespace qor::storage {
 
 namespace {
 
-constexpr std::size_t first_characters = 64 * 1024;
+constexpr std::size_t first_characters = 65536;
 
 const char* kind_name(std::uint8_t kind) noexcept {
     constexpr const char* names[] = {"description", "view", "object", "group", "signal"};

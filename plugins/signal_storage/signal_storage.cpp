@@ -49,7 +49,7 @@ void signal_storage::create_context(std::uint8_t context_type, const void* buffe
     identity.context_type = context_type;
     identity.content_size = size;
     identity.signature = make_signature({static_cast<const std::uint8_t*>(buffer), size}, identity.name, context_type);
-    *new_context = description_context::create(storage_, std::move(identity));
+    *new_context = description_context::create(storage_, identity);
 }
 
 void signal_storage::checkpoint() {
