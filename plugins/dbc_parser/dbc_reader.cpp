@@ -63,6 +63,10 @@ private:
         const size_t begin = cursor_.offset();
         const std::string_view keyword = cursor_.peek_word();
         const section_reader section = find_section(keyword);
+        if (keyword.starts_with("//")) {
+            cursor_.skip_line(); // no part of the language, but people write comments so
+            return;
+        }
         if (section == nullptr) {
             pass_over(begin, keyword);
             return;

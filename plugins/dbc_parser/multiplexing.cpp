@@ -1,9 +1,11 @@
 #include "plugins/dbc_parser/multiplexing.hpp"
 
+#include <algorithm>
 #include <limits>
 
 #include "plugins/dbc_parser/dbc_names.hpp"
 #include "plugins/dbc_parser/dbc_sections.hpp"
+#include "plugins/dbc_parser/text_encoding.hpp"
 #include "qorc/type_node.h"
 
 namespace dbc_parser {
@@ -53,16 +55,19 @@ public:
 private:
     // The selector of signals that name none: the one that is itself always there.
     void find_root() {
-        for (size_t index = 0; index < message_.signals.size(); ++index) {
+        const bool needed = std::any_of(message_.signals.begin(), message_.signals.end(), [](const dbc_signal& signal) {
+            return signal.multiplex_value && signal.selector.empty();
+        });
+        for (size_t index = 0; needed && index < message_.signals.size(); ++index) {
             const dbc_signal& signal = message_.signals[index];
             if (!signal.is_selector || signal.multiplex_value) {
                 continue;
             }
             if (root_ == none) {
                 root_ = index;
-            } else if (signal.selector.empty()) {
+            } else {
                 warn_(signal.offset, label_of(message_, signal.name) + ": a second selector; '" +
-                                         std::string(message_.signals[root_].name) + "' selects the others");
+                                         to_utf8(message_.signals[root_].name) + "' selects the others");
             }
         }
     }
@@ -83,7 +88,7 @@ private:
                 return named;
             }
             warn_(signal.offset, label_of(message_, signal.name) + ": there is no selector '" +
-                                     std::string(signal.selector) + "' in the message");
+                                     to_utf8(signal.selector) + "' in the message");
         }
         if (!signal.multiplex_value) {
             return none;
