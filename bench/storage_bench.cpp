@@ -46,9 +46,8 @@ public:
 private:
     template<typename Symbol>
     static Symbol symbol(const char* name) {
-        static const qor::platform::shared_library library(std::string(TAVI_LIBRARY_DIR) + "/libqor_signal_storage.so",
-                                                           qor::platform::load_mode{});
-        return reinterpret_cast<Symbol>(const_cast<qor::platform::shared_library&>(library).get_symbol(name));
+        static const qor::platform::shared_library library(TAVI_LIBRARY_DIR "/libqor_signal_storage.so");
+        return reinterpret_cast<Symbol>(library.get_symbol(name));
     }
 
     void* handle_ = nullptr;

@@ -1,4 +1,5 @@
 // Random descriptions, compared with a model: every field of every node, in every kind of question.
+#include <array>
 #include <bit>
 #include <cstring>
 #include <deque>
@@ -184,7 +185,8 @@ bool equal(const qor_type_node_t& a, const qor_type_node_t& b) {
     };
     const qor_type_node_t plain_a = strip(a);
     const qor_type_node_t plain_b = strip(b);
-    return std::memcmp(&plain_a, &plain_b, sizeof plain_a) == 0 && equal_texts(a.name, b.name) &&
+    using bytes = std::array<std::byte, sizeof(qor_type_node_t)>;
+    return std::bit_cast<bytes>(plain_a) == std::bit_cast<bytes>(plain_b) && equal_texts(a.name, b.name) &&
            equal_texts(a.comment, b.comment) && equal_texts(a.signal.presence, b.signal.presence) &&
            equal_texts(a.signal.unit, b.signal.unit) && equal_texts(a.signal.value_table, b.signal.value_table) &&
            equal_texts(a.signal.signal_suffix, b.signal.signal_suffix);
