@@ -108,14 +108,7 @@ public:
     }
 
     std::string name() {
-        static constexpr const char* names[] = {"",
-                                                "Speed",
-                                                "km/h",
-                                                "\xC2\xB0"
-                                                "C",
-                                                "a\"b\\c",
-                                                "tab\there",
-                                                "x_1"};
+        static constexpr const char* names[] = {"", "Speed", "km/h", "\xC2\xB0K", "a\"b\\c", "tab\there", "x_1"};
         return names[below(std::size(names))];
     }
 
