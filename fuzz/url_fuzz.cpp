@@ -49,7 +49,7 @@ std::string outcome(Source&& source, const qor_type_node_sequence_t& hierarchy) 
     try {
         context = driver().parse(source);
     } catch (const std::invalid_argument& fault) {
-        const std::string text = fault.what();
+        std::string text = fault.what();
         require(text.find(": syntax error, unexpected ") != text.npos ||
                 text.find(": unterminated string ") != text.npos);
         return text;
