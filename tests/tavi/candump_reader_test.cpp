@@ -134,8 +134,8 @@ TEST(candump_reader, tells_where_and_why_a_line_is_damaged) {
         {std::string("(1.5) can0 064#00 \0", 19), "19 the frame is followed by what does not belong to it"},
     };
     for (const auto& [line, expected] : lines) {
-        EXPECT_EQ(told(line), "1 " + expected + '\n') << line;
-        EXPECT_EQ(told(line + "\r\n"), "1 " + expected + '\n') << line;
+        EXPECT_EQ(told(line), std::string("1 ") + expected + '\n') << line;
+        EXPECT_EQ(told(line + "\r\n"), std::string("1 ") + expected + '\n') << line;
     }
 }
 
@@ -147,11 +147,9 @@ TEST(candump_reader, goes_on_behind_a_damaged_line_and_counts_blank_ones) {
 TEST(candump_reader, gives_the_same_wherever_blocks_end) {
     std::string text;
     for (int line = 0; line < 300; ++line) {
-        text += "(" + std::to_string(line) + ".25) can" + std::to_string(line % 3) + " 12" + std::to_string(line % 10) +
-                "#00112233" +
-                (line % 7 == 0   ? "4\n"
-                 : line % 5 == 0 ? "\r\n"
-                                 : "\n");
+        text.append("(").append(std::to_string(line)).append(".25) can").append(std::to_string(line % 3));
+        text.append(" 12").append(std::to_string(line % 10)).append("#00112233");
+        text += line % 7 == 0 ? "4\n" : line % 5 == 0 ? "\r\n" : "\n";
     }
     const std::string whole = told(text, SIZE_MAX, 1 << 20);
     for (const std::size_t piece : {1, 2, 3, 17, 31, 4095, 4096}) {
@@ -198,7 +196,7 @@ TEST(candump_reader, keeps_memory_bounded_on_a_line_without_end) {
 TEST(candump_reader, knows_a_limited_number_of_interfaces) {
     std::string text;
     for (std::size_t channel = 0; channel <= candump_reader::channel_limit; ++channel) {
-        text += "(1.0) c" + std::to_string(channel) + " 001#\n";
+        text += std::string("(1.0) c") + std::to_string(channel) + " 001#\n";
     }
     text += "(1.0) c7 001#\n";
     EXPECT_THAT(told(text), ::testing::EndsWith("257 7 the log names more than 256 interfaces\n258 1.0 c7 1 0 0 \n"));

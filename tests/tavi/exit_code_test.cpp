@@ -57,7 +57,7 @@ TEST_F(exit_code, is_1_when_the_work_could_not_be_done) {
         {"decode good.log -d e.dbc --storage file:nowhere/c.db3", "tavi: error: the catalogue 'file:nowhere/c.db3' "},
         {"schema CAN.E.T -d e.dbc", "tavi: error: "},
         {"decode bad.log -d e.dbc --strict", "bad.log:2:18: error: the data have an odd number of digits\n"},
-        {"decode short.log -d e.dbc --strict", "short.log:1: error: a frame of 1 bytes, CAN.E has 2: 1 signal is not"},
+        {"decode short.log -d e.dbc --strict", "short.log:1: error: a frame of 1 byte, CAN.E has 2: 1 signal is not"},
     };
     for (const auto& [arguments, message] : runs) {
         const ended run = tavi(arguments);
@@ -113,7 +113,7 @@ TEST_F(exit_code, is_3_when_something_was_damaged_or_skipped) {
 
     const ended cut = tavi("decode short.log -d e.dbc");
     EXPECT_EQ(cut.code, 3);
-    EXPECT_THAT(cut.err, StartsWith("short.log:1: warning: a frame of 1 bytes, CAN.E has 2: 1 signal is not in it\n"
+    EXPECT_THAT(cut.err, StartsWith("short.log:1: warning: a frame of 1 byte, CAN.E has 2: 1 signal is not in it\n"
                                     "  (1.0) can0 0C0#04\n"));
     EXPECT_THAT(cut.err, HasSubstr("tavi: lost: signals of 1 short frame (first: short.log:1)\n"));
 }

@@ -19,24 +19,21 @@ protected:
         added.address = address;
         added.flags = flags;
         added.selected = selected;
-        ASSERT_TRUE(interface.add(added)) << path;
+        ASSERT_TRUE(bus.add(added)) << path;
     }
 
     // Paths of the messages for an id, "-" for an unknown id.
     std::string of(std::uint32_t id) {
-        const route* const found = interface.find(id);
-        if (found == nullptr) {
-            return "-";
-        }
-        std::string text;
-        for (const target* wanted : found->targets) {
-            text += wanted->wanted->path + ' ';
+        const route* const found = bus.find(id);
+        std::string text(found == nullptr ? "-" : "");
+        for (std::size_t at = 0; found != nullptr && at < found->targets.size(); ++at) {
+            text.append(found->targets[at]->wanted->path).append(" ");
         }
         return text;
     }
 
     std::deque<message> messages;
-    interface_routes interface { 0, "can0", false };
+    interface_routes bus{0, "can0", false};
 };
 
 TEST_F(routes, tell_unknown_ids_from_those_not_asked_for) {
@@ -49,7 +46,7 @@ TEST_F(routes, tell_unknown_ids_from_those_not_asked_for) {
     EXPECT_EQ(of(0x102), "-");
     EXPECT_EQ(of(0x80000100), "c ");
     EXPECT_EQ(of(0x80000101), "-");
-    EXPECT_FALSE(interface.add(messages.front())) << "a path that is there already";
+    EXPECT_FALSE(bus.add(messages.front())) << "a path that is there already";
 }
 
 TEST_F(routes, follow_parameter_groups_in_the_order_of_the_descriptions) {
@@ -67,7 +64,7 @@ TEST_F(routes, follow_parameter_groups_in_the_order_of_the_descriptions) {
 
 TEST_F(routes, take_all_29_bit_messages_as_groups_when_asked) {
     interface_routes j1939(0, "can0", true);
-    messages.emplace_back().path = "m";
+    messages.emplace_back().path = std::string("m");
     messages.back().address = 0x98FEF100;
     messages.back().selected = true;
     j1939.add(messages.back());

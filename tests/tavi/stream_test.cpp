@@ -91,7 +91,7 @@ TEST_F(stream, leaves_whole_lines_when_interrupted_in_full_run) {
               "wait $!");
     EXPECT_EQ(run.code, 130) << run.err;
     const std::string rows = read("rows");
-    EXPECT_THAT(rows.substr(rows.size() - 18), EndsWith("can0.CAN.E.S,2,rpm\n"));
+    EXPECT_THAT(rows.substr(rows.size() - 40), EndsWith("can0.CAN.E.S,2,rpm\n"));
 }
 
 } // namespace

@@ -64,11 +64,26 @@ void description_log::begin(std::string name, std::string path, std::string_view
     content_ = content;
 }
 
+void description_log::end() {
+    const std::lock_guard lock(mutex_);
+    for (const std::string& failure : failures_) {
+        messages_.report({topic::description, path_, 0, 0, failure, {}, {}});
+    }
+    failures_.clear();
+    name_.clear();
+    path_.clear();
+    content_ = {};
+}
+
 void description_log::receive(const qor_log_info_t& message) {
     if (message.level > QOR_LOG_LEVEL_WARNING) {
         return;
     }
     const std::lock_guard lock(mutex_);
+    if (message.level <= QOR_LOG_LEVEL_ERROR && !path_.empty()) {
+        failures_.emplace_back(message.message);
+        return;
+    }
     if (!messages_.shows(topic::description)) {
         messages_.add(topic::description);
         return;
@@ -88,6 +103,7 @@ void description_log::receive(const qor_log_info_t& message) {
 
 std::string description_log::refusal(std::string_view text) {
     const std::lock_guard lock(mutex_);
+    failures_.clear();
     diagnostic message{topic::damaged_line, path_, 0, 0, text, {}, {}};
     if (const auto parsed = parse_parser_message(text, name_)) {
         message.line = parsed->line;

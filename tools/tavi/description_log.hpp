@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "qorc/extensibility/log.h"
 #include "tools/tavi/diagnostics.hpp"
@@ -35,12 +36,14 @@ public:
     // Which description is read from now on: messages that begin with `name` are about it. The content is only
     // looked at until the next call.
     void begin(std::string name, std::string path, std::string_view content);
-    void end() { begin({}, {}, {}); }
+    // It was read. Failures that were survived meanwhile are told now.
+    void end();
 
     // Takes one message of the extractor.
     void receive(const qor_log_info_t& message);
 
-    // The text of a refusal as a message "path:line:column: error: cause" with the line it points at.
+    // It was refused: the text as a message "path:line:column: error: cause" with the line it points at. Failures
+    // told meanwhile are dropped, they led to this one.
     std::string refusal(std::string_view text);
 
 private:
@@ -49,6 +52,7 @@ private:
     std::string name_;
     std::string path_;
     std::string_view content_;
+    std::vector<std::string> failures_;
 };
 
 } // namespace tavi::tool

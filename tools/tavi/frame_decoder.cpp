@@ -160,8 +160,9 @@ void frame_decoder::report_short(const host::candump_reader& reader, const host:
         messages_.add(topic::short_frame);
         return;
     }
-    const std::string cause = "a frame of " + std::to_string(frame.length) + " bytes, " + wanted.wanted->path +
-                              " has " + std::to_string(wanted.plan->plan.record_size()) + ": " + std::to_string(lost) +
+    const std::string cause = "a frame of " + std::to_string(frame.length) +
+                              (frame.length == 1 ? " byte, " : " bytes, ") + wanted.wanted->path + " has " +
+                              std::to_string(wanted.plan->plan.record_size()) + ": " + std::to_string(lost) +
                               (lost == 1 ? " signal is" : " signals are") + " not in it";
     const diagnostic message{topic::short_frame, options_.log,      reader.line_number(), 0, cause,
                              reader.line_text(), std::string_view{}};

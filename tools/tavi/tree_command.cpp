@@ -34,7 +34,8 @@ std::string address_text(std::uint64_t address) {
 }
 
 std::string object_text(const qor_object_node_t& object) {
-    std::string text = "  (" + address_text(object.address) + ", " + std::to_string(object.element_size) + " bytes";
+    std::string text = "  (" + address_text(object.address) + ", " + std::to_string(object.element_size) +
+                       (object.element_size == 1 ? " byte" : " bytes");
     if (object.element_count != 1) {
         text += ", " + std::to_string(object.element_count) + " times";
     }
