@@ -147,20 +147,18 @@ std::vector<std::string> extractor::register_source(const extensibility::data_so
 void extractor::store_source(uint16_t source_id, uint32_t instance, const std::string& name,
                              const std::vector<uint64_t>& description_ids) {
     const uint64_t key = source_key(source_id, instance);
-    const auto found = sources.find(key);
-    if (found != sources.end() && found->second.name != name) {
+    const auto [place, added] = sources.try_emplace(key, source_record{key, source_id, instance, name, {}});
+    source_record& record = place->second;
+    if (record.name != name) {
         throw std::invalid_argument("the specified data source name does not match the previously registered name");
     }
-    auto& record = found != sources.end()
-                       ? found->second
-                       : sources.emplace(key, source_record{key, source_id, instance, name, {}}).first->second;
     for (const uint64_t id : description_ids) {
         if (std::find(record.description_ids.begin(), record.description_ids.end(), id) ==
             record.description_ids.end()) {
             record.description_ids.push_back(id);
         }
     }
-    if (found == sources.end()) {
+    if (added) {
         source_keys_by_name.try_emplace(name, key);
     }
 }
