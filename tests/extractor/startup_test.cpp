@@ -70,9 +70,12 @@ TEST_F(startup, passes_over_what_is_no_plugin) {
 
 TEST_F(startup, fails_without_the_storage_library) {
     std::filesystem::remove(directory.path() / "libqor_signal_storage.so");
+    const auto refused = failed("invalid shared library handle specified for the signal storage library");
     handle = reinterpret_cast<qor_tavi_extractor_t*>(this);
-    EXPECT_EQ(create(), failed("invalid shared library handle specified for the signal storage library"));
+    EXPECT_EQ(create(), refused);
     EXPECT_EQ(handle, nullptr);
+    std::ofstream(directory.path() / "libqor_signal_storage.so") << "no library";
+    EXPECT_EQ(create(), refused);
 }
 
 TEST_F(startup, refuses_a_log_sink_with_a_hole) {
@@ -92,6 +95,8 @@ struct kind {
     const char* stem;  // of the entry symbols
     const char* begin; // the first of them
     strings tables;    // mandatory, in the order of the tests
+
+    friend void PrintTo(const kind& printed, std::ostream* stream) { *stream << printed.word; }
 };
 
 const kind kinds[] = {
