@@ -25,8 +25,7 @@ type_reference::type_reference(const dynamic_type* type) : type_(share_or_clone(
 type_reference::type_reference(const type_reference& other) : type_(share_or_clone(other.get())) {}
 
 type_reference& type_reference::operator=(const type_reference& other) {
-    type_ = share_or_clone(other.get());
-    return *this;
+    return *this = type_reference(other);
 }
 
 type_reference::~type_reference() = default;

@@ -7,7 +7,7 @@ namespace qor::introspection::xtypes {
 
 instanceable::instanceable() = default;
 instanceable::instanceable(const instanceable& other) = default;
-instanceable& instanceable::operator=(const instanceable& other) = default;
+instanceable& instanceable::operator=(const instanceable&) = default;
 instanceable::~instanceable() = default;
 
 void instanceable::decode(type_kind, std::uint8_t*, const std::uint8_t*) const {
