@@ -56,7 +56,7 @@ data_processor_proxy::data_processor_proxy(platform::shared_library&& library,
       format_support(mandatory_table<qor_data_processor_format_support_t>()),
       port_support(mandatory_table<qor_data_processor_port_support_t>()) {
     if (has_service<qor_data_processor_data_source_binding_t>(*service_locator)) {
-        bind = get_service<qor_data_processor_data_source_binding_t>(*service_locator)->bind;
+        bind = copy_table<qor_data_processor_data_source_binding_t>(*service_locator).bind;
     }
 }
 
@@ -83,7 +83,7 @@ std::vector<std::string> data_processor_proxy::get_data_descriptions() const {
         throw std::logic_error("the underlying processor does not support data descriptions");
     }
     const auto* const table = get_service<qor_data_processor_data_description_support_t>(*service_locator);
-    if (table->get_data_descriptions == nullptr) {
+    if (table == nullptr || table->get_data_descriptions == nullptr) {
         throw std::logic_error("invalid 'qor_data_processor_data_description_support' interface");
     }
     qor_memory_allocator_t* const allocator = qor_get_default_allocator();

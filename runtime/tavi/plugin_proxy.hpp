@@ -33,6 +33,17 @@ void check_slot(Slot slot, const char* name) {
     }
 }
 
+// A copy of a resolved table. A locator that reports success and stores nothing counts as one without the table.
+// Throws: what the locator reports; std::runtime_error "missing mandatory TABLE interface".
+template<typename Table>
+Table copy_table(const qor::runtime::service_locator& locator) {
+    const Table* const table = get_service<Table>(locator);
+    if (table == nullptr) {
+        throw std::runtime_error("missing mandatory " + demangled_string<Table>() + " interface");
+    }
+    return *table;
+}
+
 // The description of a record, or the literal that stands for a missing one.
 std::string description_or_default(const qor_error_details_t* details);
 
@@ -68,7 +79,7 @@ protected:
         if (!has_service<Table>(*service_locator)) {
             throw std::runtime_error("missing mandatory " + demangled_string<Table>() + " interface");
         }
-        return *get_service<Table>(*service_locator);
+        return copy_table<Table>(*service_locator);
     }
 
     platform::shared_library library; // goes last: the code must stay while the instance dies

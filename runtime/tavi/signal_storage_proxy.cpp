@@ -73,9 +73,9 @@ void signal_storage_proxy::open_storage(const char* uri, uint8_t open_mode, uint
     check_locator_table(table, "invalid service locator interface returned from "
                                "'qor_signal_storage_get_service_locator' function");
     service_locator = std::make_shared<qor::runtime::service_locator>(table);
-    storage = *get_service<qor_signal_storage_t>(*service_locator);
-    access = *get_service<qor_signal_storage_access_t>(*service_locator);
-    maintenance = *get_service<qor_signal_storage_maintenance_t>(*service_locator);
+    storage = copy_table<qor_signal_storage_t>(*service_locator);
+    access = copy_table<qor_signal_storage_access_t>(*service_locator);
+    maintenance = copy_table<qor_signal_storage_maintenance_t>(*service_locator);
 }
 
 void signal_storage_proxy::release() noexcept {
