@@ -162,7 +162,7 @@ TEST_F(decode, tells_the_same_account_as_a_line_of_json) {
     report.erase("seconds");
     EXPECT_EQ(report, nlohmann::json::parse(R"({"log":"x.log","frames":7,"matched":2,"unknown_ids":1,"not_selected":1,
         "without_values":1,"remote":1,"error_frames":1,"short_frames":2,"first_short":"x.log:7","damaged_lines":1,
-        "first_damaged":"x.log:5","description_warnings":0,"values":3,"interrupted":false,"exit_code":3})"))
+        "first_damaged":"x.log:5","left_out":0,"first_left_out":null,"description_warnings":0,"values":3,"interrupted":false,"exit_code":3})"))
         << run.err;
     EXPECT_EQ(lines_of(read("out.csv")).size(), 4u);
 }

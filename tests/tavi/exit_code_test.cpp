@@ -72,6 +72,12 @@ TEST_F(exit_code, is_1_for_a_description_with_a_warning_in_a_strict_run) {
     const ended lenient = tavi("decode good.log -d w.dbc -d e.dbc");
     EXPECT_THAT(lenient.err, StartsWith("w.dbc:3:"));
     EXPECT_THAT(lenient.err, HasSubstr(": warning: "));
+    EXPECT_THAT(lenient.err, HasSubstr("tavi: lost: 1 part of descriptions (first: w.dbc:3)\n"));
+    EXPECT_EQ(lenient.code, 3);
+    write("o.dbc", "BO_ 1 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n SG_ B : 7|8@1+ (1,0) [0|0] \"\" X\n");
+    const ended kept = tavi("decode good.log -d o.dbc -d e.dbc");
+    EXPECT_THAT(kept.err, HasSubstr(": warning: "));
+    EXPECT_EQ(kept.code, 0);
     const ended strict = tavi("decode good.log -d w.dbc -d e.dbc --strict");
     EXPECT_EQ(strict.code, 1);
     EXPECT_THAT(strict.err, StartsWith("w.dbc:3:"));

@@ -51,6 +51,10 @@ std::string format_account(const account& totals) {
         lost.push_back("signals of " + plural(totals.short_frames, "short frame", "short frames") +
                        " (first: " + totals.first_short + ')');
     }
+    if (totals.left_out != 0) {
+        lost.push_back(plural(totals.left_out, "part", "parts") + " of descriptions (first: " + totals.first_left_out +
+                       ')');
+    }
     return "tavi: " + plural(totals.frames, "frame read", "frames read") + ": " + join(frames) +
            "\ntavi: lost: " + (lost.empty() ? "nothing" : join(lost)) +
            "\ntavi: " + plural(totals.values, "value written", "values written") + " in " +
@@ -73,6 +77,8 @@ std::string account_json(const account& totals) {
                                         {"first_short", place(totals.first_short)},
                                         {"damaged_lines", totals.damaged_lines},
                                         {"first_damaged", place(totals.first_damaged)},
+                                        {"left_out", totals.left_out},
+                                        {"first_left_out", place(totals.first_left_out)},
                                         {"description_warnings", totals.description_warnings},
                                         {"values", totals.values},
                                         {"seconds", totals.seconds},

@@ -25,14 +25,16 @@ struct account {
     std::string first_short;
     std::uint64_t damaged_lines = 0; // no frames
     std::string first_damaged;
-    std::uint64_t description_warnings = 0;
+    std::uint64_t left_out = 0; // parts of descriptions that are not used
+    std::string first_left_out;
+    std::uint64_t description_warnings = 0; // all, those of parts left out too
 
     std::uint64_t values = 0;
     double seconds = 0;
     bool interrupted = false;
     exit_code code = exit_code::done;
 
-    bool lost_something() const noexcept { return short_frames != 0 || damaged_lines != 0; }
+    bool lost_something() const noexcept { return short_frames != 0 || damaged_lines != 0 || left_out != 0; }
 };
 
 // A few lines for a person, each with its line end.

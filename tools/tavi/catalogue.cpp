@@ -87,7 +87,7 @@ void catalogue::load_one(std::size_t description) {
     const std::string content = read_file(path);
     const std::string type = type_of(path);
     const std::string name = std::filesystem::path(path).filename().string().substr(0, longest_name);
-    const std::uint64_t warnings = messages_.count(topic::description);
+    const std::uint64_t before = warnings();
     log_.begin(name, path, content);
     try {
         const auto signatures =
@@ -98,7 +98,7 @@ void catalogue::load_one(std::size_t description) {
         throw command_error(log_.refusal(error.what()));
     }
     log_.end();
-    if (strict_ && messages_.count(topic::description) != warnings) {
+    if (strict_ && warnings() != before) {
         throw command_error(printable(path) + ": error: refused for its warnings, since the run is strict");
     }
 }

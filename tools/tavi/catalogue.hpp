@@ -51,6 +51,9 @@ public:
 
 private:
     void load_one(std::size_t description);
+    std::uint64_t warnings() const noexcept {
+        return messages_.count(topic::description) + messages_.count(topic::left_out);
+    }
 
     diagnostics& messages_;
     bool strict_;

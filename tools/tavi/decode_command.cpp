@@ -64,7 +64,9 @@ public:
         totals_.damaged_lines = messages_.count(topic::damaged_line);
         totals_.first_damaged = messages_.first_place(topic::damaged_line);
         totals_.first_short = messages_.first_place(topic::short_frame);
-        totals_.description_warnings = messages_.count(topic::description);
+        totals_.left_out = messages_.count(topic::left_out);
+        totals_.first_left_out = messages_.first_place(topic::left_out);
+        totals_.description_warnings = messages_.count(topic::description) + totals_.left_out;
         totals_.code = result();
         close(wanted);
         if (failure_) {

@@ -42,6 +42,10 @@ std::optional<parser_message> parse_parser_message(std::string_view text, std::s
     return message;
 }
 
+topic topic_of(std::string_view cause) {
+    return cause.find(" is left out") == std::string_view::npos ? topic::description : topic::left_out;
+}
+
 std::string_view line_of(std::string_view text, std::uint64_t number) {
     if (number == 0) {
         return {};
@@ -84,20 +88,16 @@ void description_log::receive(const qor_log_info_t& message) {
         failures_.emplace_back(message.message);
         return;
     }
-    if (!messages_.shows(topic::description)) {
-        messages_.add(topic::description);
+    const topic kind = topic_of(message.message);
+    if (!messages_.shows(kind)) {
+        messages_.add(kind);
         return;
     }
     if (const auto parsed = parse_parser_message(message.message, name_)) {
-        messages_.report({topic::description,
-                          path_,
-                          parsed->line,
-                          parsed->column,
-                          parsed->cause,
-                          line_of(content_, parsed->line),
-                          {}});
+        messages_.report(
+            {kind, path_, parsed->line, parsed->column, parsed->cause, line_of(content_, parsed->line), {}});
     } else {
-        messages_.report({topic::description, path_.empty() ? "tavi" : path_, 0, 0, message.message, {}, {}});
+        messages_.report({kind, path_.empty() ? "tavi" : path_, 0, 0, message.message, {}, {}});
     }
 }
 

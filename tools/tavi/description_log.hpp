@@ -25,6 +25,9 @@ struct parser_message {
 // Nothing when `text` does not begin with the name and a place.
 std::optional<parser_message> parse_parser_message(std::string_view text, std::string_view name);
 
+// Of which kind a parser's warning is: parsers say of what they do not use that it "is left out".
+topic topic_of(std::string_view cause);
+
 // Line `number` (from 1) of a text, without its line end; empty when there is none.
 std::string_view line_of(std::string_view text, std::uint64_t number);
 

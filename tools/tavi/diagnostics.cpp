@@ -45,7 +45,8 @@ void diagnostics::report(const diagnostic& message) {
 }
 
 void diagnostics::print_rest() {
-    constexpr std::array<const char*, kinds> names{"damaged lines", "short frames", "warnings about descriptions"};
+    constexpr std::array<const char*, kinds> names{"damaged lines", "short frames", "parts of descriptions left out",
+                                                   "warnings about descriptions"};
     for (std::size_t kind = 0; kind < kinds; ++kind) {
         if (counts_[kind] > shown_of_a_kind) {
             print("tavi: " + std::to_string(counts_[kind] - shown_of_a_kind) + " more " + names[kind] + '\n');

@@ -21,7 +21,8 @@ namespace tavi::tool {
 enum class topic {
     damaged_line, // an error: a line of the log that is no frame
     short_frame,  // a warning: a frame with less data than its message
-    description   // a warning: something in a description that was left out or mended
+    left_out,     // a warning: a part of a description that is not used
+    description   // a warning: something else about a description
 };
 
 struct diagnostic {
@@ -70,7 +71,7 @@ public:
     void print(std::string_view text);
 
 private:
-    static constexpr std::size_t kinds = 3;
+    static constexpr std::size_t kinds = 4;
     static constexpr std::size_t index(topic kind) noexcept { return static_cast<std::size_t>(kind); }
 
     bool strict_;
