@@ -23,8 +23,9 @@ enum class plan_method : std::uint8_t {
     decode, // by the signal type, see slow_row
 };
 
-// A row's bits lie in the eight bytes of the record from `window` on: load them (high byte first or last), shift left,
-// shift right (with the sign or without).
+// A row's bits lie in the eight bytes of the record from `window` on. To read them: load, with the high byte first or
+// last; shift left; shift right with the sign; clear the upper bits of what has none. Half a cache line, and no branch
+// that depends on the row: rows of all kinds follow one another.
 struct fast_row {
     double factor;
     double offset;
@@ -37,9 +38,11 @@ struct fast_row {
     std::uint8_t left;
     std::uint8_t right;
     plan_method method;
-    bool high_first : 1;
-    bool is_signed : 1;
+    std::uint8_t clear : 7;
+    std::uint8_t high_first : 1;
 };
+
+static_assert(sizeof(fast_row) == 32);
 
 // A row that its signal type reads.
 struct slow_row {
@@ -66,20 +69,23 @@ struct plan_segment {
     std::uint32_t end_condition;
 };
 
-struct plan_code {
+struct alignas(64) plan_code {
     static constexpr std::uint32_t no_row = UINT32_MAX;
 
+    // What every record asks for comes first.
     std::vector<fast_row> rows;
-    std::vector<slow_row> slow_rows;
+    // A record of this many bytes has the bytes of every fast row.
+    std::uint64_t fast_size = 0;
+    // Some segment has a condition.
+    bool is_conditional = false;
     std::vector<plan_segment> segments;
     std::vector<plan_condition> conditions;
+    std::vector<slow_row> slow_rows;
     std::vector<qor::presence_selector> selectors;
     std::vector<qor::presence_range> ranges;
     // By index of record_plan::rows: the index into `rows` (no_row for one that cannot be read) and into `segments`.
     std::vector<std::uint32_t> code_of_row;
     std::vector<std::uint32_t> segment_of_row;
-    // A record of this many bytes has the bytes of every fast row.
-    std::uint64_t fast_size = 0;
 };
 
 } // namespace tavi::host

@@ -293,13 +293,12 @@ void plan_compiler::add_signal(const xtypes::signal_type_base& type, const std::
     fast.factor = type.numerator_x1();
     fast.offset = type.numerator_x0();
     fast.high_first = type.byte_order() == xtypes::signal_byte_order::inconsistent_big_endian;
-    fast.is_signed = !is_unsigned(type.raw_kind());
     const auto method = method_of(type, layout);
     if (method && added.end <= std::numeric_limits<std::uint32_t>::max()) {
         fast.method = *method;
         fast.end = static_cast<std::uint32_t>(added.end);
         code_.fast_size = std::max(code_.fast_size, added.end);
-        places_.push_back({added.begin, added.end - 1, layout.shift, type.bit_length()});
+        places_.push_back({added.begin, added.end - 1, layout.shift, type.bit_length(), is_unsigned(type.raw_kind())});
     } else {
         fast.method = plan_method::decode;
         fast.window = static_cast<std::uint32_t>(code_.slow_rows.size());
@@ -369,6 +368,7 @@ std::uint32_t plan_compiler::selector_index(const qor::presence_selector& select
 
 // All windows lie inside the first `fast_size` bytes, eight at least.
 void plan_compiler::place_windows() {
+    code_.is_conditional = !code_.conditions.empty();
     const std::uint64_t last_window = std::max<std::uint64_t>(code_.fast_size, 8) - 8;
     for (std::size_t i = 0; i < code_.rows.size(); ++i) {
         fast_row& row = code_.rows[i];
@@ -381,6 +381,7 @@ void plan_compiler::place_windows() {
         row.window = static_cast<std::uint32_t>(window);
         row.left = static_cast<std::uint8_t>(64 - place.length - 8 * lowest_byte - place.shift);
         row.right = static_cast<std::uint8_t>(64 - place.length);
+        row.clear = place.is_unsigned ? (64 - place.length) & 0x7F : 0;
     }
 }
 

@@ -59,6 +59,7 @@ private:
         std::uint64_t last;
         unsigned shift;
         unsigned length;
+        bool is_unsigned;
     };
     std::vector<bit_place> places_;
     // By presence text: first and end condition.

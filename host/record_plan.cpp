@@ -19,19 +19,17 @@ namespace {
 
 constexpr std::size_t word_size = 8;
 
+std::uint64_t swap_bytes(std::uint64_t word) noexcept {
+    word = word << 32 | word >> 32;
+    word = (word & 0x0000FFFF0000FFFF) << 16 | (word >> 16 & 0x0000FFFF0000FFFF);
+    return (word & 0x00FF00FF00FF00FF) << 8 | (word >> 8 & 0x00FF00FF00FF00FF);
+}
+
 std::uint64_t load(const std::uint8_t* bytes, bool high_first) noexcept {
     std::uint64_t word;
     std::memcpy(&word, bytes, sizeof word);
-    if (high_first == (std::endian::native == std::endian::little)) {
-#if defined(__GNUC__)
-        word = __builtin_bswap64(word);
-#else
-        word = (word & 0x00000000FFFFFFFF) << 32 | word >> 32;
-        word = (word & 0x0000FFFF0000FFFF) << 16 | (word >> 16 & 0x0000FFFF0000FFFF);
-        word = (word & 0x00FF00FF00FF00FF) << 8 | (word >> 8 & 0x00FF00FF00FF00FF);
-#endif
-    }
-    return word;
+    const std::uint64_t swapped = swap_bytes(word);
+    return high_first == (std::endian::native == std::endian::little) ? swapped : word;
 }
 
 // Bytes of a record that can be read by windows.
@@ -63,19 +61,28 @@ private:
     std::span<const std::uint8_t> bytes_;
 };
 
-// Runs `read` with the record in the form that costs least.
-template<typename Read>
-auto with_record(const plan_code& code, std::span<const std::uint8_t> record, Read&& read) {
-    if (record.size() >= std::max<std::uint64_t>(code.fast_size, word_size)) {
-        return read(whole_record(record.data()));
+// Fewer than eight bytes as eight, the rest zero. Made in a register: a load of a word behind stores of its bytes
+// waits.
+std::array<std::uint8_t, word_size> padded(std::span<const std::uint8_t> bytes) noexcept {
+    std::array<std::uint8_t, word_size> result{};
+    const std::size_t size = bytes.size();
+    if constexpr (std::endian::native == std::endian::little) {
+        std::uint64_t word = 0;
+        if (size >= 4) {
+            std::uint32_t first;
+            std::uint32_t last;
+            std::memcpy(&first, bytes.data(), sizeof first);
+            std::memcpy(&last, bytes.data() + size - sizeof last, sizeof last);
+            word = first | std::uint64_t{last} << 8 * (size - sizeof last);
+        } else if (size > 0) {
+            word = bytes[0] | std::uint64_t{bytes[size / 2]} << 8 * (size / 2) |
+                   std::uint64_t{bytes[size - 1]} << 8 * (size - 1);
+        }
+        std::memcpy(result.data(), &word, sizeof word);
+    } else {
+        std::copy(bytes.begin(), bytes.end(), result.begin());
     }
-    if (record.size() >= code.fast_size) {
-        // Fewer than eight bytes, all there: one copy makes them a word, and each row's window is this word.
-        std::array<std::uint8_t, word_size> padded{};
-        std::copy(record.begin(), record.end(), padded.begin());
-        return read(whole_record(padded.data()));
-    }
-    return read(cut_record(record));
+    return result;
 }
 
 // Which segments are in a record. Rows that depend on one selector usually stand together, so its last values are kept.
@@ -117,8 +124,12 @@ private:
 };
 
 std::int64_t integer_of(std::uint64_t word, const fast_row& row) noexcept {
-    word <<= row.left;
-    return row.is_signed ? static_cast<std::int64_t>(word) >> row.right : static_cast<std::int64_t>(word >> row.right);
+    const std::int64_t extended = static_cast<std::int64_t>(word << row.left) >> row.right;
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(extended) & ~std::uint64_t{0} >> row.clear);
+}
+
+double linear(std::int64_t integer, const fast_row& row) noexcept {
+    return row.factor * static_cast<double>(integer) + row.offset;
 }
 
 // As the signal types: what is not finite becomes the one quiet NaN, and a result is rounded to what is stored.
@@ -193,53 +204,108 @@ reading decode_reading(const slow_row& slow, std::uint32_t row, std::span<const 
     return result;
 }
 
-reading fast_reading(std::uint64_t word, const fast_row& row) noexcept {
-    reading result{};
+static_assert(static_cast<int>(plan_method::signed_integer) == static_cast<int>(value_kind::signed_integer) &&
+              static_cast<int>(plan_method::unsigned_integer) == static_cast<int>(value_kind::unsigned_integer));
+
+void store_reading(reading& result, std::uint64_t word, const fast_row& row) noexcept {
     result.row = row.row;
-    switch (row.method) {
-    case plan_method::signed_integer:
-        result.signed_value = integer_of(word, row);
-        break;
-    case plan_method::unsigned_integer:
-        result.kind = value_kind::unsigned_integer;
-        result.unsigned_value = static_cast<std::uint64_t>(integer_of(word, row));
-        break;
-    case plan_method::real:
-        result.kind = value_kind::floating;
-        result.floating_value = row.factor * static_cast<double>(integer_of(word, row)) + row.offset;
-        break;
-    case plan_method::narrow_real:
-        result.kind = value_kind::floating;
-        result.floating_value =
-            static_cast<float>(row.factor * static_cast<double>(integer_of(word, row)) + row.offset);
-        break;
-    default:
-        result.kind = value_kind::floating;
-        result.floating_value = special_real(word, row);
+    result.kind = std::min(static_cast<value_kind>(row.method), value_kind::floating);
+    if (row.method >= plan_method::narrow_real) {
+        result.floating_value = row.method == plan_method::narrow_real
+                                    ? static_cast<float>(linear(integer_of(word, row), row))
+                                    : special_real(word, row);
+        return;
     }
-    return result;
+    const std::int64_t integer = integer_of(word, row);
+    const auto real = std::bit_cast<std::uint64_t>(linear(integer, row));
+    result.unsigned_value = row.method == plan_method::real ? real : static_cast<std::uint64_t>(integer);
 }
 
-// Calls fast(row, word) or slow(row, slow_row) for each row that the record has.
-template<typename Record, typename Fast, typename Slow>
-void for_each_row(const plan_code& code, std::span<const std::uint8_t> bytes, const Record& record, Fast&& fast,
-                  Slow&& slow) {
-    segment_filter filter(code, bytes);
-    for (const plan_segment& segment : code.segments) {
-        if (segment.first_condition != segment.end_condition && !filter.has(segment)) {
-            continue;
-        }
-        const fast_row* const end = code.rows.data() + segment.end_row;
-        for (const fast_row* row = code.rows.data() + segment.first_row; row != end; ++row) {
-            if (row->method != plan_method::decode) {
-                if (record.has(*row)) {
-                    fast(*row, record.word(*row));
-                }
-            } else if (const slow_row& other = code.slow_rows[row->window]; other.end <= bytes.size()) {
-                slow(*row, other);
+// Writers take the rows of a record one by one. They are handed on by value, so that their places stay in registers.
+class reading_writer {
+public:
+    explicit reading_writer(reading* at) noexcept : at_(at) {}
+
+    void fast(const fast_row& row, std::uint64_t word) noexcept { store_reading(*at_++, word, row); }
+    void slow(const fast_row& row, const slow_row& other, std::span<const std::uint8_t> record) {
+        *at_++ = decode_reading(other, row.row, record);
+    }
+
+    reading* end() const noexcept { return at_; }
+
+private:
+    reading* at_;
+};
+
+class double_writer {
+public:
+    double_writer(double* values, std::uint32_t* rows) noexcept : values_(values), rows_(rows) {}
+
+    void fast(const fast_row& row, std::uint64_t word) noexcept {
+        *rows_++ = row.row;
+        *values_++ =
+            row.method <= plan_method::narrow_real ? linear(integer_of(word, row), row) : special_real(word, row);
+    }
+    void slow(const fast_row& row, const slow_row& other, std::span<const std::uint8_t> record) {
+        *rows_++ = row.row;
+        *values_++ = decode_double(other, record);
+    }
+
+    double* end() const noexcept { return values_; }
+
+private:
+    double* values_;
+    std::uint32_t* rows_;
+};
+
+template<typename Record, typename Writer>
+Writer run_rows(const plan_code& code, const fast_row* row, const fast_row* end, std::span<const std::uint8_t> bytes,
+                Record record, Writer writer) {
+    for (; row != end; ++row) {
+        if (row->method != plan_method::decode) {
+            if (record.has(*row)) {
+                writer.fast(*row, record.word(*row));
             }
+        } else if (const slow_row& other = code.slow_rows[row->window]; other.end <= bytes.size()) {
+            writer.slow(*row, other, bytes);
         }
     }
+    return writer;
+}
+
+// From this size on all windows lie in a record.
+std::uint64_t whole_size(const plan_code& code) noexcept {
+    return std::max<std::uint64_t>(code.fast_size, word_size);
+}
+
+// Hands each row that the record has to the writer.
+template<typename Record, typename Writer>
+Writer run(const plan_code& code, std::span<const std::uint8_t> bytes, Record record, Writer writer) {
+    const fast_row* const rows = code.rows.data();
+    if (!code.is_conditional) {
+        return run_rows(code, rows, rows + code.rows.size(), bytes, record, writer);
+    }
+    segment_filter filter(code, bytes);
+    for (const plan_segment& segment : code.segments) {
+        if (filter.has(segment)) {
+            writer = run_rows(code, rows + segment.first_row, rows + segment.end_row, bytes, record, writer);
+        }
+    }
+    return writer;
+}
+
+// The same with the record in the form that costs least.
+template<typename Writer>
+Writer run(const plan_code& code, std::span<const std::uint8_t> record, Writer writer) {
+    if (record.size() >= whole_size(code)) {
+        return run(code, record, whole_record(record.data()), writer);
+    }
+    if (record.size() >= code.fast_size) {
+        // Fewer than eight bytes, all there: one copy makes them a word, and each row's window is this word.
+        const std::array<std::uint8_t, word_size> word = padded(record);
+        return run(code, record, whole_record(word.data()), writer);
+    }
+    return run(code, record, cut_record(record), writer);
 }
 
 } // namespace
@@ -253,6 +319,9 @@ record_plan::record_plan(const xtypes::dynamic_type& type, const node_tree* tree
     rows_ = std::move(compiler.rows());
     names_subscribed_level_ = compiler.names_subscribed_level();
     compiled_ = std::make_unique<const compiled>(compiled{std::move(compiler.code())});
+    first_ = compiled_->rows.data();
+    end_ = first_ + compiled_->rows.size();
+    whole_size_ = compiled_->is_conditional ? std::numeric_limits<std::uint64_t>::max() : whole_size(*compiled_);
 }
 
 record_plan::record_plan(record_plan&&) noexcept = default;
@@ -260,38 +329,20 @@ record_plan& record_plan::operator=(record_plan&&) noexcept = default;
 record_plan::~record_plan() = default;
 
 std::span<const reading> record_plan::read(std::span<const std::uint8_t> record, std::span<reading> out) const {
-    reading* at = out.data();
-    with_record(*compiled_, record, [&](const auto& bytes) {
-        for_each_row(
-            *compiled_, record, bytes,
-            [&](const fast_row& row, std::uint64_t word) { *at++ = fast_reading(word, row); },
-            [&](const fast_row& row, const slow_row& slow) { *at++ = decode_reading(slow, row.row, record); });
-    });
-    return {out.data(), at};
+    const reading_writer start(out.data());
+    const reading_writer writer = record.size() >= whole_size_
+                                      ? run_rows(*compiled_, first_, end_, record, whole_record(record.data()), start)
+                                      : run(*compiled_, record, start);
+    return {out.data(), writer.end()};
 }
 
 std::size_t record_plan::read_doubles(std::span<const std::uint8_t> record, std::span<double> values,
                                       std::span<std::uint32_t> row_indices) const {
-    std::size_t count = 0;
-    double* const out = values.data();
-    std::uint32_t* const indices = row_indices.data();
-    with_record(*compiled_, record, [&](const auto& bytes) {
-        std::size_t filled = 0;
-        for_each_row(
-            *compiled_, record, bytes,
-            [&](const fast_row& row, std::uint64_t word) {
-                indices[filled] = row.row;
-                out[filled++] = row.method <= plan_method::narrow_real
-                                    ? row.factor * static_cast<double>(integer_of(word, row)) + row.offset
-                                    : special_real(word, row);
-            },
-            [&](const fast_row& row, const slow_row& slow) {
-                indices[filled] = row.row;
-                out[filled++] = decode_double(slow, record);
-            });
-        count = filled;
-    });
-    return count;
+    const double_writer start(values.data(), row_indices.data());
+    const double_writer writer = record.size() >= whole_size_
+                                     ? run_rows(*compiled_, first_, end_, record, whole_record(record.data()), start)
+                                     : run(*compiled_, record, start);
+    return static_cast<std::size_t>(writer.end() - values.data());
 }
 
 std::optional<reading> record_plan::read_row(std::span<const std::uint8_t> record, std::size_t row) const {
@@ -306,10 +357,10 @@ std::optional<reading> record_plan::read_row(std::span<const std::uint8_t> recor
     if (found.method == plan_method::decode) {
         return decode_reading(code.slow_rows[found.window], found.row, record);
     }
-    if (record.size() - found.window >= word_size) {
-        return fast_reading(whole_record(record.data()).word(found), found);
-    }
-    return fast_reading(cut_record(record).word(found), found);
+    reading result{};
+    const bool whole = record.size() - found.window >= word_size;
+    store_reading(result, whole ? whole_record(record.data()).word(found) : cut_record(record).word(found), found);
+    return result;
 }
 
 char* record_plan::write_text(const reading& value, char* out) const noexcept {

@@ -26,6 +26,8 @@
 
 namespace tavi::host {
 
+struct fast_row;
+
 // How the physical value of a row is held, by the converted kind of its signal: floats are widened to doubles.
 enum class value_kind : std::uint8_t { signed_integer, unsigned_integer, floating };
 
@@ -123,10 +125,15 @@ public:
 private:
     struct compiled;
 
+    // What every record needs stands here, one step away: the rows, and the size from which on a record has all of
+    // them without further question.
+    const fast_row* first_ = nullptr;
+    const fast_row* end_ = nullptr;
+    std::uint64_t whole_size_ = 0;
+    std::unique_ptr<const compiled> compiled_;
     std::vector<plan_row> rows_;
     std::uint64_t record_size_ = 0;
     bool names_subscribed_level_ = false;
-    std::unique_ptr<const compiled> compiled_;
 };
 
 } // namespace tavi::host

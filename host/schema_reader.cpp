@@ -24,13 +24,14 @@ using type_pointer = std::shared_ptr<xtypes::dynamic_type>;
 // Types inside types; real ones are a handful deep.
 constexpr int depth_limit = 200;
 
-// A value in the text, with the place where it stands.
+// A value in the text. It knows the value that holds it, which outlives it, and so its place, but spells the place only
+// for a message.
 class place {
 public:
     explicit place(const json& value) : value_(value) {}
 
     [[noreturn]] void fail(const std::string& cause) const {
-        throw schema_error((path_.empty() ? std::string("the schema") : path_) + ": " + cause);
+        throw schema_error((holder_ == nullptr ? std::string("the schema") : path()) + ": " + cause);
     }
 
     place member(const char* key) const {
@@ -41,7 +42,7 @@ public:
         if (found == value_.end()) {
             fail(std::string("'") + key + "' is missing");
         }
-        return {*found, path_ + '/' + key};
+        return {*found, *this, key, 0};
     }
 
     bool has(const char* key) const { return value_.is_object() && value_.contains(key); }
@@ -53,7 +54,7 @@ public:
         return value_.size();
     }
 
-    place element(std::size_t index) const { return {value_.at(index), path_ + '/' + std::to_string(index)}; }
+    place element(std::size_t index) const { return {value_.at(index), *this, nullptr, index}; }
 
     const std::string& text() const {
         if (!value_.is_string()) {
@@ -109,7 +110,13 @@ public:
     }
 
 private:
-    place(const json& value, std::string path) : value_(value), path_(std::move(path)) {}
+    place(const json& value, const place& holder, const char* key, std::size_t index)
+        : value_(value), holder_(&holder), key_(key), index_(index) {}
+
+    std::string path() const {
+        return holder_ == nullptr ? std::string()
+                                  : holder_->path() + '/' + (key_ != nullptr ? key_ : std::to_string(index_));
+    }
 
     double named_real() const {
         if (text() == "NaN") {
@@ -122,7 +129,9 @@ private:
     }
 
     const json& value_;
-    std::string path_;
+    const place* holder_ = nullptr;
+    const char* key_ = nullptr;
+    std::size_t index_ = 0;
 };
 
 type_pointer read_type(const place& at, int depth);
