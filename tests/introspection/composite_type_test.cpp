@@ -48,9 +48,9 @@ TEST(struct_type, name_hash_follows_the_members) {
 
 TEST(struct_type, operations_reach_all_members) {
     const string_type string(3);
-    const struct_type type = structure("T", {{"s", &string}, {"x", &number32(), 32}});
-    alignas(std::string) std::uint8_t a[36];
-    alignas(std::string) std::uint8_t b[36];
+    const struct_type type = structure("T", {{"s", &string}, {"x", &number32(), 32}, {"t", &string, 40}});
+    alignas(std::string) std::uint8_t a[72];
+    alignas(std::string) std::uint8_t b[72];
     type.construct(a);
     EXPECT_EQ(value_of<std::uint32_t>(a + 32), 0u);
     reinterpret_cast<std::string*>(a)->assign("abcd and more than fits into the object");
@@ -61,8 +61,10 @@ TEST(struct_type, operations_reach_all_members) {
     type.destroy(a);
     type.move(a, b, true);
     EXPECT_EQ(*reinterpret_cast<std::string*>(a), "abc");
+    *reinterpret_cast<std::string*>(a + 40) = "t";
     type.destroy(a);
     EXPECT_EQ(*reinterpret_cast<std::string*>(a), "");
+    EXPECT_EQ(*reinterpret_cast<std::string*>(a + 40), "");
 
     const struct_type empty("E");
     EXPECT_EQ(empty.instance_size(), 0u);
@@ -124,6 +126,7 @@ TEST(composite_types, compatibility) {
     const struct_type xy = structure("T", {{"x", &number32()}, {"y", &number32(), 4}});
     const struct_type renamed = structure("T", {{"x", &number32()}, {"z", &number32(), 4}});
     const struct_type moved = structure("T", {{"x", &number32(), 8}, {"y", &number32(), 4}});
+    const struct_type both = structure("T", {{"z", &number32(), 8}, {"y", &number32(), 4}});
     const struct_type wider = structure("T", {{"x", &number32()}, {"y", &number64(), 4}});
     const struct_type longer = structure("T", {{"x", &number32()}, {"y", &number32(), 4}, {"z", &number32(), 8}});
     const struct_type one = structure("T", {{"x", &number32()}});
@@ -142,6 +145,7 @@ TEST(composite_types, compatibility) {
         {xy, alias_type("a", xy), 0},
         {xy, renamed, 0x0020},
         {xy, moved, 0x0200},
+        {xy, both, 0x0020}, // of a member by another name the offset doesn't count
         {xy, wider, 0x0402},
         {xy, longer, 0x0440},
         {longer, xy, 0x0040},

@@ -92,6 +92,11 @@ TEST(json_printer, indented_structure_with_annotations) {
 })");
 }
 
+TEST(json_printer, empty_lists_stay_on_their_line) {
+    EXPECT_EQ(json_printer::print(struct_type("E"), true),
+              "{\n  \"kind\": \"structure\",\n  \"name\": \"E\",\n  \"size\": 0,\n  \"members\": []\n}");
+}
+
 TEST(json_printer, numbers_read_back_the_same) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     const std::string text =
