@@ -20,7 +20,8 @@
 
 namespace qor::introspection::xtypes {
 
-// Immutable. Not exported: the symbols of 121 classes would be bound one by one in every process that loads the library.
+// Immutable. Not exported: the symbols of 121 classes would be bound one by one in every process that loads the
+// library.
 template<typename Converted, typename Raw, int Dimensions>
 class signal_type final : public signal_type_base {
     static_assert(Dimensions == 1, "a signal is one value");
