@@ -23,7 +23,7 @@ TEST(CanPackage, HoldsAFrameBehindItsHeader) {
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&built);
     EXPECT_EQ(bytes[0], 0x23);
     EXPECT_EQ(bytes[1], 0x01);
-    EXPECT_EQ(built.instance, 7u);
+    EXPECT_EQ(std::uint32_t{built.instance}, 7u);
     EXPECT_STREQ(built.format_type, "j1939");
     EXPECT_EQ(payload_of(built), (std::vector<std::uint8_t>{0x00, 0xF1, 0xFE, 0x98, 2, 4, 0, 0, 0x11, 0x22}));
     EXPECT_EQ(payload_of(package.build_remote(0x0C0, 8)), (std::vector<std::uint8_t>{0xC0, 0, 0, 0x40, 8, 0, 0, 0}));
@@ -38,7 +38,7 @@ TEST(PackageBuilder, GrowsAndKeepsTheHeader) {
     const std::vector<std::uint8_t> payload(1000, 0xAB);
     const qor_package_t& built = builder.build(payload);
     EXPECT_EQ(payload_of(built), payload);
-    EXPECT_EQ(built.instance, 2u);
+    EXPECT_EQ(std::uint32_t{built.instance}, 2u);
     EXPECT_STREQ(built.format_type, "memory");
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(qor_package_payload(&built)) % 8, 0u);
     EXPECT_NO_THROW(builder.set_format(std::string(46, 'x')));
