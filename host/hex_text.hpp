@@ -101,9 +101,11 @@ inline bool decode_hex(const char* text, std::uint8_t* bytes) noexcept {
     std::uint64_t pairs = (nibbles << 4 | nibbles >> 8) & UINT64_C(0x00FF00FF00FF00FF);
     pairs = (pairs | pairs >> 8) & UINT64_C(0x0000FFFF0000FFFF);
     pairs |= pairs >> 16;
-    for (int byte = 0; byte < 4; ++byte) {
-        bytes[byte] = static_cast<std::uint8_t>(pairs >> (8 * byte));
+    auto value = static_cast<std::uint32_t>(pairs);
+    if constexpr (std::endian::native == std::endian::big) {
+        value = value << 24 | (value & 0xFF00) << 8 | (value >> 8 & 0xFF00) | value >> 24;
     }
+    std::memcpy(bytes, &value, sizeof value);
     return true;
 }
 

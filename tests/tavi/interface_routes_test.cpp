@@ -24,10 +24,11 @@ protected:
 
     // Paths of the messages for an id, "-" for an unknown id.
     std::string of(std::uint32_t id) {
-        const route* const found = bus.find(id);
-        std::string text(found == nullptr ? "-" : "");
-        for (std::size_t at = 0; found != nullptr && at < found->targets.size(); ++at) {
-            text.append(found->targets[at]->wanted->path).append(" ");
+        const std::uint32_t number = bus.find(id);
+        std::string text(number == interface_routes::unknown ? "-" : "");
+        const std::size_t count = text.empty() ? bus[number].targets.size() : 0;
+        for (std::size_t at = 0; at < count; ++at) {
+            text.append(bus[number].targets[at]->wanted->path).append(" ");
         }
         return text;
     }
@@ -68,8 +69,8 @@ TEST_F(routes, take_all_29_bit_messages_as_groups_when_asked) {
     messages.back().address = 0x98FEF100;
     messages.back().selected = true;
     j1939.add(messages.back());
-    EXPECT_NE(j1939.find(0x80FEF1FF), nullptr);
-    EXPECT_EQ(j1939.find(0x0F1), nullptr);
+    EXPECT_NE(j1939.find(0x80FEF1FF), interface_routes::unknown);
+    EXPECT_EQ(j1939.find(0x0F1), interface_routes::unknown);
 }
 
 TEST(id_table, finds_what_was_put_in) {
@@ -79,7 +80,8 @@ TEST(id_table, finds_what_was_put_in) {
     for (std::uint32_t index = 0; index < 5000; ++index) {
         // Neighbours, multiples of large powers of two, and anything.
         const std::uint32_t id = index % 3 == 0 ? index : index % 3 == 1 ? index << 18 : random();
-        EXPECT_EQ(table.insert(id, index), known.emplace(id, index).first->second);
+        table.put(id, index);
+        known[id] = index;
     }
     for (const auto& [id, index] : known) {
         ASSERT_EQ(table.find(id), index);

@@ -37,17 +37,14 @@ void frame_decoder::decode(const host::candump_reader& reader, const host::candu
         return;
     }
     interface_routes& interface = routes_of(reader, frame.channel);
-    route* const found = interface.find(frame.id);
-    if (found == nullptr) {
-        ++totals_.unknown_ids;
+    const std::uint32_t number = interface.find(frame.id);
+    if (number == interface_routes::not_selected || number == interface_routes::unknown) {
+        ++(number == interface_routes::unknown ? totals_.unknown_ids : totals_.not_selected);
         return;
     }
-    if (found->targets.empty()) {
-        ++totals_.not_selected;
-        return;
-    }
-    if (!found->ready) {
-        prepare(interface, *found);
+    route& found = interface[number];
+    if (!found.ready) {
+        prepare(interface, found);
     }
     package_.set_source(catalogue::interface_source_id, static_cast<std::uint32_t>(interface.number()));
     catalogue_.extractor().process(package_.build(frame.id, frame.flags, {frame.data.data(), frame.length}),
@@ -55,10 +52,10 @@ void frame_decoder::decode(const host::candump_reader& reader, const host::candu
     rows_.set_time(frame.time);
     bool has_values = false;
     for (const qor_dynamic_data_t& record : records_) {
-        const auto wanted = std::find_if(found->targets.begin(), found->targets.end(), [&](const target* candidate) {
+        const auto wanted = std::find_if(found.targets.begin(), found.targets.end(), [&](const target* candidate) {
             return candidate->handle == record.subscription_handle;
         });
-        if (wanted != found->targets.end()) {
+        if (wanted != found.targets.end()) {
             has_values = write_record(reader, frame, **wanted, record) || has_values;
         }
     }
@@ -69,7 +66,7 @@ interface_routes& frame_decoder::routes_of(const host::candump_reader& reader, s
     while (interfaces_.size() <= channel) {
         add_interface(reader.channels()[interfaces_.size()]);
     }
-    return interfaces_[channel];
+    return *interfaces_[channel];
 }
 
 interface_routes& frame_decoder::add_interface(const std::string& name) {
@@ -78,7 +75,8 @@ interface_routes& frame_decoder::add_interface(const std::string& name) {
     for (int number = 2; !source_names_.insert(source_name).second; ++number) {
         source_name = sanitized(name) + '_' + std::to_string(number);
     }
-    interface_routes& added = interfaces_.emplace_back(interfaces_.size(), source_name, options_.j1939);
+    interface_routes& added =
+        *interfaces_.emplace_back(std::make_unique<interface_routes>(interfaces_.size(), source_name, options_.j1939));
     catalogue_.register_interface(added.number(), name, source_name);
     for (message& known : selection_.messages()) {
         if (catalogue_.serves(known.description, name) && !added.add(known) &&

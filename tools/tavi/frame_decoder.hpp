@@ -3,7 +3,7 @@
 #define TOOLS_TAVI_FRAME_DECODER_HPP
 
 #include <cstdint>
-#include <deque>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -49,7 +49,7 @@ private:
     row_writer& rows_;
     diagnostics& messages_;
     account& totals_;
-    std::deque<interface_routes> interfaces_;
+    std::vector<std::unique_ptr<interface_routes>> interfaces_;
     std::set<std::string> source_names_;
     host::can_package package_;
     host::record_list records_;

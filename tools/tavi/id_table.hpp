@@ -17,18 +17,12 @@ public:
     // `none` for an id that was not put in.
     std::uint32_t find(std::uint32_t id) const noexcept { return slots_[place_of(id)].index; }
 
-    // An id that is there keeps its index. Requires: index != none. Returns the index that stands there now.
-    std::uint32_t insert(std::uint32_t id, std::uint32_t index) {
-        if (++count_ > slots_.size() / 2) {
+    // Gives an id its index, a new one when it has one. Requires: index != none.
+    void put(std::uint32_t id, std::uint32_t index) {
+        if (slots_[place_of(id)].index == none && ++count_ > slots_.size() / 2) {
             grow();
         }
-        slot& place = slots_[place_of(id)];
-        if (place.index == none) {
-            place = {id, index};
-        } else {
-            --count_;
-        }
-        return place.index;
+        slots_[place_of(id)] = {id, index};
     }
 
 private:

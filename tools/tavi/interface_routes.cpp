@@ -1,13 +1,22 @@
 #include "tools/tavi/interface_routes.hpp"
 
+#include <algorithm>
+
 #include "qorc/type_node.h"
-#include "qorcpp/can_frame.hpp"
 
 namespace tavi::tool {
 
-route& interface_routes::route_of(id_table& table, std::uint32_t key) {
-    const std::uint32_t index = table.insert(key, static_cast<std::uint32_t>(routes_.size()));
-    return index == routes_.size() ? routes_.emplace_back() : routes_[index];
+// Notes an id or group as known and, unless `wanted` is null, adds to its targets.
+void interface_routes::append(id_table& table, std::uint32_t key, target* wanted) {
+    std::uint32_t number = table.find(key);
+    if (number == unknown || (number == not_selected && wanted != nullptr)) {
+        number = wanted != nullptr ? static_cast<std::uint32_t>(routes_.size()) : not_selected;
+        routes_.resize(std::max<std::size_t>(routes_.size(), number + std::size_t{1}));
+        table.put(key, number);
+    }
+    if (wanted != nullptr) {
+        routes_[number].targets.push_back(wanted);
+    }
 }
 
 bool interface_routes::add(message& added) {
@@ -23,41 +32,28 @@ bool interface_routes::add(message& added) {
         wanted = targets_.back().get();
         wanted->wanted = &added;
     }
-    const auto append = [&](route& to) {
-        if (wanted != nullptr) {
-            to.targets.push_back(wanted);
-        }
-    };
     const auto id = static_cast<std::uint32_t>(added.address);
     const bool extended = (id & qor::can_extended_bit) != 0;
     const std::uint32_t group = qor::parameter_group(id);
     if (extended && (j1939_ || (added.flags & QOR_OBJECT_PARAMETER_GROUP) != 0)) {
-        append(route_of(by_group_, group));
-        for (const auto& [other, to] : extended_) {
+        append(by_group_, group, wanted);
+        for (const std::uint32_t other : extended_) {
             if (qor::parameter_group(other) == group) {
-                append(*to);
+                append(by_id_, other, wanted);
             }
         }
         return true;
     }
-    const bool is_new = by_id_.find(id) == id_table::none;
-    route& to = route_of(by_id_, id);
-    if (extended && is_new) {
-        extended_.emplace_back(id, &to);
-        if (const std::uint32_t same = by_group_.find(group); same != id_table::none) {
-            to.targets = routes_[same].targets;
+    if (extended && by_id_.find(id) == unknown) {
+        extended_.push_back(id);
+        if (const std::uint32_t same = by_group_.find(group); same != unknown) {
+            for (std::size_t at = 0; at < routes_[same].targets.size(); ++at) {
+                append(by_id_, id, routes_[same].targets[at]);
+            }
         }
     }
-    append(to);
+    append(by_id_, id, wanted);
     return true;
-}
-
-route* interface_routes::find(std::uint32_t id) noexcept {
-    std::uint32_t index = by_id_.find(id);
-    if (index == id_table::none && (id & qor::can_extended_bit) != 0) {
-        index = by_group_.find(qor::parameter_group(id));
-    }
-    return index == id_table::none ? nullptr : &routes_[index];
 }
 
 } // namespace tavi::tool

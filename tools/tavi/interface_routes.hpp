@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "qorcpp/can_frame.hpp"
 #include "tools/tavi/id_table.hpp"
 #include "tools/tavi/row_writer.hpp"
 #include "tools/tavi/selection.hpp"
@@ -30,7 +30,7 @@ struct target {
 
 // The messages that a frame id belongs to.
 struct route {
-    // Asked for, in the order of the descriptions; empty for an id that is known but was not asked for.
+    // In the order of the descriptions.
     std::vector<target*> targets;
     // Whether all targets are subscribed to.
     bool ready = false;
@@ -42,7 +42,7 @@ public:
     // source_name  as in URLs
     // j1939        match all messages with 29-bit ids by parameter group number
     interface_routes(std::size_t number, std::string source_name, bool j1939)
-        : number_(number), source_name_(std::move(source_name)), j1939_(j1939) {}
+        : number_(number), source_name_(std::move(source_name)), j1939_(j1939), routes_(1) {}
 
     std::size_t number() const noexcept { return number_; }
     const std::string& source_name() const noexcept { return source_name_; }
@@ -51,20 +51,31 @@ public:
     // given one of the same path already.
     bool add(message& added);
 
-    // What to do with a frame of that id (flag bits of qorcpp/can_frame.hpp); null when nobody knows it.
-    route* find(std::uint32_t id) noexcept;
+    // Numbers of routes.
+    static constexpr std::uint32_t unknown = id_table::none;
+    static constexpr std::uint32_t not_selected = 0; // its messages are known, none was asked for
+
+    // What to do with a frame of that id (flag bits of qorcpp/can_frame.hpp).
+    std::uint32_t find(std::uint32_t id) const noexcept {
+        const std::uint32_t found = by_id_.find(id);
+        return found == unknown && (id & qor::can_extended_bit) != 0 ? by_group_.find(qor::parameter_group(id)) : found;
+    }
+
+    // Requires: a number that find gave, not `unknown`.
+    route& operator[](std::uint32_t number) noexcept { return routes_[number]; }
 
 private:
-    route& route_of(id_table& table, std::uint32_t key);
+    void append(id_table& table, std::uint32_t key, target* wanted);
 
     std::size_t number_;
     std::string source_name_;
     bool j1939_;
     std::vector<std::unique_ptr<target>> targets_;
     std::unordered_set<std::string_view> paths_;
-    std::deque<route> routes_;
-    // Of routes by whole id, those with 29 bits, for groups that come after them.
-    std::vector<std::pair<std::uint32_t, route*>> extended_;
+    // The first is that of all ids that were not asked for.
+    std::vector<route> routes_;
+    // Whole ids of 29 bits, for groups that come after them.
+    std::vector<std::uint32_t> extended_;
     id_table by_id_;
     id_table by_group_;
 };
