@@ -26,7 +26,7 @@ std::string described(const url& url) {
     std::string text;
     for (std::size_t index = 0; index < url.size(); ++index) {
         const url_token& token = url.token(index);
-        text += token.name() + (token.has_index() ? "[" + std::to_string(token.index()) + "]" : "") + "|";
+        text += token.name() + (token.has_index() ? std::to_string(token.index()) : "") + "|";
     }
     return text;
 }

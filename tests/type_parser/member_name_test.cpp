@@ -46,7 +46,8 @@ TEST(validate_member_name, tells_the_clash_by_its_offset) {
         "member names of aggregation types must be unique, it appears that 'T.a' is added multiple times0";
     const std::string elsewhere =
         "member names of aggregation types must be unique, 'T' already has a member with 'a' name0";
-    for (const auto& [offset, text] : {std::pair<std::uint64_t, std::string>{4, twice}, {5, elsewhere}}) {
+    for (const std::uint64_t offset : {4, 5}) {
+        const std::string& text = offset == 4 ? twice : elsewhere;
         recording_sink sink;
         const auto logger = std::make_shared<qor::extensibility::log::logger>(&sink);
         const auto validate = [&](bool lenient) {

@@ -150,7 +150,7 @@ TEST(type_parser, takes_many_members_of_many_and_of_one_name) {
     constexpr std::uint32_t many = 30'000;
     std::vector<std::string> names;
     for (std::uint32_t i = 0; i < many; ++i) {
-        names.push_back("s" + std::to_string(i));
+        names.push_back(std::to_string(i));
     }
     std::vector<qor_type_node_t> nodes = {object_node(1, 9, "O", 0, 4 * many)};
     for (std::uint32_t i = 0; i < many; ++i) {

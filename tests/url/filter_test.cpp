@@ -83,7 +83,13 @@ std::string resolved(const std::string& expression, std::vector<qor_type_node_t>
     std::string text;
     for (std::size_t index = 0; index < url->size(); ++index) {
         const url_token& token = url->token(index);
-        text += token.name() + (token.has_index() ? "[" + std::to_string(token.index()) + "]" : "") + "|";
+        text += token.name();
+        if (token.has_index()) {
+            text += '[';
+            text += std::to_string(token.index());
+            text += ']';
+        }
+        text += '|';
     }
     return text;
 }
