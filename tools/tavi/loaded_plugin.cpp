@@ -49,7 +49,9 @@ void loaded_plugin::create(const std::string& stem) {
     }
 }
 
-loaded_plugin::~loaded_plugin() { destroy_(handle_); }
+loaded_plugin::~loaded_plugin() {
+    destroy_(handle_);
+}
 
 void* loaded_plugin::symbol(const std::string& name) const {
     void* const found = library_.get_symbol(name);

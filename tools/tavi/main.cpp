@@ -11,6 +11,7 @@
 #include "tools/tavi/decode_command.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/options.hpp"
+#include "tools/tavi/plugins_command.hpp"
 #include "tools/tavi/printable.hpp"
 #include "tools/tavi/schema_command.hpp"
 #include "tools/tavi/tree_command.hpp"
@@ -28,9 +29,11 @@ exit_code run(int argc, char** argv) {
     decode_options decode;
     tree_options tree;
     schema_options schema;
+    plugins_options plugins;
     add_decode_options(app, decode);
     add_tree_options(app, tree);
     add_schema_options(app, schema);
+    add_plugins_options(app, plugins);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -38,6 +41,9 @@ exit_code run(int argc, char** argv) {
     }
     if (app.got_subcommand("tree")) {
         return run_tree(tree);
+    }
+    if (app.got_subcommand("plugins")) {
+        return run_plugins(plugins);
     }
     return app.got_subcommand("schema") ? run_schema(schema) : run_decode(decode);
 }

@@ -70,4 +70,11 @@ void add_schema_options(CLI::App& app, schema_options& options) {
     add_catalogue_options(command, options.catalogue, "FILE");
 }
 
+void add_plugins_options(CLI::App& app, plugins_options& options) {
+    CLI::App& command = *app.add_subcommand("plugins", "List the libraries beside the extractor, or check a plug-in");
+    command.add_option("--check", options.check, "Plug-in to load and to try as a host would")->type_name("FILE");
+    command.footer("The list shows file, kind, version and the formats or description types that are served.\n"
+                   "Exit codes: 0 all fit for use, 1 not done, 2 wrong usage, 4 a plug-in is not.");
+}
+
 } // namespace tavi::tool

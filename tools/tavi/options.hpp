@@ -47,13 +47,18 @@ struct schema_options {
     catalogue_options catalogue;
 };
 
+struct plugins_options {
+    std::string check; // a file to check; empty: list what stands beside the extractor
+};
+
 // The part before the first '=' is the source, unless it is empty or holds a '/'.
 description_argument parse_description(const std::string& text);
 
-// Adds the command `decode` (`tree`, `schema`) to the command line; the options live as long as `app`.
+// Adds the command `decode` (`tree`, `schema`, `plugins`) to the command line; the options live as long as `app`.
 void add_decode_options(CLI::App& app, decode_options& options);
 void add_tree_options(CLI::App& app, tree_options& options);
 void add_schema_options(CLI::App& app, schema_options& options);
+void add_plugins_options(CLI::App& app, plugins_options& options);
 
 } // namespace tavi::tool
 
