@@ -17,7 +17,7 @@ namespace tavi::host {
 class arena {
 public:
     // first_block  bytes of the first block, which is taken when it is first needed; later blocks are larger
-    explicit arena(std::size_t first_block = 16 * 1024);
+    explicit arena(std::size_t first_block = std::size_t{16} * 1024);
     arena(const arena&) = delete;
     arena& operator=(const arena&) = delete;
     ~arena();

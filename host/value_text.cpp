@@ -68,7 +68,8 @@ char* write_exact(char* out, double value, std::uint8_t decimals) noexcept {
     if (!(scaled >= 1 && scaled <= fifteen_digits)) {
         return nullptr;
     }
-    const auto digits = static_cast<std::uint64_t>(scaled + 0.5);
+    auto digits = static_cast<std::uint64_t>(scaled);
+    digits += scaled - static_cast<double>(digits) >= 0.5 ? 1 : 0;
     // Both are exact, so the quotient is the double that lies nearest to the text.
     if (static_cast<double>(digits) / powers_of_ten[decimals] != value || digits > 999'999'999'999'999) {
         return nullptr;
