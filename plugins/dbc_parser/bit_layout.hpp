@@ -25,6 +25,8 @@ struct bit_layout {
     uint32_t bit_length = 0;
     bool motorola = false;
 
+    bool operator==(const bit_layout&) const = default;
+
     uint32_t end() const noexcept { return byte_offset + byte_count; }
 };
 

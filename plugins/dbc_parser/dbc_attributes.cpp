@@ -1,6 +1,7 @@
 // Comments and attributes: what a DBC says about messages and signals besides their bits.
 #include <charconv>
 
+#include "plugins/dbc_parser/dbc_names.hpp"
 #include "plugins/dbc_parser/dbc_sections.hpp"
 #include "plugins/dbc_parser/text_encoding.hpp"
 
@@ -13,8 +14,16 @@ struct subject {
     enum class kind { file, message, signal, other } kind = kind::file;
     dbc_message* message = nullptr;
     dbc_signal* signal = nullptr;
-    // For warnings; empty for the file.
-    std::string label;
+    uint64_t written_id = 0;
+    std::string_view signal_name;
+
+    bool is_missing() const noexcept {
+        return (kind == kind::message && message == nullptr) || (kind == kind::signal && signal == nullptr);
+    }
+
+    std::string label() const {
+        return kind == kind::signal ? label_of(written_id, signal_name) : "message " + std::to_string(written_id);
+    }
 };
 
 subject read_subject(reading& reading) {
@@ -24,16 +33,14 @@ subject read_subject(reading& reading) {
     subject subject;
     if (word == "BO_" || word == "SG_") {
         cursor.set_offset(cursor.offset() + word.size());
-        const uint64_t id = cursor.read_unsigned("a message's id");
-        subject.label = "message " + std::to_string(id);
+        subject.written_id = cursor.read_unsigned("a message's id");
         if (word == "BO_") {
             subject.kind = subject::kind::message;
-            subject.message = reading.file.find_message(id);
+            subject.message = reading.file.find_message(subject.written_id);
         } else {
             subject.kind = subject::kind::signal;
-            const auto name = cursor.read_word("a signal's name");
-            subject.label += " signal '" + to_utf8(name) + "'";
-            subject.signal = reading.file.find_signal(id, name);
+            subject.signal_name = cursor.read_word("a signal's name");
+            subject.signal = reading.file.find_signal(subject.written_id, subject.signal_name);
         }
     } else if (word == "BU_" || word == "EV_") {
         cursor.set_offset(cursor.offset() + word.size());
@@ -43,14 +50,44 @@ subject read_subject(reading& reading) {
     return subject;
 }
 
+// Tells of something that is not there, at the end of the file.
+void miss(reading& reading, const subject& subject, size_t offset, const std::string& what) {
+    if (subject.written_id != independent_signals_id && !reading.defer()) {
+        reading.warn_at(offset, what + " of " + subject.label() + " is left out: there is no such thing");
+    }
+}
+
 // A text in quotes, or a bare number.
 std::string_view read_attribute_value(dbc_cursor& cursor) {
     cursor.skip_white();
-    return cursor.peek() == '"' ? cursor.read_text("a value", true) : cursor.read_word("a value");
+    return cursor.at_quote() ? cursor.read_text("a value", true) : cursor.read_word("a value");
 }
 
+// "J1939PG", or its usual number in a file that does not define the attribute.
 bool names_parameter_group(std::string_view value) noexcept {
-    return value.find("J1939") != std::string_view::npos;
+    return value.find("J1939") != std::string_view::npos || value == "3";
+}
+
+// The text of an enumeration's value, which is written as its number or its text.
+std::string_view enumerated(const reading& reading, std::string_view name, std::string_view value) {
+    const auto found = reading.enumerations.find(name);
+    if (found == reading.enumerations.end()) {
+        return value;
+    }
+    size_t index = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), index);
+    const bool is_index = error == std::errc() && end == value.data() + value.size() && index < found->second.size();
+    return is_index ? found->second[index] : value;
+}
+
+// Names have 32 characters at most; longer ones stand in attributes of their own.
+template<typename Named>
+bool take_long_name(Named& named, std::string_view key, std::string_view name, std::string_view value) {
+    if (key != name || value.empty()) {
+        return false;
+    }
+    named.long_name = value;
+    return true;
 }
 
 } // namespace
@@ -61,15 +98,15 @@ void read_comment(reading& reading) {
     const size_t offset = cursor.offset();
     const subject subject = read_subject(reading);
     const auto text = cursor.read_text("the comment", true);
-    cursor.expect(';', "';' behind the comment");
-    if (subject.kind == subject::kind::file) {
-        reading.file.comment = text;
+    end_statement(cursor);
+    if (subject.is_missing()) {
+        miss(reading, subject, offset, "the comment");
+    } else if (subject.kind == subject::kind::file) {
+        reading.file.comments.push_back(text);
     } else if (subject.message != nullptr) {
         subject.message->comment = text;
     } else if (subject.signal != nullptr) {
         subject.signal->comment = text;
-    } else if (subject.kind != subject::kind::other) {
-        reading.warn_at(offset, "the comment of " + subject.label + " is left out: there is no such thing");
     }
 }
 
@@ -82,22 +119,24 @@ void read_attribute_definition(reading& reading) {
     }
     const auto name = cursor.read_text("the attribute's name", true);
     if (cursor.read_word("the attribute's type") != "ENUM") {
-        cursor.skip_statement();
+        pass_statement(reading);
         return;
     }
     auto& values = reading.enumerations[name];
     values.clear();
-    while (!cursor.accept(';')) {
-        values.push_back(cursor.read_text("a value of the enumeration", true));
-        cursor.accept(',');
+    for (cursor.skip_white(); cursor.at_quote() || cursor.accept(','); cursor.skip_white()) {
+        if (cursor.at_quote()) {
+            values.push_back(cursor.read_text("a value of the enumeration", true));
+        }
     }
+    end_statement(cursor);
 }
 
 void read_attribute_default(reading& reading) {
     dbc_cursor& cursor = reading.cursor;
     const auto name = cursor.read_text("the attribute's name", true);
     reading.defaults[name] = read_attribute_value(cursor);
-    cursor.accept(';');
+    end_statement(cursor);
 }
 
 void read_attribute(reading& reading) {
@@ -106,25 +145,17 @@ void read_attribute(reading& reading) {
     cursor.skip_white();
     const size_t offset = cursor.offset();
     const subject subject = read_subject(reading);
-    std::string_view value = read_attribute_value(cursor);
-    cursor.accept(';');
-    // An enumeration's value is written as its number or its text.
-    if (const auto found = reading.enumerations.find(name); found != reading.enumerations.end()) {
-        size_t index = 0;
-        const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), index);
-        if (error == std::errc() && end == value.data() + value.size() && index < found->second.size()) {
-            value = found->second[index];
-        }
-    }
-    if (subject.kind == subject::kind::file) {
+    const std::string_view value = enumerated(reading, name, read_attribute_value(cursor));
+    end_statement(cursor);
+    if (subject.is_missing()) {
+        miss(reading, subject, offset, "the attribute " + quoted_name(name));
+    } else if (subject.kind == subject::kind::file) {
         reading.file.attributes.push_back({name, value});
-    } else if (subject.message != nullptr) {
+    } else if (subject.message != nullptr &&
+               !take_long_name(*subject.message, "SystemMessageLongSymbol", name, value)) {
         subject.message->attributes.push_back({name, value});
-    } else if (subject.signal != nullptr) {
+    } else if (subject.signal != nullptr && !take_long_name(*subject.signal, "SystemSignalLongSymbol", name, value)) {
         subject.signal->attributes.push_back({name, value});
-    } else if (subject.kind != subject::kind::other) {
-        reading.warn_at(offset, "the attribute '" + to_utf8(name) + "' of " + subject.label +
-                                    " is left out: there is no such thing");
     }
 }
 

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <deque>
-#include <map>
 
 #include "introspection/xtypes/type_kind.hpp"
 #include "plugins/dbc_parser/dbc_names.hpp"
 #include "plugins/dbc_parser/dbc_sections.hpp"
+#include "plugins/dbc_parser/overlap.hpp"
 #include "plugins/dbc_parser/text_encoding.hpp"
 #include "qorcpp/call_frame.hpp"
 
@@ -18,57 +18,26 @@ using qor::introspection::xtypes::type_kind;
 
 constexpr const char* view_name = "CAN";
 
-std::string settled_name(std::string_view name, unique_names& taken, size_t offset, const std::string& label,
+template<typename Label>
+std::string settled_name(std::string_view name, unique_names& taken, size_t offset, const Label& label,
                          const warning_sink& warn) {
     const std::string sound = node_name_of(name);
-    const std::string unique = taken.take(sound);
+    std::string unique = taken.take(sound);
     // A digit in front is common and the leading '_' documented; anything else is worth a word.
     const bool only_digit = sound.size() == name.size() + 1 && std::string_view(sound).substr(1) == name;
     if (unique != sound || (sound != name && !only_digit)) {
-        warn(offset, label + " is called '" + unique + "' in the catalogue");
+        warn(offset, label() + " is called " + quoted_name(unique) + " in the catalogue");
     }
     return unique;
-}
-
-// Bits of a message that signals under one condition take. Intel and Motorola number bits differently, so they are
-// counted here by byte and place in it.
-class bit_map {
-public:
-    // Whether one of the bits was taken before.
-    bool take(const bit_layout& bits) {
-        bool overlap = false;
-        uint32_t bit = bits.bit_offset;
-        for (uint32_t count = 0; count < bits.bit_length; ++count) {
-            const size_t place = 8 * size_t{bits.byte_offset} + bit;
-            if (place >= taken_.size()) {
-                taken_.resize(place + 64);
-            }
-            overlap |= taken_[place];
-            taken_[place] = true;
-            // A Motorola value runs on in the byte before.
-            bit = bit % 8 != 7 || !bits.motorola ? bit + 1 : bit - 15;
-        }
-        return overlap;
-    }
-
-private:
-    std::vector<bool> taken_;
-};
-
-void check_overlap(const dbc_message& message, const warning_sink& warn) {
-    std::map<std::string_view, bit_map> taken; // signals under other conditions may share bits
-    for (const dbc_signal& signal : message.signals) {
-        if (taken[signal.presence].take(signal.bits)) {
-            warn(signal.offset, label_of(message, signal.name) + " overlaps a signal before it; both are kept");
-        }
-    }
 }
 
 void settle_message(dbc_message& message, const warning_sink& warn) {
     unique_names names;
     const uint32_t declared_size = message.size;
     for (dbc_signal& signal : message.signals) {
-        signal.node_name = settled_name(signal.name, names, signal.offset, label_of(message, signal.name), warn);
+        const auto label = [&] { return label_of(message, signal.name); };
+        const auto name = signal.long_name.empty() ? signal.name : signal.long_name;
+        signal.node_name = settled_name(name, names, signal.offset, label, warn);
         if (signal.bits.end() > declared_size && declared_size != 0) {
             warn(signal.offset, label_of(message, signal.name) + " ends behind the message's " +
                                     std::to_string(declared_size) + " bytes");
@@ -112,7 +81,7 @@ qor_type_node_t node_of(const dbc_message& message, uint64_t view_id, text_room&
     node.kind = QOR_TYPE_NODE_OBJECT;
     node.parent_id = view_id;
     node.name = message.node_name.c_str();
-    node.comment = texts.keep(to_utf8(message.comment));
+    node.comment = texts.keep(readable_text(message.comment));
     node.object.address = message.frame_id;
     node.object.flags = message.parameter_group ? QOR_OBJECT_PARAMETER_GROUP : 0;
     node.object.element_count = 1;
@@ -125,7 +94,7 @@ qor_type_node_t node_of(const dbc_signal& signal, uint64_t message_id, text_room
     node.kind = QOR_TYPE_NODE_SIGNAL;
     node.parent_id = message_id;
     node.name = signal.node_name.c_str();
-    node.comment = texts.keep(to_utf8(signal.comment));
+    node.comment = texts.keep(readable_text(signal.comment));
     qor_signal_node_t& fields = node.signal;
     fields.offset = signal.bits.byte_offset;
     fields.bit_offset = signal.bits.bit_offset;
@@ -145,12 +114,23 @@ qor_type_node_t node_of(const dbc_signal& signal, uint64_t message_id, text_room
     fields.denominator_x0 = 1.0;
     fields.minimum = signal.minimum;
     fields.maximum = signal.maximum;
-    std::string unit = to_utf8(signal.unit);
+    std::string unit = readable_text(signal.unit);
     fields.signal_suffix_length = unit.size();
     fields.unit = texts.keep(std::move(unit));
     fields.signal_suffix = fields.unit;
-    fields.value_table = signal.value_table.empty() ? nullptr : signal.value_table.c_str();
+    const bool has_values = signal.value_table != nullptr && !signal.value_table->empty();
+    fields.value_table = has_values ? signal.value_table->c_str() : nullptr;
     return node;
+}
+
+// Comments on the whole file, a line each: one of every file that was joined.
+std::string joined(const std::vector<std::string_view>& comments) {
+    std::string text;
+    for (const std::string_view comment : comments) {
+        text += text.empty() ? "" : "\n";
+        text += readable_text(comment);
+    }
+    return text;
 }
 
 class file_writer {
@@ -162,7 +142,7 @@ public:
         qor_type_node_t view{};
         view.kind = QOR_TYPE_NODE_VIEW;
         view.name = view_name;
-        view.comment = texts.keep(to_utf8(file.comment));
+        view.comment = texts.keep(joined(file.comments));
         const uint64_t view_id = add({view}).front();
         std::vector<qor_type_node_t> objects;
         objects.reserve(file.messages.size());
@@ -175,7 +155,7 @@ public:
         }
         add_texts(0, file.attributes);
         if (!file.version.empty()) {
-            add_text(0, "version", to_utf8(file.version));
+            add_text(0, "version", readable_text(file.version));
         }
     }
 
@@ -206,7 +186,7 @@ private:
 
     void add_texts(uint64_t node_id, const std::vector<dbc_attribute>& attributes) {
         for (const dbc_attribute& attribute : attributes) {
-            add_text(node_id, to_utf8(attribute.key), to_utf8(attribute.text));
+            add_text(node_id, readable_text(attribute.key), readable_text(attribute.text));
         }
     }
 
@@ -228,7 +208,9 @@ private:
 void settle_names_and_layout(dbc_file& file, const warning_sink& warn) {
     unique_names names;
     for (dbc_message& message : file.messages) {
-        message.node_name = settled_name(message.name, names, message.offset, label_of(message), warn);
+        const auto label = [&] { return label_of(message); };
+        const auto name = message.long_name.empty() ? message.name : message.long_name;
+        message.node_name = settled_name(name, names, message.offset, label, warn);
         settle_message(message, warn);
     }
 }

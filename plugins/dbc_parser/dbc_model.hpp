@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,9 +16,10 @@
 
 namespace dbc_parser {
 
+// Values of a selector, first to last.
 struct value_range {
-    int64_t first;
-    int64_t last;
+    uint64_t first;
+    uint64_t last;
 };
 
 enum class value_type : uint8_t { integer, float32, float64 };
@@ -39,8 +41,10 @@ struct dbc_signal {
     double maximum = 0.0;
     std::string_view unit;
     std::string_view comment;
-    // Entries in the form of the catalogue.
-    std::string value_table;
+    // The name that an attribute gives instead of the shortened one; empty for none.
+    std::string_view long_name;
+    // Entries in the form of the catalogue; null for none. Signals that name one table share it.
+    std::shared_ptr<const std::string> value_table;
     std::vector<dbc_attribute> attributes;
     // "M", and "m3" or "m3M".
     bool is_selector = false;
@@ -64,6 +68,7 @@ struct dbc_message {
     uint32_t size = 0;
     bool parameter_group = false;
     std::string_view comment;
+    std::string_view long_name;
     std::vector<dbc_attribute> attributes;
     std::vector<dbc_signal> signals;
     std::string node_name;
@@ -74,14 +79,18 @@ using warning_sink = std::function<void(size_t offset, const std::string& cause)
 
 struct dbc_file {
     std::string_view version;
-    std::string_view comment;
+    std::vector<std::string_view> comments;
     std::vector<dbc_message> messages;
     std::vector<dbc_attribute> attributes;
+    // Bytes that texts may still take which stand once in the file and many times in the catalogue.
+    size_t room = 0;
 
     // The message of an id as written, of two the first; null for none.
     dbc_message* find_message(uint64_t written_id);
     // The signal of that name in any message of the id; null for none.
     dbc_signal* find_signal(uint64_t written_id, std::string_view name);
+    // The same, null also when the first of that name and id stands in another message than this one.
+    dbc_signal* find_signal_of(size_t message, std::string_view name);
 
     // To be told of each message and signal that was added.
     void index_message(size_t message);
@@ -97,7 +106,11 @@ private:
         size_t operator()(const signal_key& key) const noexcept;
     };
 
-    std::unordered_map<uint64_t, size_t> message_index_;
+    struct id_hash {
+        size_t operator()(uint64_t written_id) const noexcept;
+    };
+
+    std::unordered_map<uint64_t, size_t, id_hash> message_index_;
     std::unordered_map<signal_key, std::pair<size_t, size_t>, signal_key_hash> signal_index_;
 };
 

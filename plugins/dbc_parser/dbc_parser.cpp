@@ -47,6 +47,9 @@ private:
             dbc_file file = read_file(cursor, warn, report);
             settle_names_and_layout(file, warn);
             write_file(file, *context);
+            if (report && !report(1.0f)) {
+                throw std::runtime_error("parsing was stopped");
+            }
         } catch (const statement_error& fault) {
             throw std::runtime_error(message_text(file_name, cursor.place_of(fault.offset), fault.what()));
         }

@@ -28,7 +28,9 @@ bool has_keyword_form(std::string_view word) noexcept {
 class file_reader {
 public:
     file_reader(dbc_cursor& cursor, const warning_sink& warn, const progress_sink& progress)
-        : cursor_(cursor), progress_(progress), reading_(cursor, file_, warn) {}
+        : cursor_(cursor), progress_(progress), reading_(cursor, file_, warn) {
+        file_.room = 1024 * 1024 + 16 * cursor.size();
+    }
 
     dbc_file read() {
         while (skip_to_word()) {
@@ -40,6 +42,7 @@ public:
             cursor_.skip_white();
             cursor_.fail_expected("a section of a DBC such as VERSION, BU_ or BO_");
         }
+        read_deferred();
         mark_parameter_groups(reading_);
         return std::move(file_);
     }
@@ -59,6 +62,14 @@ private:
         }
     }
 
+    void read_deferred() {
+        reading_.all_known = true;
+        for (const size_t statement : reading_.deferred) {
+            cursor_.set_offset(statement);
+            read_statement();
+        }
+    }
+
     void read_statement() {
         const size_t begin = cursor_.offset();
         const std::string_view keyword = cursor_.peek_word();
@@ -74,14 +85,20 @@ private:
         has_section_ = true;
         told_garbage_ = false;
         cursor_.set_offset(begin + keyword.size());
+        reading_.statement = begin;
+        reading_.signal_name = {};
         try {
             section(reading_);
         } catch (const statement_error& fault) {
-            reading_.warn_at(fault.offset, std::string(keyword) + " is left out: " + fault.what());
+            reading_.warn_at(fault.offset, std::string(keyword) + " is left out: " + subject() + fault.what());
             // From the line behind the statement's first: a text without its end may have swallowed good lines.
             cursor_.set_offset(begin);
-            skip_to_section();
+            skip_to_section(cursor_);
         }
+    }
+
+    std::string subject() const {
+        return reading_.signal_name.empty() ? "" : label_of(*reading_.message, reading_.signal_name) + ": ";
     }
 
     // Unknown sections are passed over in silence, anything else is told once.
@@ -90,15 +107,7 @@ private:
             told_garbage_ = true;
             reading_.warn_at(begin, "text that belongs to no section is left out");
         }
-        skip_to_section();
-    }
-
-    // To the next line that begins with a known keyword.
-    void skip_to_section() {
-        do {
-            cursor_.skip_line();
-            cursor_.skip_blanks();
-        } while (!cursor_.at_end() && find_section(cursor_.peek_word()) == nullptr);
+        skip_to_section(cursor_);
     }
 
     dbc_cursor& cursor_;
@@ -114,8 +123,11 @@ private:
 
 dbc_file read_file(dbc_cursor& cursor, const warning_sink& warn, const progress_sink& progress) {
     dbc_file file = file_reader(cursor, warn, progress).read();
+    if (file.messages.empty()) {
+        warn(0, "the file has no messages");
+    }
     for (dbc_message& message : file.messages) {
-        resolve_multiplexing(message, warn);
+        resolve_multiplexing(message, file.room, warn);
     }
     return file;
 }

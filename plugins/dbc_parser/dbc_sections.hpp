@@ -3,6 +3,7 @@
 #ifndef PLUGINS_DBC_PARSER_DBC_SECTIONS_HPP
 #define PLUGINS_DBC_PARSER_DBC_SECTIONS_HPP
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -21,19 +22,35 @@ struct reading {
     dbc_file& file;
     const warning_sink& warn;
 
+    // Where the statement at hand begins.
+    size_t statement = 0;
+    // Statements about messages and signals that had not been met. They are read again at the end, when all are known.
+    std::vector<size_t> deferred;
+    bool all_known = false;
+
     // The message that SG_ lines belong to; null when there is none, or when it was left out.
     dbc_message* message = nullptr;
     size_t message_index = 0;
     // The last message was left out: so are its signals, without a word.
     bool message_was_left_out = false;
+    // The signal that an SG_ line is about; empty until its name is read.
+    std::string_view signal_name;
 
     // VAL_TABLE_ entries by name, in the form of the catalogue.
-    std::unordered_map<std::string_view, std::string> value_tables;
+    std::unordered_map<std::string_view, std::shared_ptr<const std::string>> value_tables;
     // BA_DEF_ enumerations and BA_DEF_DEF_ values by attribute name.
     std::unordered_map<std::string_view, std::vector<std::string_view>> enumerations;
     std::unordered_map<std::string_view, std::string_view> defaults;
 
     void warn_at(size_t offset, const std::string& cause) const { warn(offset, cause); }
+
+    // Whether a statement about something unknown is to be left for later.
+    bool defer() {
+        if (!all_known) {
+            deferred.push_back(statement);
+        }
+        return !all_known;
+    }
 };
 
 using section_reader = void (*)(reading& reading);
@@ -42,15 +59,36 @@ using section_reader = void (*)(reading& reading);
 // that passes over them.
 section_reader find_section(std::string_view keyword) noexcept;
 
-// "message 'M'", "message 'M' signal 'S'", for messages.
+// The id of the pseudo message that collects signals without a message.
+inline constexpr uint64_t independent_signals_id = 0xC0000000;
+
+// "message 'M'", "message 'M' signal 'S'", "message 100 signal 'S'", for messages.
 std::string label_of(const dbc_message& message);
 std::string label_of(const dbc_message& message, std::string_view signal);
+std::string label_of(uint64_t written_id, std::string_view signal);
+
+// To the next line that begins with a known keyword, or to the end.
+void skip_to_section(dbc_cursor& cursor);
+// The ';' behind a statement, which may be missing where another section begins.
+void end_statement(dbc_cursor& cursor);
+// Behind the statement's ';', or to the line that begins another section: for statements that are of no use.
+void pass_statement(reading& reading);
 
 // CM_, BA_DEF_, BA_DEF_DEF_, BA_; in dbc_attributes.cpp.
 void read_comment(reading& reading);
 void read_attribute_definition(reading& reading);
 void read_attribute_default(reading& reading);
 void read_attribute(reading& reading);
+
+// BO_, SG_; in dbc_messages.cpp.
+void read_message(reading& reading);
+void read_signal(reading& reading);
+
+// VAL_TABLE_, VAL_, SIG_VALTYPE_, SG_MUL_VAL_; in dbc_values.cpp.
+void read_value_table(reading& reading);
+void read_values(reading& reading);
+void read_signal_value_type(reading& reading);
+void read_extended_multiplexing(reading& reading);
 
 // Once all is read: marks the messages that VFrameFormat or ProtocolType call J1939.
 void mark_parameter_groups(const reading& reading);

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <limits>
+#include <unordered_map>
 
 #include "plugins/dbc_parser/dbc_names.hpp"
 #include "plugins/dbc_parser/dbc_sections.hpp"
-#include "plugins/dbc_parser/text_encoding.hpp"
 #include "qorc/type_node.h"
 
 namespace dbc_parser {
@@ -14,18 +14,21 @@ namespace {
 
 constexpr size_t none = std::numeric_limits<size_t>::max();
 
-// "0:4:4:0:0:S1=0,2-5", see qor_signal_node_t::presence.
+// "0:4:4:0:0:S1=0,2-5", see qor_signal_node_t::presence. The values of a DBC are those of the selector's bits without a
+// sign, whatever the sign of the selector as a signal.
 std::string condition_on(const dbc_signal& selector, const std::vector<value_range>& ranges) {
     const bit_layout& bits = selector.bits;
     const int order = bits.motorola ? QOR_BYTE_ORDER_INCONSISTENT_BIG_ENDIAN : QOR_BYTE_ORDER_LITTLE_ENDIAN;
     std::string text = std::to_string(bits.byte_offset) + ":" + std::to_string(bits.bit_offset) + ":" +
-                       std::to_string(bits.bit_length) + ":" + std::to_string(order) + ":" +
-                       (selector.is_signed ? "1" : "0") + ":" + node_name_of(selector.name) + "=";
+                       std::to_string(bits.bit_length) + ":" + std::to_string(order) +
+                       ":0:" + node_name_of(selector.name) + "=";
     const char* separator = "";
     for (const value_range& range : ranges) {
-        text += separator + std::to_string(range.first);
+        text += separator;
+        text += std::to_string(range.first);
         if (range.last != range.first) {
-            text += "-" + std::to_string(range.last);
+            text += '-';
+            text += std::to_string(range.last);
         }
         separator = ",";
     }
@@ -34,25 +37,37 @@ std::string condition_on(const dbc_signal& selector, const std::vector<value_ran
 
 class resolver {
 public:
-    resolver(dbc_message& message, const warning_sink& warn) : message_(message), warn_(warn) {}
+    resolver(dbc_message& message, size_t& room, const warning_sink& warn)
+        : message_(message), room_(room), warn_(warn), selectors_(message.signals.size(), none) {}
 
     void run() {
+        for (size_t index = 0; index < message_.signals.size(); ++index) {
+            by_name_.try_emplace(message_.signals[index].name, index);
+        }
         find_root();
-        std::vector<size_t> selectors(message_.signals.size(), none);
         for (size_t index = 0; index < message_.signals.size(); ++index) {
-            selectors[index] = selector_of(message_.signals[index]);
+            selectors_[index] = selector_of(index);
         }
-        for (size_t index = 0; index < message_.signals.size(); ++index) {
-            set_presence(index, selectors);
-        }
-        for (const size_t selector : selectors) {
+        break_rings();
+        for (const size_t selector : selectors_) {
             if (selector != none) {
                 message_.signals[selector].is_selector = true;
             }
         }
+        states_.assign(selectors_.size(), state::open);
+        for (size_t index = 0; index < selectors_.size(); ++index) {
+            set_presence(index);
+        }
+        drop_homeless();
     }
 
 private:
+    enum class state : uint8_t { open, on_way, done, homeless };
+
+    void warn(size_t index, const std::string& cause) const {
+        warn_(message_.signals[index].offset, label_of(message_, message_.signals[index].name) + cause);
+    }
+
     // The selector of signals that name none: the one that is itself always there.
     void find_root() {
         const bool needed = std::any_of(message_.signals.begin(), message_.signals.end(), [](const dbc_signal& signal) {
@@ -66,72 +81,112 @@ private:
             if (root_ == none) {
                 root_ = index;
             } else {
-                warn_(signal.offset, label_of(message_, signal.name) + ": a second selector; '" +
-                                         to_utf8(message_.signals[root_].name) + "' selects the others");
+                warn(index,
+                     ": a second selector; " + quoted_name(message_.signals[root_].name) + " selects the others");
             }
         }
     }
 
-    size_t find_signal(std::string_view name) const {
-        for (size_t index = 0; index < message_.signals.size(); ++index) {
-            if (message_.signals[index].name == name) {
-                return index;
-            }
-        }
-        return none;
-    }
-
-    size_t selector_of(dbc_signal& signal) {
+    size_t selector_of(size_t index) {
+        dbc_signal& signal = message_.signals[index];
         if (!signal.selector.empty()) {
-            const size_t named = find_signal(signal.selector);
-            if (named != none) {
-                return named;
+            const auto named = by_name_.find(signal.selector);
+            if (named != by_name_.end()) {
+                return named->second;
             }
-            warn_(signal.offset, label_of(message_, signal.name) + ": there is no selector '" +
-                                     to_utf8(signal.selector) + "' in the message");
+            warn(index, ": there is no selector " + quoted_name(signal.selector) + " in the message");
         }
         if (!signal.multiplex_value) {
             return none;
         }
-        if (root_ == none || &message_.signals[root_] == &signal) {
-            warn_(signal.offset,
-                  label_of(message_, signal.name) + ": the message has no selector, the signal counts as always there");
+        if (root_ == none || root_ == index) {
+            warn(index, ": the message has no selector, the signal counts as always there");
             return none;
         }
-        const auto value = static_cast<int64_t>(*signal.multiplex_value);
-        signal.ranges = {{value, value}};
+        signal.ranges = {{*signal.multiplex_value, *signal.multiplex_value}};
         return root_;
     }
 
-    // The signal's own condition, then that of its selector, and so on up to one that is always there.
-    void set_presence(size_t index, const std::vector<size_t>& selectors) {
-        std::string presence;
-        size_t at = index;
-        for (size_t steps = 0; selectors[at] != none; ++steps) {
-            if (steps == selectors.size()) {
-                warn_(message_.signals[index].offset,
-                      label_of(message_, message_.signals[index].name) +
-                          ": its selectors select each other, the signal counts as always there");
-                return;
+    // A ring of selectors says nothing of any of its signals.
+    void break_rings() {
+        states_.assign(selectors_.size(), state::open);
+        std::vector<size_t> way;
+        for (size_t start = 0; start < selectors_.size(); ++start) {
+            way.clear();
+            size_t at = start;
+            for (; at != none && states_[at] == state::open; at = selectors_[at]) {
+                states_[at] = state::on_way;
+                way.push_back(at);
             }
-            const std::string condition = condition_on(message_.signals[selectors[at]], message_.signals[at].ranges);
-            presence += (presence.empty() ? "" : "&") + condition;
-            at = selectors[at];
+            if (at != none && states_[at] == state::on_way) {
+                for (size_t member = at, next = none; selectors_[member] != none; member = next) {
+                    next = selectors_[member];
+                    selectors_[member] = none;
+                    warn(member, ": its selectors select each other, the signal counts as always there");
+                }
+            }
+            for (const size_t passed : way) {
+                states_[passed] = state::done;
+            }
         }
-        message_.signals[index].presence = std::move(presence);
+    }
+
+    // The condition of the selector, then the signal's own on it.
+    void set_presence(size_t start) {
+        std::vector<size_t> way;
+        for (size_t at = start; at != none && states_[at] == state::open; at = selectors_[at]) {
+            way.push_back(at);
+        }
+        for (; !way.empty(); way.pop_back()) {
+            const size_t index = way.back();
+            states_[index] = state::done;
+            if (selectors_[index] == none) {
+                continue;
+            }
+            const dbc_signal& selector = message_.signals[selectors_[index]];
+            dbc_signal& signal = message_.signals[index];
+            const std::string condition = condition_on(selector, signal.ranges);
+            const size_t size = selector.presence.size() + condition.size() + 1;
+            if (states_[selectors_[index]] == state::homeless || size > room_) {
+                states_[index] = state::homeless;
+                continue;
+            }
+            room_ -= size;
+            signal.presence.reserve(size);
+            signal.presence = selector.presence;
+            signal.presence += selector.presence.empty() ? "" : "&";
+            signal.presence += condition;
+        }
+    }
+
+    void drop_homeless() {
+        std::vector<dbc_signal> kept;
+        for (size_t index = 0; index < states_.size(); ++index) {
+            if (states_[index] == state::homeless) {
+                warn(index, " is left out: the conditions of the file's signals are longer than any real file's");
+            } else {
+                kept.push_back(std::move(message_.signals[index]));
+            }
+        }
+        message_.signals = std::move(kept);
     }
 
     dbc_message& message_;
+    size_t& room_;
     const warning_sink& warn_;
+    std::unordered_map<std::string_view, size_t> by_name_;
+    // By signal: its selector, or none.
+    std::vector<size_t> selectors_;
+    std::vector<state> states_;
     size_t root_ = none;
 };
 
 } // namespace
 
-void resolve_multiplexing(dbc_message& message, const warning_sink& warn) {
+void resolve_multiplexing(dbc_message& message, size_t& room, const warning_sink& warn) {
     for (const dbc_signal& signal : message.signals) {
         if (signal.is_selector || signal.multiplex_value || !signal.selector.empty()) {
-            resolver(message, warn).run();
+            resolver(message, room, warn).run();
             return;
         }
     }

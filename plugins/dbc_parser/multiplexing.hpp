@@ -1,4 +1,4 @@
-// When a multiplexed signal is in its message: turns the marks of the language into conditions on selectors.
+// Which signals of a multiplexed message are there, and when.
 #ifndef PLUGINS_DBC_PARSER_MULTIPLEXING_HPP
 #define PLUGINS_DBC_PARSER_MULTIPLEXING_HPP
 
@@ -6,10 +6,12 @@
 
 namespace dbc_parser {
 
-// Sets `presence` of each signal, in the form of qor_signal_node_t::presence, and the selectors' `is_selector`. Marks
-// that lead nowhere (no selector, an unknown one, selectors that select each other) are told, and the signal then
-// counts as always there. Requires: the signals' node names are not needed; selectors are named as in the file.
-void resolve_multiplexing(dbc_message& message, const warning_sink& warn);
+// Sets the presence of each signal from the multiplexing marks and the ranges that were read, and marks every selector.
+// A signal whose selector is not known counts as always there, with a warning.
+//
+// room  bytes that the conditions of all messages may still take; a signal whose conditions find no room is dropped
+//       with a warning, for the conditions of a hostile file grow with the square of its size
+void resolve_multiplexing(dbc_message& message, size_t& room, const warning_sink& warn);
 
 } // namespace dbc_parser
 

@@ -64,6 +64,24 @@ bool is_utf8(std::string_view text) noexcept {
     return true;
 }
 
+std::string readable_text(std::string_view text) {
+    if (std::none_of(text.begin(), text.end(), [](char byte) { return byte < ' ' || byte > '~' || byte == '\\'; })) {
+        return std::string(text);
+    }
+    const std::string characters = to_utf8(text);
+    std::string result;
+    result.reserve(characters.size());
+    for (size_t at = 0; at < characters.size(); ++at) {
+        const char next = at + 1 < characters.size() ? characters[at + 1] : '\0';
+        if (characters[at] == '\r') {
+            result += next == '\n' ? "" : "\n";
+        } else if (characters[at] != '\\' || next != '"') {
+            result += characters[at];
+        }
+    }
+    return result;
+}
+
 std::string to_utf8(std::string_view text) {
     std::string result;
     if (is_utf8(text)) {

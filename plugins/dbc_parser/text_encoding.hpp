@@ -12,6 +12,9 @@ bool is_utf8(std::string_view text) noexcept;
 // Zero bytes, which no catalogue text can hold, become blanks.
 std::string to_utf8(std::string_view text);
 
+// A text in quotes as people read it: an escaped quote is a quote, every line end a line feed.
+std::string readable_text(std::string_view text);
+
 // Without the byte order mark that some editors put first.
 std::string_view without_byte_order_mark(std::string_view text) noexcept;
 

@@ -56,27 +56,85 @@ TEST(DbcDamage, SurvivesDamageAnywhere) {
     }
 }
 
-// Each of these would take minutes if some search were quadratic.
-TEST(DbcDamage, TakesTimeInProportion) {
-    const auto repeated = [](const std::string& piece, size_t count) {
-        std::string text;
-        for (size_t index = 0; index < count; ++index) {
-            text += piece;
-        }
-        return text;
-    };
-    const std::string texts[] = {
-        "BO_ 1 M: 8 X\n" + std::string(200000, '('),
-        "BU_:\nCM_ \"" + std::string(10000000, 'x') + "\";\nBO_ 1 M: 8 X\n",
-        "BU_:\n" + repeated("CM_ \"open\n", 50000),
-        "BU_:\n" + repeated("BO_ 1 M: 8 X\n", 50000),
-        "BO_ 1 M: 8 X\n" + repeated(" SG_ s : 0|8@1+ (1,0) [0|0] \"\" X\n", 2000),
-        "BU_:\n" + repeated("VAL_ 1 x 0 \"a\"\n", 50000),
-        "BU_:\nVAL_ 1 x " + repeated("0 \"a\" ", 200000) + ";\n",
-    };
-    for (const std::string& text : texts) {
-        EXPECT_EQ(read_dbc(text).refusal, "");
+// A file that stays in proportion: each of these would take minutes or gigabytes if some search or text were quadratic.
+class DbcProportion : public testing::TestWithParam<std::pair<const char*, std::string>> {};
+
+template<typename Piece>
+std::string repeated(size_t count, const Piece& piece) {
+    std::string text;
+    for (size_t index = 0; index < count; ++index) {
+        text += piece(std::to_string(index));
     }
+    return text;
 }
+
+std::string signals(size_t count, const std::string& mark) {
+    return repeated(count,
+                    [&](const std::string& n) { return " SG_ s" + n + mark + " : 0|8@1+ (1,0) [0|0] \"\" X\n"; });
+}
+
+std::string numbers(size_t count) {
+    return repeated(count, [](const std::string& n) { return (n == "0" ? "" : ",") + n + "-" + n; });
+}
+
+const std::string selector_tree = "BO_ 1 M: 8 X\n SG_ a M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ b m0M : 0|8@1+ (1,0) [0|0] \"\" X\n";
+
+TEST_P(DbcProportion, OfTimeAndNodes) {
+    const std::string& text = GetParam().second;
+    const auto file = read_dbc(text);
+    EXPECT_EQ(file.refusal, "");
+    size_t bytes = 0;
+    for (const recorded_node& node : file.nodes) {
+        bytes += node.presence.size() + node.value_table.size() + node.path.size();
+    }
+    for (const std::string& warning : file.warnings) {
+        bytes += warning.size();
+    }
+    EXPECT_LT(bytes, 40 * text.size() + (4u << 20));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Hostile, DbcProportion,
+    testing::Values(
+        std::pair("brackets", "BO_ 1 M: 8 X\nBA_DEF_ " + std::string(200000, '(')),
+        std::pair("long_line", "BU_:\nCM_ \"" + std::string(10000000, 'x') + "\";\nBO_ 1 M: 8 X\n"),
+        std::pair("open_texts", "BU_:\n" + repeated(50000, [](const auto&) { return "CM_ \"open\n"; })),
+        std::pair("escaped_quotes", "BU_:\n" + repeated(50000, [](const auto&) { return "CM_ \"\\\"x\n"; })),
+        std::pair("one_message", repeated(50000, [](const auto&) { return "BO_ 1 M: 8 X\n"; })),
+        std::pair("one_name", repeated(50000, [](const auto& n) { return "BO_ " + n + " M: 8 X\n"; })),
+        std::pair("one_signal_name",
+                  "BO_ 1 M: 8 X\n" +
+                      repeated(50000, [](const auto& n) { return " SG_ s : 0|8@1+ (" + n + ",0) [0|0] \"\" X\n"; })),
+        std::pair("ghosts", "BU_:\n" + repeated(50000, [](const auto&) { return "VAL_ 1 x 0 \"a\"\n"; })),
+        std::pair("long_table",
+                  "BU_:\nVAL_ 1 x " + repeated(200000, [](const auto& n) { return n + " \"a\" "; }) + ";\n"),
+        std::pair("shared_table", "VAL_TABLE_ T " + repeated(50000, [](const auto& n) { return n + " \"a\" "; }) +
+                                      ";\nBO_ 1 M: 8 X\n" + signals(5000, "") +
+                                      repeated(5000, [](const auto& n) { return "VAL_ 1 s" + n + " T ;\n"; })),
+        std::pair("long_name", "BO_ 1 " + std::string(1000000, 'M') + ": 8 X\n SG_ a : 60|8@1+ (1,0) [0|0] \"\" X\n" +
+                                   repeated(1000, [](const auto&) { return "SG_ ?\n"; })),
+        std::pair("selector_chain", "BO_ 1 M: 8 X\n" + signals(20000, " m0M") +
+                                        repeated(19999,
+                                                 [](const auto& n) {
+                                                     return "SG_MUL_VAL_ 1 s" + std::to_string(std::stoi(n) + 1) +
+                                                            " s" + n + " 0-0;\n";
+                                                 })),
+        std::pair("selector_ring", "BO_ 1 M: 8 X\n" + signals(20000, " m0M") +
+                                       repeated(20000,
+                                                [](const auto& n) {
+                                                    return "SG_MUL_VAL_ 1 s" +
+                                                           std::to_string((std::stoi(n) + 1) % 20000) + " s" + n +
+                                                           " 0-0;\n";
+                                                })),
+        std::pair("long_condition",
+                  selector_tree + signals(20000, " m0") + "SG_MUL_VAL_ 1 b a " + numbers(20000) + ";\n" +
+                      repeated(20000, [](const auto& n) { return "SG_MUL_VAL_ 1 s" + n + " b 0-0;\n"; })),
+        std::pair("many_conditions", selector_tree + repeated(20000,
+                                                              [](const auto& n) {
+                                                                  return " SG_ s" + n + " m" + n +
+                                                                         " : 14000|8@1+ (1,0) [0|0] \"\" X\n";
+                                                              }))),
+    [](const auto& info) { return info.param.first; });
 
 } // namespace

@@ -44,7 +44,7 @@ TEST(DbcParser, MapsMessagesAndSignals) {
     EXPECT_EQ(speed.record.signal.maximum, 2000);
     EXPECT_EQ(speed.unit, "km/h");
     EXPECT_EQ(speed.record.signal.signal_suffix_length, 4u);
-    EXPECT_EQ(speed.comment, "a \\\"word\\\"");
+    EXPECT_EQ(speed.comment, "a \"word\"");
     const auto& angle = file.at("Engine.Angle");
     EXPECT_EQ(angle.record.signal.offset, 2u);
     EXPECT_EQ(angle.record.signal.bit_offset, 8u);
@@ -68,7 +68,7 @@ TEST(DbcParser, TurnsMultiplexingIntoConditions) {
     EXPECT_EQ(file.at("M.S0").record.signal.multiplexing, QOR_MULTIPLEXING_SELECTOR);
     EXPECT_EQ(file.at("M.S1").presence, "0:0:4:2:0:S0=0");
     EXPECT_EQ(file.at("M.S1").record.signal.multiplexing, QOR_MULTIPLEXING_SELECTOR | QOR_MULTIPLEXING_MULTIPLEXED);
-    EXPECT_EQ(file.at("M.S2").presence, "0:4:4:0:1:S1=2,5-7&0:0:4:2:0:S0=0");
+    EXPECT_EQ(file.at("M.S2").presence, "0:0:4:2:0:S0=0&0:4:4:0:0:S1=2,5-7");
     EXPECT_EQ(file.at("M.S3").presence, "0:0:4:2:0:S0=7");
 }
 
@@ -138,10 +138,9 @@ TEST(DbcParser, TellsWhatItLeavesOutOrChanges) {
         {with_signals(" SG_ A : 8|8@1+ (1e999,0) [0|0] \"\" X" + good),
          {"3:18 SG_ is left out: message 'M' signal 'A': the number of the factor does not fit a double"}},
         {with_signals(" SG_ A x : 8|8@1+ (1,0) [0|0] \"\" X" + good),
-         {"3:8 SG_ is left out: message 'M' signal 'A': expected 'M', 'm' with a number, or ':', found 'x'"}},
+         {"3:6 message 'M' signal 'A x' is called 'A_x' in the catalogue"}},
         {with_signals(" SG_ A : 8|8@1+ (1,0) [0|] \"u\" X" + good),
-         {"3:26 message 'M' signal 'A': the limits are left out: expected the maximum, found ']'",
-          "3:23 message 'M' signal 'A': the unit is left out: expected the unit, found '[0|]'"}},
+         {"3:26 message 'M' signal 'A': the limits are left out: expected the maximum, found ']'"}},
         {with_signals(" SG_ A : 8|8@1+ (1,0) [0|0] \"u X" + good),
          {"3:29 message 'M' signal 'A': the unit is left out: expected the closing quote of the unit, found the end of "
           "the line"}},
@@ -149,7 +148,7 @@ TEST(DbcParser, TellsWhatItLeavesOutOrChanges) {
          {"3:6 message 'M' signal 'Good' ends behind the message's 8 bytes"}},
         {with_signals(" SG_ Good : 4|8@1+ (1,0) [0|0] \"\" X"
                       "\n SG_ B : 7|8@0+ (1,0) [0|0] \"\" X"),
-         {"4:6 message 'M' signal 'B' overlaps a signal before it; both are kept"}},
+         {"4:6 message 'M' signal 'B' overlaps signal 'Good'; all are kept"}},
         {with_signals(" SG_ Good : 0|8@1+ (1,0) [0|0] \"\" X\n SG_ Good : 8|8@1+ (1,0) [0|0] \"\" X"),
          {"4:6 message 'M' signal 'Good' is called 'Good_1' in the catalogue"}},
         {with_signals(" SG_ A\xC3\xA4 : 8|8@1+ (1,0) [0|0] \"\" X" + good),
@@ -171,16 +170,37 @@ TEST(DbcParser, TellsWhatItLeavesOutOrChanges) {
           "5:5 the comment of message 9 signal 'X' is left out: there is no such thing"}},
         {with_signals(good.substr(1), "CM_ SG_ 100 Good \"no end;\nVAL_ 100 Good 0 2;\n"),
          {"4:18 CM_ is left out: expected the closing quote of the comment, found the end of the text",
-          "5:17 VAL_ is left out: expected a value's text, found '2;'"}},
+          "5:17 message 100 signal 'Good': the rest of the value table is left out: expected a value's text, found "
+          "'2;'"}},
         {with_signals(good.substr(1), "BO_ 99999999999999999999 Big: 8 A\n SG_ x : 0|8@1+ (1,0) [0|0] \"\" X\n"),
          {"4:5 BO_ is left out: the number of the message's id has more than 64 bits"}},
         {with_signals(good.substr(1), "BO_ 2048 Eleven: 8 A\nBO_ 3000000000 None: 8 A\n"),
          {"4:5 message 'Eleven': the id 2048 has more than 11 bits and is taken as a 29-bit id",
           "5:5 message 'None' is left out: the id 3000000000 is no CAN id"}},
         {with_signals(good.substr(1), "BO_ 100 M: 8 A\nBO_ 100 N: 8 A\nBO_ 101 M: 8 A\n"),
-         {"4:9 message 'M' is left out: it stands in the file before",
+         {"4:9 message 'M' stands in the file before; signals that it did not have join it",
           "5:9 message 'N' has the id of message 'M'; both are kept",
           "6:9 message 'M' is called 'M_1' in the catalogue"}},
+        {with_signals(" SG_ A 8|8@1+ (1,0) [0|0] \"\" X" + good),
+         {"3:8 SG_ is left out: message 'M' signal 'A': expected ':' behind the name, found '8|8@1+'"}},
+        {with_signals(" SG_ A m99999999999999999999 : 8|8@1+ (1,0) [0|0] \"\" X" + good),
+         {"3:6 SG_ is left out: message 'M' signal 'A': the selector's value has more than 64 bits"}},
+        {with_signals(" SG_ S M : 8|8@1+ (1,0) [0|0] \"\" X\n SG_ A m1 : 16|8@1+ (1,0) [0|0] \"\" X\n"
+                      " SG_ B m1 : 20|8@1+ (1,0) [0|0] \"\" X\n SG_ C m2 : 20|8@1+ (1,0) [0|0] \"\" X" +
+                      good),
+         {"5:6 message 'M' signal 'B' overlaps signal 'A'; all are kept"}},
+        {with_signals(good.substr(1), "VAL_ 100 Good 0 \"a\" 0.5 \"b\" 1e30 \"c\" ;\nVAL_ 100 Good T ;\n"),
+         {"4:21 message 100 signal 'Good': the text of a value that is no integer is left out",
+          "4:29 message 100 signal 'Good': the text of a value that is no integer is left out",
+          "5:6 message 100 signal 'Good': there is no value table 'T'"}},
+        {with_signals(good.substr(1), "SG_MUL_VAL_ 100 Good x 1-2;\nSG_MUL_VAL_ 100 Good y 1-2;\n"),
+         {"5:13 message 100 signal 'Good' has a selector already, 'y' is left out",
+          "3:6 message 'M' signal 'Good': there is no selector 'x' in the message"}},
+        {with_signals(good.substr(1), "BA_ \"a\" BO_ 100 \"no end\nBA_ \"b\" BO_ 101 1;\n"),
+         {"5:6 BA_ is left out: expected ';' at the end, found 'b\"'",
+          "5:9 the attribute 'b' of message 101 is left out: there is no such thing"}},
+        {with_signals(" SG_ " + std::string(100, 'n') + " : 60|8@1+ (1,0) [0|0] \"\" X" + good),
+         {"3:6 message 'M' signal '" + std::string(64, 'n') + "...' ends behind the message's 8 bytes"}},
         {"SG_ x : 0|8@1+ (1,0) [0|0] \"\" X\n" + with_signals(good.substr(1)),
          {"1:4 SG_ is left out: expected a message before its signals"}},
         {with_signals(good.substr(1), "?? what\nis this\nBO_ 101 N: 8 A\n"),
@@ -191,6 +211,84 @@ TEST(DbcParser, TellsWhatItLeavesOutOrChanges) {
         EXPECT_EQ(file.refusal, "") << text;
         EXPECT_EQ(file.warnings, warnings) << text;
         EXPECT_NE(file.at("M.Good").record.kind, 0) << text;
+    }
+}
+
+TEST(DbcParser, GoesOnWhereASectionHasNoEnd) {
+    const auto file = read_dbc("BU_: A\n  B gateway_1\nSIG_GROUP_ 1 x : a\nEV_ e: 0 [0|1] \"u\n"
+                               "BO_ 1 M: 8 A\n SG_ s : 0|8@1+ (1,0) [0|0] \"\" A,\n  B\n"
+                               "VAL_ 1 s 0 \"a\" 1 \"b\"\nCM_ SG_ 1 s \"text\"\n"
+                               "BA_DEF_ BO_ \"F\" ENUM \"x\",\"y\"\nBA_ \"F\" BO_ 1 1");
+    EXPECT_EQ(file.warnings, strings());
+    EXPECT_EQ(file.at("M.s").value_table, "0=a\n1=b");
+    EXPECT_EQ(file.at("M.s").comment, "text");
+    EXPECT_EQ(file.texts.at("CAN.M F"), "y");
+}
+
+TEST(DbcParser, FindsMessagesBelowWhatSpeaksOfThem) {
+    const auto file = read_dbc("CM_ SG_ 1 s \"text\";\nVAL_ 1 s T ;\nSIG_VALTYPE_ 1 s : 1;\n"
+                               "VAL_TABLE_ T 18446744073709551615 \"most\" -9007199254740993 \"odd\" 7.0 \"seven\";\n"
+                               "BO_ 1 M: 8 A\n SG_ s : 0|32@1- (1,0) [0|0] \"\" A\n");
+    EXPECT_EQ(file.warnings, strings());
+    EXPECT_EQ(file.at("M.s").comment, "text");
+    EXPECT_EQ(file.at("M.s").value_table, "18446744073709551615=most\n-9007199254740993=odd\n7=seven");
+    EXPECT_EQ(file.at("M.s").record.signal.raw_kind, static_cast<uint16_t>(type_kind::float32));
+}
+
+TEST(DbcParser, JoinsTheMessagesOfJoinedFiles) {
+    const auto file = read_dbc("CM_ \"one\";\nBO_ 1 M: 4 A\n SG_ a : 0|8@1+ (1,0) [0|0] \"\" A\n"
+                               "\xEF\xBB\xBFVERSION \"\"\nCM_ \"two\";\nBO_ 1 M: 8 A\n"
+                               " SG_ a : 0|8@1+ (1,0) [0|0] \"\" A\n SG_ b : 8|8@1+ (1,0) [0|0] \"\" A\n"
+                               "CM_ SG_ 1 a \"text\";\n");
+    EXPECT_EQ(file.warnings.size(), 1u);
+    EXPECT_EQ(file.nodes.size(), 4u);
+    EXPECT_EQ(file.nodes[0].comment, "one\ntwo");
+    EXPECT_EQ(file.at("M").record.object.element_size, 8u);
+    EXPECT_EQ(file.at("M.a").comment, "text");
+    EXPECT_EQ(file.at("M.b").record.signal.offset, 1u);
+}
+
+TEST(DbcParser, TakesLongNamesFromTheirAttributes) {
+    const auto file =
+        read_dbc(with_signals(" SG_ S M : 0|8@1+ (1,0) [0|0] \"\" X\n SG_ t m1 : 8|8@1+ (1,0) [0|0] \"\" X",
+                              "BA_ \"SystemMessageLongSymbol\" BO_ 100 \"MessageAtLength\";\n"
+                              "BA_ \"SystemSignalLongSymbol\" SG_ 100 t \"SignalAtLength\";\n"
+                              "CM_ SG_ 100 t \"by its short name\";\n"));
+    EXPECT_EQ(file.warnings, strings());
+    EXPECT_EQ(file.at("MessageAtLength.SignalAtLength").comment, "by its short name");
+    EXPECT_EQ(file.at("MessageAtLength.SignalAtLength").presence, "0:0:8:0:0:S=1");
+}
+
+TEST(DbcParser, ReadsTextsInAnyQuotes) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"\"a\"", "a"},
+        {"\xE2\x80\x9C\xC3\x84 b\xE2\x80\x9D", "\xC3\x84 b"}, // “Ä b”
+        {"\xE2\x80\x9E"
+         "c\"",
+         "c"},
+        {"\x84"
+         "d\xFC\x93",
+         "d\xC3\xBC"}, // CP-1252
+        {"\"e\r\nf\"", "e\nf"},
+        {"\"C:\\\"", "C:\\"},
+        {"\"say \\\"no\\\"\"", "say \"no\""},
+        {"\"\x80 1\x81\"", "\xE2\x82\xAC 1\xC2\x81"},
+    };
+    for (const auto& [written, text] : rows) {
+        const auto file =
+            read_dbc(with_signals(" SG_ s : 0|8@1+ (1,0) [0|0] \"\" X", std::string("CM_ BO_ 100 ") + written + ";"));
+        EXPECT_EQ(file.warnings, strings()) << written;
+        EXPECT_EQ(file.at("M").comment, text) << written;
+    }
+}
+
+TEST(DbcParser, ReadsNumbersInAnyForm) {
+    const std::pair<const char*, double> rows[] = {{".25", .25},   {"+5", 5},       {"1e-3", .001},      {"1.E5", 1e5},
+                                                   {"-0.5", -0.5}, {"1e-400", 0.0}, {"3.4E+038", 3.4e38}};
+    for (const auto& [written, factor] : rows) {
+        const auto file = read_dbc(with_signals(std::string(" SG_ s : 0|8@1+ (") + written + ",0) [0|0] \"\" X"));
+        EXPECT_EQ(file.at("M.s").record.signal.numerator_x1, factor) << written;
+        EXPECT_EQ(file.warnings, strings()) << written;
     }
 }
 
@@ -209,6 +307,7 @@ TEST(DbcParser, RefusesOnlyWhatIsNoDbc) {
         EXPECT_EQ(read_dbc(text).refusal, refusal);
     }
     EXPECT_EQ(read_dbc("BU_:").refusal, "");
+    EXPECT_EQ(read_dbc("BU_:").warnings, strings{"1:1 the file has no messages"});
 }
 
 } // namespace
