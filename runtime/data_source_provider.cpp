@@ -1,7 +1,6 @@
 #include "runtime/data_source_provider.hpp"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <future>
 #include <stdexcept>
@@ -23,7 +22,7 @@ std::uint32_t repeat_until_ready(Call&& call) {
         if (status != QOR_STATUS_NOT_READY) {
             return status;
         }
-        std::this_thread::sleep_for(std::chrono::seconds(0));
+        std::this_thread::yield();
     }
 }
 
@@ -140,8 +139,9 @@ data_source_provider::get_data_description_content(const data_source& source,
         const std::size_t description_index = find_description(source, description);
         const std::uint64_t room = query_content_size(source_index, description_index);
         auto content = std::make_unique<std::uint8_t[]>(room);
-        std::uint64_t size = room;
+        std::uint64_t size = 0;
         repeat_until_ready([&](auto error) {
+            size = room; // an answer that it is not ready may have changed it
             return record_.get_data_description_content(record_.context, source_index, description_index, content.get(),
                                                         &size, error);
         });

@@ -1,5 +1,7 @@
 #include "runtime/logger.hpp"
 
+#include <array>
+#include <cstdarg>
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
@@ -13,7 +15,16 @@ namespace qor::extensibility::log {
 
 namespace {
 
-constexpr std::size_t message_room = 1024;
+// Room for the longest message and its terminator.
+using message_text = std::array<char, 1024>;
+
+message_text formatted(const char* format, std::va_list arguments) noexcept QOR_PRINTF_LIKE(1, 0);
+
+message_text formatted(const char* format, std::va_list arguments) noexcept {
+    message_text message = {};
+    std::vsnprintf(message.data(), message.size(), format, arguments);
+    return message;
+}
 
 // The part behind the last separator of the platform.
 std::wstring file_name_of(const std::string& path) {
@@ -36,18 +47,16 @@ private:
 } // namespace
 
 logger::logger(qor_log_t* table) : table(table) {
-    if (table->context == nullptr || table->log == nullptr) {
+    if (table == nullptr || table->context == nullptr || table->log == nullptr) {
         throw std::runtime_error("invalid logger interface passed to logger constructor");
     }
 }
 
-void logger::log(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,
-                 std::uint32_t line, const char* format, std::va_list arguments) {
+void logger::send(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,
+                  std::uint32_t line, const char* message) {
     const narrowed module_text(module);
     const narrowed file_text(file);
     const narrowed function_text(function);
-    char message[message_room] = {};
-    std::vsnprintf(message, sizeof(message), format, arguments);
     qor_log_info_t info = {};
     info.level = level;
     info.message = message;
@@ -62,23 +71,20 @@ void logger::log(std::uint32_t level, const wchar_t* module, const wchar_t* file
 
 void logger::log(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,
                  std::uint32_t line, const char* format, ...) {
-    // va_end has to run also when the sink's report leaves as an exception.
-    struct ending {
-        std::va_list arguments;
-        ~ending() { va_end(arguments); }
-    } variable;
-    va_start(variable.arguments, format);
-    log(level, module, file, function, line, format, variable.arguments);
+    std::va_list arguments;
+    va_start(arguments, format);
+    const message_text message = formatted(format, arguments);
+    va_end(arguments);
+    send(level, module, file, function, line, message.data());
 }
 
 void statement::operator()(const char* format, ...) const {
-    struct ending {
-        std::va_list arguments;
-        ~ending() { va_end(arguments); }
-    } variable;
-    va_start(variable.arguments, format);
-    target_->log(level_, file_name_of(platform::get_current_module_path()).c_str(), file_name_of(file_).c_str(),
-                 function_, line_, format, variable.arguments);
+    std::va_list arguments;
+    va_start(arguments, format);
+    const message_text message = formatted(format, arguments);
+    va_end(arguments);
+    target_->send(level_, file_name_of(platform::get_current_module_path()).c_str(), file_name_of(file_).c_str(),
+                  function_, line_, message.data());
 }
 
 } // namespace qor::extensibility::log

@@ -8,7 +8,6 @@
 #ifndef RUNTIME_LOGGER_HPP
 #define RUNTIME_LOGGER_HPP
 
-#include <cstdarg>
 #include <cstdint>
 #include <memory>
 
@@ -26,16 +25,17 @@ namespace qor::extensibility::log {
 // Thread: any number at once, as far as the sink allows it.
 class logger : public std::enable_shared_from_this<logger> {
 public:
-    // The sink is not owned and must outlive the object. Requires: `table` is not null.
-    // Throws: std::runtime_error "invalid logger interface passed to logger constructor" when a field is null.
+    // The sink is not owned and must outlive the object.
+    // Throws: std::runtime_error "invalid logger interface passed to logger constructor" when it or a field is null.
     explicit logger(qor_log_t* table);
 
     // Formats as printf does; of a longer message the first 1023 bytes reach the sink. The wide texts may be null.
     // Throws what the sink reports.
     void log(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,
              std::uint32_t line, const char* format, ...) QOR_PRINTF_LIKE(7, 8);
-    void log(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,
-             std::uint32_t line, const char* format, std::va_list arguments) QOR_PRINTF_LIKE(7, 0);
+    // The same with a message that is ready, at most 1023 bytes.
+    void send(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,
+              std::uint32_t line, const char* message);
 
     qor_log_t* const table;
 };

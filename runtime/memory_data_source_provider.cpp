@@ -69,6 +69,7 @@ std::uint32_t get_data_description_content(void* handle, std::size_t, std::size_
             }
             *size = std::min(*size, content_size);
             if (*size != 0) {
+                check_argument(content.content, "content");
                 std::memcpy(buffer, content.content, *size);
             }
             return QOR_STATUS_OK;

@@ -26,7 +26,9 @@ void subscription_index::add(const subscription& subscription) {
     sorted_ = false;
 }
 
-void subscription_index::remove(uint64_t handle) { sorted_ &= by_handle_.erase(handle) == 0; }
+void subscription_index::remove(uint64_t handle) {
+    sorted_ &= by_handle_.erase(handle) == 0;
+}
 
 const subscription* subscription_index::find(uint64_t handle) const {
     const auto found = by_handle_.find(handle);
@@ -61,9 +63,8 @@ size_t subscription_index::match(const memory_block& block, std::span<const uint
             outcomes[count++] = *outcome;
         }
     }
-    std::sort(outcomes, outcomes + count, [](const auto& left, const auto& right) {
-        return left.subscription_handle < right.subscription_handle;
-    });
+    std::sort(outcomes, outcomes + count,
+              [](const auto& left, const auto& right) { return left.subscription_handle < right.subscription_handle; });
     return count;
 }
 

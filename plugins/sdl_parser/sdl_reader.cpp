@@ -24,7 +24,7 @@ bool is_letter(char character) {
 // The names that a URL expression can carry: a view's may hold blanks behind its first letter.
 std::string read_name(const sdl_value& parent, bool blanks) {
     const sdl_value value = parent.at("name");
-    const std::string name = value.text();
+    std::string name = value.text();
     const bool good = !name.empty() && is_letter(name.front()) && std::all_of(name.begin(), name.end(), [&](char c) {
         return is_letter(c) || (c >= '0' && c <= '9') || c == '-' || (blanks && c == ' ');
     });

@@ -9,8 +9,8 @@ uint32_t qor_tavi_extractor_create(const char* signal_storage_uri, uint32_t sign
     return guarded_call(
         [&] {
             check_argument(handle, "handle");
-            check_argument(signal_storage_uri, "signal_storage_uri");
             *handle = nullptr;
+            check_argument(signal_storage_uri, "signal_storage_uri");
             auto locator = std::make_shared<runtime::service_locator>(service_locator);
             auto object =
                 std::make_shared<extractor>(std::string(signal_storage_uri), signal_storage_flags, std::move(locator));

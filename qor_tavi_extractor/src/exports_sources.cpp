@@ -24,7 +24,7 @@ public:
     // Eight bytes for each character and the terminator: the host's side counts on blocks of this size.
     void add(const std::string& signature) {
         auto* const text = static_cast<char*>(allocate_elements(allocator_, signature.size() + 1));
-        std::memcpy(text, signature.data(), signature.size());
+        signature.copy(text, signature.size());
         texts_[count_++] = text;
     }
 
@@ -77,9 +77,12 @@ uint32_t qor_tavi_extractor_register_source_from_signal_storage(qor_tavi_extract
             check_argument(handle, "handle");
             check_argument(source_name, "source_name");
             check_argument(data_description_signatures, "data_description_signatures");
-            handle->object->register_source_from_signal_storage(
-                source_id, instance, source_name,
-                {data_description_signatures, data_description_signatures + data_description_signature_count});
+            std::vector<std::string> signatures;
+            for (size_t index = 0; index < data_description_signature_count; ++index) {
+                check_argument(data_description_signatures[index], "data_description_signatures");
+                signatures.emplace_back(data_description_signatures[index]);
+            }
+            handle->object->register_source_from_signal_storage(source_id, instance, source_name, signatures);
         },
         error_details);
 }

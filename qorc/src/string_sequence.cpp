@@ -53,7 +53,7 @@ uint32_t qor_runtime_c_string_sequence_destroy(qor_memory_allocator_t* allocator
         if (sequence == nullptr) {
             return;
         }
-        for (uint64_t i = 0; i < sequence->count; ++i) {
+        for (uint64_t i = 0; sequence->strings != nullptr && i < sequence->count; ++i) {
             qorc::release(*allocator, const_cast<char*>(sequence->strings[i].text));
         }
         qorc::release(*allocator, sequence->strings);

@@ -128,7 +128,7 @@ uint32_t qor_type_node_sequence_destroy(qor_memory_allocator_t* allocator, qor_t
         if (sequence == nullptr) {
             return;
         }
-        for (uint64_t i = 0; i < sequence->count; ++i) {
+        for (uint64_t i = 0; sequence->nodes != nullptr && i < sequence->count; ++i) {
             qorc::release(*allocator, sequence->nodes[i].texts);
         }
         qorc::release(*allocator, sequence->nodes);

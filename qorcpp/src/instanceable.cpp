@@ -18,7 +18,9 @@ void instanceable::encode(type_kind, const std::uint8_t*, std::uint8_t*) const {
     throw runtime::not_implemented_error("encoding is not implemented for this type");
 }
 
-std::uint64_t instanceable::hash(const std::uint8_t*) const { return fnv_offset_basis; }
+std::uint64_t instanceable::hash(const std::uint8_t*) const {
+    return fnv_offset_basis;
+}
 
 void instanceable::hash_combine(std::uint64_t& seed, const std::uint64_t& value) {
     // 2^64 over the golden ratio, so that runs of zeros and small numbers spread over all bits.

@@ -53,6 +53,7 @@ std::vector<qor_data_description_file_format_t> data_description_parser_proxy::g
         details_owner details;
         table.get_supported_file_format(handle, index, &format, details.place());
         details.rethrow();
+        check_text<format_table>(format.description_type, "get_supported_file_format");
         formats.push_back(format);
     }
     return formats;
@@ -64,7 +65,7 @@ uint8_t data_description_parser_proxy::get_context_type() const {
     return table.get_context_type(handle);
 }
 
-uint64_t data_description_parser_proxy::parse(std::shared_ptr<context> context, const void* buffer, size_t size,
+uint64_t data_description_parser_proxy::parse(const std::shared_ptr<context>& context, const void* buffer, size_t size,
                                               const std::string& name, uint8_t type,
                                               std::function<bool(float)> progress) const {
     check_argument(context, "context");

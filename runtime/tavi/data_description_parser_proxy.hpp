@@ -27,7 +27,7 @@ public:
     uint8_t get_context_type() const;
 
     // Parses a description into `context`, commits it and returns its id. A progress function may stop it.
-    uint64_t parse(std::shared_ptr<context> context, const void* buffer, size_t size, const std::string& name,
+    uint64_t parse(const std::shared_ptr<context>& context, const void* buffer, size_t size, const std::string& name,
                    uint8_t type, std::function<bool(float)> progress) const;
 
 private:

@@ -35,7 +35,7 @@ void data_matcher_proxy::find_batch_support() {
                 batch_support = *table;
             }
         }
-    } catch (const std::exception&) {
+    } catch (...) {
         batch_support = {};
     }
 }
@@ -51,6 +51,7 @@ std::vector<const char*> data_matcher_proxy::get_supported_formats() const {
         details_owner details;
         format_support.get_supported_format(handle, index, &format, details.place());
         details.rethrow();
+        check_text<qor_data_matcher_format_support_t>(format, "get_supported_format");
         formats.push_back(format);
     }
     return formats;

@@ -1,5 +1,6 @@
 #include "runtime/tavi/data_processor_proxy.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "runtime/tavi/details_owner.hpp"
@@ -56,7 +57,8 @@ data_processor_proxy::data_processor_proxy(platform::shared_library&& library,
       format_support(mandatory_table<qor_data_processor_format_support_t>()),
       port_support(mandatory_table<qor_data_processor_port_support_t>()) {
     if (has_service<qor_data_processor_data_source_binding_t>(*service_locator)) {
-        bind = copy_table<qor_data_processor_data_source_binding_t>(*service_locator).bind;
+        const auto* const binding = get_service<qor_data_processor_data_source_binding_t>(*service_locator);
+        bind = binding != nullptr ? binding->bind : nullptr;
     }
 }
 
@@ -73,6 +75,7 @@ std::vector<qor_data_processor_format_t> data_processor_proxy::get_supported_for
         qor_data_processor_format_t format{};
         format_support.get_supported_format(handle, index, &format, details.place());
         details.rethrow();
+        check_text<qor_data_processor_format_support_t>(format.format, "get_supported_format");
         formats.push_back(format);
     }
     return formats;
@@ -91,8 +94,12 @@ std::vector<std::string> data_processor_proxy::get_data_descriptions() const {
     details_owner details;
     table->get_data_descriptions(handle, allocator, &texts.sequence, details.place());
     details.rethrow();
+    const uint64_t count = texts.sequence != nullptr ? texts.sequence->count : 0;
+    if (count != 0 && texts.sequence->strings == nullptr) {
+        throw std::logic_error("invalid 'qor_data_processor_data_description_support' interface");
+    }
     std::vector<std::string> descriptions;
-    for (uint64_t index = 0; texts.sequence != nullptr && index < texts.sequence->count; ++index) {
+    for (uint64_t index = 0; index < count; ++index) {
         const char* const text = texts.sequence->strings[index].text;
         descriptions.emplace_back(text != nullptr ? text : "");
     }
@@ -142,9 +149,16 @@ std::vector<qor::runtime::dynamic_data_holder> data_processor_proxy::process(uin
     details.rethrow();
     const records_array records{allocator, array};
     std::vector<qor::runtime::dynamic_data_holder> holders;
-    holders.reserve(array != nullptr ? count : 0);
-    for (uint64_t index = 0; array != nullptr && index < count; ++index) {
+    if (array == nullptr && count != 0) {
+        throw std::invalid_argument("invalid dynamic data state");
+    }
+    holders.reserve(count);
+    for (uint64_t index = 0; index < count; ++index) {
         holders.push_back(wrap_dynamic_data(array[index], allocator));
+    }
+    // Hosts read every record that they receive. All are owned by now, so that those beside a missing one are freed.
+    if (std::find(holders.begin(), holders.end(), nullptr) != holders.end()) {
+        throw std::invalid_argument("invalid dynamic data state");
     }
     return holders;
 }

@@ -32,7 +32,8 @@ public:
                        uint64_t position, uint64_t extent) const;
     void unregister_type(uint64_t subscription_handle) const;
 
-    // The records that the package gives for one subscription; they come from `allocator`.
+    // The records that the package gives for one subscription; they come from `allocator`. Throws what the plug-in
+    // reports; std::invalid_argument "invalid dynamic data state" for records that are announced and not there.
     std::vector<qor::runtime::dynamic_data_holder> process(uint64_t subscription_handle, const qor_package_t& package,
                                                            qor_memory_allocator_t* allocator) const;
 

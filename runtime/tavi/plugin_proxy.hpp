@@ -33,6 +33,15 @@ void check_slot(Slot slot, const char* name) {
     }
 }
 
+// Throws: std::runtime_error "invalid TABLE interface, no text from 'SLOT' function" for a null text.
+template<typename Table>
+void check_text(const char* text, const char* slot) {
+    if (text == nullptr) {
+        throw std::runtime_error("invalid " + demangled_string<Table>() + " interface, no text from '" + slot +
+                                 "' function");
+    }
+}
+
 // A copy of a resolved table. A locator that reports success and stores nothing counts as one without the table.
 // Throws: what the locator reports; std::runtime_error "missing mandatory TABLE interface".
 template<typename Table>

@@ -137,6 +137,9 @@ type_node_sequence_holder required(type_node_sequence_holder nodes, const char* 
     if (!nodes) {
         throw std::runtime_error(std::string("the signal storage gave no nodes from '") + name + "'");
     }
+    if (nodes->nodes == nullptr && nodes->count != 0) {
+        throw std::invalid_argument("invalid node object state");
+    }
     return nodes;
 }
 

@@ -151,14 +151,15 @@ void check_matcher(const loaded_plugin& plugin, checker& check) {
     const auto* const support = plugin.table<qor_data_matcher_support_t>();
     const auto* const formats = plugin.table<qor_data_matcher_format_support_t>();
     const auto* const batch = plugin.table<qor_data_matcher_batch_support_t>();
+    const bool supported = check.check_table("qor_data_matcher_support_t", true, support != nullptr,
+                                             {{"register_type", support && support->register_type},
+                                              {"unregister_type", support && support->unregister_type},
+                                              {"match", support && support->match}});
     const bool usable =
-        check.check_table("qor_data_matcher_support_t", true, support != nullptr,
-                          {{"register_type", support && support->register_type},
-                           {"unregister_type", support && support->unregister_type},
-                           {"match", support && support->match}}) &
         check.check_table("qor_data_matcher_format_support_t", true, formats != nullptr,
                           {{"get_supported_format_count", formats && formats->get_supported_format_count},
-                           {"get_supported_format", formats && formats->get_supported_format}});
+                           {"get_supported_format", formats && formats->get_supported_format}}) &&
+        supported;
     const bool batched = check.check_table("qor_data_matcher_batch_support_t", false, batch != nullptr,
                                            {{"match_batch", batch && batch->match_batch}});
     if (!usable) {
@@ -226,13 +227,14 @@ qor_signal_storage_context_t swallowing_context() {
 void check_parser(const loaded_plugin& plugin, checker& check) {
     const auto* const support = plugin.table<qor_data_description_parser_support_t>();
     const auto* const formats = plugin.table<qor_data_description_parser_format_support_t>();
+    const bool supported = check.check_table("qor_data_description_parser_support_t", true, support != nullptr,
+                                             {{"parse_buffer", support && support->parse_buffer}});
     const bool usable =
-        check.check_table("qor_data_description_parser_support_t", true, support != nullptr,
-                          {{"parse_buffer", support && support->parse_buffer}}) &
         check.check_table("qor_data_description_parser_format_support_t", true, formats != nullptr,
                           {{"get_supported_file_format_count", formats && formats->get_supported_file_format_count},
                            {"get_supported_file_format", formats && formats->get_supported_file_format},
-                           {"get_context_type", formats && formats->get_context_type}});
+                           {"get_context_type", formats && formats->get_context_type}}) &&
+        supported;
     if (!usable) {
         return;
     }
@@ -251,14 +253,15 @@ void check_processor(const loaded_plugin& plugin, checker& check) {
     const auto* const ports = plugin.table<qor_data_processor_port_support_t>();
     const auto* const binding = plugin.table<qor_data_processor_data_source_binding_t>();
     const auto* const descriptions = plugin.table<qor_data_processor_data_description_support_t>();
+    const bool supported = check.check_table("qor_data_processor_support_t", true, support != nullptr,
+                                             {{"register_type", support && support->register_type},
+                                              {"unregister_type", support && support->unregister_type},
+                                              {"process", support && support->process}});
     const bool usable =
-        check.check_table("qor_data_processor_support_t", true, support != nullptr,
-                          {{"register_type", support && support->register_type},
-                           {"unregister_type", support && support->unregister_type},
-                           {"process", support && support->process}}) &
         check.check_table("qor_data_processor_format_support_t", true, formats != nullptr,
                           {{"get_supported_format_count", formats && formats->get_supported_format_count},
-                           {"get_supported_format", formats && formats->get_supported_format}});
+                           {"get_supported_format", formats && formats->get_supported_format}}) &&
+        supported;
     check.check_table("qor_data_processor_port_support_t", true, ports != nullptr, {});
     check.check_table("qor_data_processor_data_source_binding_t", false, binding != nullptr,
                       {{"bind", binding && binding->bind}});

@@ -87,8 +87,8 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_service_locator(qor_tavi_
  * provider       null for none; the record is copied
  * sanitize_name  keep the name in the form of qor_data_source_sanitize_name
  * data_description_signatures, data_description_signature_count, allocator
- *                receive the signatures; when one of the first two is null they are dropped and `allocator` may be
- * null. Each text and the array are freed with `allocator`.
+ *                receive the signatures; each text and the array are freed with `allocator`. When one of the first two
+ *                is null the signatures are dropped, and `allocator` may be null.
  *
  * Errors: what a parser or provider reports; "failed to find a data description parser for data description type 'x'";
  * "the specified data source name does not match the previously registered name" (QOR_STATUS_INVALID_ARGUMENT).

@@ -15,7 +15,12 @@ struct filter_term {
     uint32_t cycle;
     uint64_t address;
 
-    auto operator<=>(const filter_term&) const = default;
+    bool operator==(const filter_term&) const = default;
+
+    bool operator<(const filter_term& other) const noexcept {
+        return std::tie(source_id, instance, cycle, address) <
+               std::tie(other.source_id, other.instance, other.cycle, other.address);
+    }
 };
 
 filter_term term_of(const subscription_record& record, const qor_type_node_sequence_t& hierarchy) {

@@ -2,6 +2,7 @@
 // recorded.
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
@@ -116,10 +117,12 @@ std::vector<std::string> extractor::register_source(const extensibility::data_so
                                                     const qor_data_source_provider_t* provider, bool sanitize_name) {
     const std::lock_guard lock(mutex);
     const extensibility::data_source local = source;
+    // A copy, since the host's functions, which run in between, may change the host's own record.
+    const std::optional local_provider = provider != nullptr ? std::optional(*provider) : std::nullopt;
     std::vector<uint64_t> description_ids;
     bool had_descriptions = false;
-    if (provider != nullptr) {
-        had_descriptions = register_provider_descriptions(local, *provider, description_ids);
+    if (local_provider) {
+        had_descriptions = register_provider_descriptions(local, *local_provider, description_ids);
     }
     if (const char* const built_in = built_in_description(local.source_id)) {
         register_built_in_description(local, built_in, description_ids);
@@ -130,11 +133,12 @@ std::vector<std::string> extractor::register_source(const extensibility::data_so
         }
     }
     std::vector<std::string> signatures;
+    signatures.reserve(description_ids.size());
     for (const uint64_t id : description_ids) {
         signatures.push_back(signal_storage->get_signature(id));
     }
-    if (provider != nullptr) {
-        for (const uint64_t id : bind_processors(local, *provider)) {
+    if (local_provider) {
+        for (const uint64_t id : bind_processors(local, *local_provider)) {
             signatures.push_back(signal_storage->get_signature(id));
             description_ids.push_back(id);
         }
@@ -167,6 +171,7 @@ void extractor::register_source_from_signal_storage(uint16_t source_id, uint32_t
                                                     const std::vector<std::string>& signatures) {
     const std::lock_guard lock(mutex);
     std::vector<uint64_t> description_ids;
+    description_ids.reserve(signatures.size());
     for (const std::string& signature : signatures) {
         description_ids.push_back(signal_storage->get_description_id(signature));
     }
