@@ -1,11 +1,11 @@
 // Random descriptions, compared with a model: every field of every node, in every kind of question.
-#include <array>
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <deque>
-#include <limits>
 #include <map>
 #include <random>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -15,126 +15,67 @@
 namespace tavi::test {
 namespace {
 
-struct model_node {
-    qor_type_node_t record{};
-    std::vector<std::size_t> children;
-    std::string path;
-};
+constexpr const char* qor_signal_node_t::*signal_texts[] = {&qor_signal_node_t::presence, &qor_signal_node_t::unit,
+                                                            &qor_signal_node_t::value_table,
+                                                            &qor_signal_node_t::signal_suffix};
 
+// Enters nodes in an order in which parents come at any time before their children.
 class random_description {
 public:
-    explicit random_description(std::uint32_t seed) : random_(seed) {
+    random_description(opened_storage& storage, std::uint32_t seed) : random_(seed) {
+        open_description target = storage.begin(std::to_string(seed));
         const std::size_t count = 1 + random_() % 300;
-        while (nodes_.size() < count) {
-            add_random();
-        }
-    }
-
-    // Adds the nodes in the order of their making, in which parents come at any time before their children.
-    std::uint64_t enter(opened_storage& storage) {
-        open_description target = storage.begin(std::to_string(random_()));
-        for (model_node& node : nodes_) {
-            if (node.record.parent_id != 0) {
-                node.record.parent_id = nodes_[node.record.parent_id - 1].record.id;
-            }
-            node.record.id = target.add(node.record);
+        while (nodes.size() < count) {
+            add(target);
         }
         const std::uint64_t description_id = target.commit();
-        for (model_node& node : nodes_) {
-            node.record.description_id = description_id;
+        for (qor_type_node_t& node : nodes) {
+            node.description_id = description_id;
         }
-        return description_id;
     }
 
-    const std::deque<model_node>& nodes() const { return nodes_; }
-    const std::vector<std::size_t>& roots() const { return roots_; }
-
-    std::vector<std::size_t> subtree(std::size_t node) const {
-        std::vector<std::size_t> result{node};
-        for (const std::size_t child : nodes_[node].children) {
-            const std::vector<std::size_t> below = subtree(child);
-            result.insert(result.end(), below.begin(), below.end());
+    // The children of a node, or all that is below it.
+    std::vector<qor_type_node_t> below(std::uint64_t parent_id, bool all = false) const {
+        std::vector<qor_type_node_t> result;
+        for (const qor_type_node_t& node : nodes) {
+            if (node.parent_id == parent_id) {
+                result.push_back(node);
+                const auto deeper = all ? below(node.id, true) : std::vector<qor_type_node_t>();
+                result.insert(result.end(), deeper.begin(), deeper.end());
+            }
         }
         return result;
     }
 
+    std::vector<qor_type_node_t> nodes;
+
 private:
-    template<typename T>
-    T integer() {
-        const std::uint64_t extremes[] = {0, 1, ~std::uint64_t{0}, std::uint64_t{1} << 63, 0x80000000u, 255};
-        const auto choice = random_() % 12;
-        return static_cast<T>(choice < 6 ? extremes[choice] : (std::uint64_t{random_()} << 32 | random_()));
-    }
-
-    double real() {
-        const double extremes[] = {0.0,
-                                   -0.0,
-                                   1.0,
-                                   -1.0,
-                                   0.125,
-                                   1e300,
-                                   5e-324,
-                                   9007199254740992.0,
-                                   -9007199254740993.0,
-                                   std::numeric_limits<double>::infinity(),
-                                   -std::numeric_limits<double>::infinity(),
-                                   std::numeric_limits<double>::quiet_NaN(),
-                                   std::bit_cast<double>(0xfff8dead00000001u)};
-        const auto choice = random_() % 20;
-        return choice < std::size(extremes) ? extremes[choice] : std::bit_cast<double>(integer<std::uint64_t>());
-    }
-
-    // Any bytes but zero, no dot unless asked for.
-    const char* text(std::size_t shortest, bool may_be_null) {
-        if (may_be_null && random_() % 4 == 0) {
-            return nullptr;
+    void add(open_description& target) {
+        const std::vector<std::uint8_t> kinds_below[] = {{1}, {2}, {2, 3, 4}, {3, 4}, {}};
+        qor_type_node_t above{};
+        if (!nodes.empty() && random_() % 10 != 0) {
+            above = nodes[random_() % nodes.size()];
         }
-        std::string value(shortest + random_() % 12, '\0');
-        for (char& character : value) {
-            do {
-                character = static_cast<char>(1 + random_() % 255);
-            } while (character == '.');
+        if (const auto& kinds = kinds_below[above.kind]; !kinds.empty()) {
+            const char* const name = random_() % 4 == 0 ? "twice" : text(1);
+            qor_type_node_t node = make_node(kinds[random_() % kinds.size()], name, above.id);
+            node.comment = text_or_null(0);
+            fill(node);
+            node.id = target.add(node);
+            nodes.push_back(node);
         }
-        return texts_.emplace_back(std::move(value)).c_str();
-    }
-
-    void add_random() {
-        model_node node;
-        std::size_t parent = 0;
-        node.record.kind = QOR_TYPE_NODE_VIEW;
-        if (!nodes_.empty() && random_() % 10 != 0) {
-            parent = 1 + random_() % nodes_.size();
-            const std::uint8_t above = nodes_[parent - 1].record.kind;
-            if (above == QOR_TYPE_NODE_SIGNAL) {
-                return;
-            }
-            const std::uint8_t below_object[] = {QOR_TYPE_NODE_OBJECT, QOR_TYPE_NODE_GROUP, QOR_TYPE_NODE_SIGNAL};
-            node.record.kind =
-                above == QOR_TYPE_NODE_VIEW ? std::uint8_t{QOR_TYPE_NODE_OBJECT} : below_object[random_() % 3];
-            if (above == QOR_TYPE_NODE_GROUP && node.record.kind == QOR_TYPE_NODE_OBJECT) {
-                node.record.kind = QOR_TYPE_NODE_SIGNAL;
-            }
-        }
-        fill(node.record);
-        node.record.parent_id = parent; // place in the model, from 1; becomes the id when entered
-        node.path = parent == 0 ? node.record.name : nodes_[parent - 1].path + "." + node.record.name;
-        (parent == 0 ? roots_ : nodes_[parent - 1].children).push_back(nodes_.size());
-        nodes_.push_back(node);
     }
 
     void fill(qor_type_node_t& node) {
-        node.name = text(1, false);
-        node.comment = text(0, true);
         switch (node.kind) {
         case QOR_TYPE_NODE_VIEW:
-            node.view.cycle = integer<std::uint32_t>();
+            node.view.cycle = integer();
             break;
         case QOR_TYPE_NODE_OBJECT:
-            node.object = {integer<std::uint64_t>(), integer<std::uint32_t>(), integer<std::uint32_t>(),
-                           integer<std::uint32_t>(), 0};
+            node.object = {bits(), integer(), integer(), integer(), 0};
             break;
         case QOR_TYPE_NODE_GROUP:
-            node.group = {integer<std::uint32_t>(), integer<std::uint32_t>(), integer<std::uint32_t>()};
+            node.group = {integer(), integer(), integer()};
             break;
         default:
             fill(node.signal);
@@ -143,106 +84,111 @@ private:
     }
 
     void fill(qor_signal_node_t& signal) {
-        for (auto field : {&qor_signal_node_t::offset, &qor_signal_node_t::bit_offset, &qor_signal_node_t::bit_length,
-                           &qor_signal_node_t::element_size, &qor_signal_node_t::element_count}) {
-            signal.*field = integer<std::uint32_t>();
+        for (std::uint32_t* const field :
+             {&signal.offset, &signal.bit_offset, &signal.bit_length, &signal.element_size, &signal.element_count}) {
+            *field = integer();
         }
-        signal.raw_kind = integer<std::uint16_t>();
-        signal.converted_kind = integer<std::uint16_t>();
-        signal.encoding = integer<std::uint8_t>();
-        signal.byte_order = integer<std::uint8_t>();
-        signal.multiplexing = integer<std::uint8_t>();
-        for (auto field :
-             {&qor_signal_node_t::numerator_x2, &qor_signal_node_t::numerator_x1, &qor_signal_node_t::numerator_x0,
-              &qor_signal_node_t::denominator_x2, &qor_signal_node_t::denominator_x1,
-              &qor_signal_node_t::denominator_x0, &qor_signal_node_t::minimum, &qor_signal_node_t::maximum}) {
-            signal.*field = real();
+        signal.raw_kind = static_cast<std::uint16_t>(bits());
+        signal.converted_kind = static_cast<std::uint16_t>(bits());
+        for (std::uint8_t* const field : {&signal.encoding, &signal.byte_order, &signal.multiplexing}) {
+            *field = static_cast<std::uint8_t>(bits());
         }
-        signal.presence = text(0, true);
-        signal.unit = text(0, true);
-        signal.value_table = text(0, true);
-        signal.signal_suffix = text(1, true);
+        for (double* const field :
+             {&signal.numerator_x2, &signal.numerator_x1, &signal.numerator_x0, &signal.denominator_x2,
+              &signal.denominator_x1, &signal.denominator_x0, &signal.minimum, &signal.maximum}) {
+            *field = std::bit_cast<double>(bits());
+        }
+        for (const auto place : signal_texts) {
+            signal.*place = text_or_null(1);
+        }
         signal.signal_suffix_length = signal.signal_suffix != nullptr ? std::strlen(signal.signal_suffix) : 0;
     }
 
+    // Half of them are ends of ranges and, as reals, zero, one, 2^53, infinity and not-a-number with a payload.
+    std::uint64_t bits() {
+        const std::uint64_t ends[] = {0,
+                                      1,
+                                      0xff,
+                                      0x80000000,
+                                      0x3ff0000000000000,
+                                      0x4340000000000000,
+                                      0x7ff0000000000000,
+                                      0x7ff8dead00000001,
+                                      0x7fffffffffffffff};
+        const std::uint64_t choice = random_();
+        return choice % 2 == 0 ? ends[choice / 4 % std::size(ends)] ^ choice / 2 % 2 << 63 : choice << 32 | random_();
+    }
+    std::uint32_t integer() { return static_cast<std::uint32_t>(bits()); }
+
+    // Any bytes but zero and the dot.
+    const char* text(std::size_t shortest) {
+        std::string value(shortest + random_() % 12, '\0');
+        for (char& character : value) {
+            character = static_cast<char>(1 + random_() % 255);
+            character = character == '.' ? ',' : character;
+        }
+        return texts_.emplace_back(std::move(value)).c_str();
+    }
+    const char* text_or_null(std::size_t shortest) { return random_() % 4 == 0 ? nullptr : text(shortest); }
+
     std::mt19937 random_;
     std::deque<std::string> texts_;
-    std::deque<model_node> nodes_;
-    std::vector<std::size_t> roots_;
 };
 
-bool equal_texts(const char* a, const char* b) {
-    return a == nullptr || b == nullptr ? a == b : std::strcmp(a, b) == 0;
-}
-
 // Texts by content, all other bytes of the record as they are.
-bool equal(const qor_type_node_t& a, const qor_type_node_t& b) {
-    const auto strip = [](qor_type_node_t node) {
-        node.name = node.comment = node.signal.presence = node.signal.unit = node.signal.value_table =
-            node.signal.signal_suffix = nullptr;
-        node.texts = nullptr;
-        return node;
+bool equal(qor_type_node_t a, qor_type_node_t b) {
+    const auto equal_texts = [](const char*& one, const char*& other) {
+        const bool same = one == nullptr || other == nullptr ? one == other : std::strcmp(one, other) == 0;
+        one = other = nullptr;
+        return same;
     };
-    const qor_type_node_t plain_a = strip(a);
-    const qor_type_node_t plain_b = strip(b);
-    using bytes = std::array<std::byte, sizeof(qor_type_node_t)>;
-    return std::bit_cast<bytes>(plain_a) == std::bit_cast<bytes>(plain_b) && equal_texts(a.name, b.name) &&
-           equal_texts(a.comment, b.comment) && equal_texts(a.signal.presence, b.signal.presence) &&
-           equal_texts(a.signal.unit, b.signal.unit) && equal_texts(a.signal.value_table, b.signal.value_table) &&
-           equal_texts(a.signal.signal_suffix, b.signal.signal_suffix);
+    bool same = equal_texts(a.name, b.name) && equal_texts(a.comment, b.comment);
+    for (const auto place : signal_texts) {
+        same = same && equal_texts(a.signal.*place, b.signal.*place);
+    }
+    a.texts = b.texts = nullptr;
+    return same && std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-bool equal(const owned_nodes& found, const random_description& model, const std::vector<std::size_t>& expected) {
-    bool same = found->count == expected.size();
-    for (std::size_t i = 0; same && i < expected.size(); ++i) {
-        same = equal(found->nodes[i], model.nodes()[expected[i]].record);
-    }
-    return same;
+bool equal(const owned<qor_type_node_sequence_t>& found, const std::vector<qor_type_node_t>& expected) {
+    return std::equal(found->nodes, found->nodes + found->count, expected.begin(), expected.end(),
+                      [](const auto& a, const auto& b) { return equal(a, b); });
 }
 
-void check(opened_storage& storage, const random_description& model, std::uint64_t description_id) {
-    EXPECT_TRUE(equal(storage.roots(description_id), model, model.roots()));
-    std::map<std::string, std::size_t> first_of_path;
-    std::map<std::uint64_t, std::size_t> by_id;
-    for (std::size_t i = 0; i < model.nodes().size(); ++i) {
-        first_of_path.emplace(model.nodes()[i].path, i);
-        by_id.emplace(model.nodes()[i].record.id, i);
+void check(opened_storage& storage, const random_description& model) {
+    const std::uint64_t description_id = model.nodes[0].description_id;
+    EXPECT_TRUE(equal(storage.roots(description_id), model.below(0)));
+    std::map<std::uint64_t, std::vector<qor_type_node_t>> hierarchies;
+    std::map<std::uint64_t, std::string> paths;
+    std::map<std::string, std::uint64_t> first_of_path;
+    for (const qor_type_node_t& node : model.nodes) {
+        hierarchies[node.id] = hierarchies[node.parent_id];
+        hierarchies[node.id].push_back(node);
+        paths[node.id] = (node.parent_id == 0 ? "" : paths[node.parent_id] + ".") + node.name;
+        first_of_path.emplace(paths[node.id], node.id);
     }
-    for (std::size_t i = 0; i < model.nodes().size(); ++i) {
-        const model_node& node = model.nodes()[i];
-        ASSERT_TRUE(equal(storage.subtree(node.record.id), model, model.subtree(i))) << "subtree of node " << i;
-        ASSERT_TRUE(equal(storage.children(node.record), model, node.children)) << "children of node " << i;
-        std::vector<std::size_t> above{i};
-        while (model.nodes()[above.front()].record.parent_id != 0) {
-            above.insert(above.begin(), by_id.at(model.nodes()[above.front()].record.parent_id));
-        }
-        ASSERT_TRUE(equal(storage.hierarchy(node.record.id), model, above)) << "hierarchy of node " << i;
-        ASSERT_EQ(storage.find(description_id, node.path)->id, model.nodes()[first_of_path.at(node.path)].record.id);
+    for (const qor_type_node_t& node : model.nodes) {
+        std::vector<qor_type_node_t> subtree = model.below(node.id, true);
+        subtree.insert(subtree.begin(), node);
+        ASSERT_TRUE(equal(storage.subtree(node.id), subtree));
+        ASSERT_TRUE(equal(storage.ask(storage.access->get_node_children, &node), model.below(node.id)));
+        ASSERT_TRUE(equal(storage.ask(storage.access->get_node_hierarchy, node.id), hierarchies[node.id]));
+        ASSERT_EQ(storage.find(description_id, paths[node.id])->id, first_of_path[paths[node.id]]);
     }
 }
 
 TEST(StorageProperty, EveryFieldOfEveryNodeComesBack) {
     const temporary_directory directory;
     const std::string file = "file:" + (directory.path() / "random.db3").string();
-    for (std::uint32_t seed = 0; seed < 8; ++seed) {
-        SCOPED_TRACE(seed);
-        const std::string uri = seed % 4 == 3 ? file : memory_uri;
+    for (const std::string& uri : {std::string(memory_uri), file}) {
         std::deque<random_description> models;
-        std::vector<std::uint64_t> ids;
-        {
-            opened_storage storage(uri);
-            for (std::uint32_t i = 0; i < 3; ++i) {
-                ids.push_back(models.emplace_back(seed * 100 + i).enter(storage));
-            }
-            for (std::size_t i = 0; i < models.size(); ++i) {
-                check(storage, models[i], ids[i]);
-            }
+        opened_storage storage(uri);
+        for (std::uint32_t seed = 0; seed < 12; ++seed) {
+            models.emplace_back(storage, seed);
         }
-        if (uri == file) {
-            opened_storage again(uri);
-            for (std::size_t i = 0; i < models.size(); ++i) {
-                check(again, models[i], ids[i]);
-            }
+        opened_storage again(uri);
+        for (const random_description& model : models) {
+            check(uri == file ? again : storage, model);
         }
     }
 }
