@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/stored_descriptions.hpp"
+#include "qorc/extensibility/signal_storage.h"
 #include "qorcpp/platform/stream.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/printable.hpp"
@@ -16,7 +18,7 @@ namespace {
 
 // Descriptions are parsed for a source of this id each, numbered by its instance, before any interface is known.
 constexpr std::uint16_t description_source_id = 0x0020;
-constexpr std::size_t largest_description = 256U * 1024 * 1024;
+constexpr std::size_t largest_description = std::size_t{256} << 20;
 constexpr std::size_t longest_name = 254;
 constexpr std::size_t longest_type = 15;
 
@@ -53,8 +55,11 @@ std::string type_of(const std::string& path) {
 }
 
 host::extractor start_extractor(const catalogue_options& options, const host::log_function& log) {
+    // A catalogue that is only read from is not made by mistake.
+    const std::uint32_t flags =
+        options.storage.empty() || !options.descriptions.empty() ? 0 : QOR_SIGNAL_STORAGE_MUST_EXIST;
     try {
-        return host::extractor(options.storage.empty() ? host::memory_catalogue : options.storage, 0, log);
+        return host::extractor(options.storage.empty() ? host::memory_catalogue : options.storage, flags, log);
     } catch (const host::error& error) {
         if (options.storage.empty()) {
             throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
@@ -70,16 +75,53 @@ host::extractor start_extractor(const catalogue_options& options, const host::lo
 } // namespace
 
 catalogue::catalogue(const catalogue_options& options, diagnostics& messages)
-    : messages_(messages), strict_(options.strict), log_(messages),
+    : messages_(messages), strict_(options.strict), storage_(options.storage), file_count_(options.descriptions.size()),
+      log_(messages),
       extractor_(start_extractor(options, [this](const qor_log_info_t& message) { log_.receive(message); })) {
     std::transform(options.descriptions.begin(), options.descriptions.end(), std::back_inserter(arguments_),
+                   parse_description);
+    std::transform(options.signatures.begin(), options.signatures.end(), std::back_inserter(arguments_),
                    parse_description);
 }
 
 void catalogue::load() {
-    for (std::size_t description = 0; description < arguments_.size(); ++description) {
-        load_one(description);
+    if (arguments_.empty()) {
+        list_stored();
     }
+    for (std::size_t description = 0; description < arguments_.size(); ++description) {
+        description < file_count_ ? load_one(description) : load_stored(description);
+    }
+}
+
+void catalogue::list_stored() {
+    if (storage_.empty()) {
+        throw command_error("tavi: error: a description is needed", exit_code::usage,
+                            "-d FILE, or --storage URI with a catalogue that tavi register filled");
+    }
+    try {
+        for (std::string& signature : host::stored_signatures(storage_)) {
+            arguments_.push_back({"", std::move(signature)});
+        }
+    } catch (const host::error& error) {
+        throw command_error("tavi: error: the catalogue '" + printable(storage_) +
+                            "' cannot be read: " + printable(error.what()));
+    }
+    if (arguments_.empty()) {
+        throw command_error("tavi: error: the catalogue '" + printable(storage_) + "' is empty", exit_code::failed,
+                            "tavi register -d FILE --storage URI fills it");
+    }
+}
+
+void catalogue::load_stored(std::size_t description) {
+    const std::string& signature = arguments_[description].path;
+    try {
+        extractor_.register_source_from_storage(description_source_id, static_cast<std::uint32_t>(description),
+                                                "description " + std::to_string(description + 1), {&signature, 1});
+    } catch (const host::error& error) {
+        throw command_error("tavi: error: " + printable(error.what()), exit_code::failed,
+                            "tavi register prints the signatures of what it keeps");
+    }
+    signatures_.push_back(signature);
 }
 
 void catalogue::load_one(std::size_t description) {

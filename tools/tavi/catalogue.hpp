@@ -21,14 +21,18 @@ public:
     // Starts the extractor. Throws: command_error, with exit_code::plugin_failed when a plug-in is at fault.
     catalogue(const catalogue_options& options, diagnostics& messages);
 
-    // Reads all descriptions. Throws: command_error for a file that cannot be read, one that the parser refuses and,
-    // in a strict run, one with a warning.
+    // Reads all descriptions, or takes them from the storage. Throws: command_error for a file that cannot be read, one
+    // that the parser refuses, a signature that the storage does not hold and, in a strict run, a description with a
+    // warning; exit_code::usage when neither a description nor a storage was given.
     void load();
 
     host::extractor& extractor() noexcept { return extractor_; }
 
-    // In the order of the command line.
+    // In the order of the command line, those of the storage last; the path of those is their signature.
     const std::vector<description_argument>& descriptions() const noexcept { return arguments_; }
+
+    // Of a description that was loaded.
+    const std::string& signature(std::size_t description) const { return signatures_[description]; }
 
     // The views of a description.
     host::nodes views(std::size_t description);
@@ -51,12 +55,17 @@ public:
 
 private:
     void load_one(std::size_t description);
+    void list_stored();
+    void load_stored(std::size_t description);
     std::uint64_t warnings() const noexcept {
         return messages_.count(topic::description) + messages_.count(topic::left_out);
     }
 
     diagnostics& messages_;
     bool strict_;
+    std::string storage_;
+    // How many of the arguments are files.
+    std::size_t file_count_;
     std::vector<description_argument> arguments_;
     std::vector<std::string> signatures_;
     description_log log_;

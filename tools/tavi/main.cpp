@@ -13,6 +13,7 @@
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/plugins_command.hpp"
 #include "tools/tavi/printable.hpp"
+#include "tools/tavi/register_command.hpp"
 #include "tools/tavi/schema_command.hpp"
 #include "tools/tavi/tree_command.hpp"
 
@@ -30,10 +31,12 @@ exit_code run(int argc, char** argv) {
     tree_options tree;
     schema_options schema;
     plugins_options plugins;
+    register_options kept;
     add_decode_options(app, decode);
     add_tree_options(app, tree);
     add_schema_options(app, schema);
     add_plugins_options(app, plugins);
+    add_register_options(app, kept);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -44,6 +47,9 @@ exit_code run(int argc, char** argv) {
     }
     if (app.got_subcommand("plugins")) {
         return run_plugins(plugins);
+    }
+    if (app.got_subcommand("register")) {
+        return run_register(kept);
     }
     return app.got_subcommand("schema") ? run_schema(schema) : run_decode(decode);
 }

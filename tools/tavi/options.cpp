@@ -8,17 +8,27 @@ namespace tavi::tool {
 
 namespace {
 
-void add_catalogue_options(CLI::App& command, catalogue_options& options, const char* description_name) {
+CLI::Option& add_storage_option(CLI::App& command, catalogue_options& options, const char* text) {
+    return *command.add_option("--storage", options.storage, text)->type_name("URI");
+}
+
+void add_catalogue_options(CLI::App& command, catalogue_options& options, const char* description_name,
+                           const char* signature_name) {
     command
         .add_option("-d,--description", options.descriptions,
-                    "Description of what the log holds (.dbc). May be given several times")
+                    "Description of what the log holds (.dbc, .sdl). May be given several times")
         ->type_name(description_name)
-        ->required()
         ->allow_extra_args(false);
+    CLI::Option& storage = add_storage_option(
+        command, options,
+        "Where the catalogue is kept, for example file:catalogue.db3 (default: in memory). Without -d and --signature "
+        "all that it holds is used");
     command
-        .add_option("--storage", options.storage,
-                    "Where to keep the catalogue, for example file:catalogue.db3 (default: in memory)")
-        ->type_name("URI");
+        .add_option("--signature", options.signatures,
+                    "Description that the catalogue holds (see tavi register). May be given several times")
+        ->type_name(signature_name)
+        ->allow_extra_args(false)
+        ->needs(&storage);
     command.add_flag("--strict", options.strict, "Stop with exit code 1 at the first thing that would be skipped");
 }
 
@@ -37,7 +47,7 @@ void add_decode_options(CLI::App& app, decode_options& options) {
     command.add_option("LOG", options.log, "Recording as candump -L writes it; - is standard input")
         ->type_name("")
         ->required();
-    add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE");
+    add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE", "[SOURCE=]SIGNATURE");
     command
         .add_option("-s,--signal", options.patterns,
                     "Signals to write, as View.Message.Signal with * and ? (default: all). May be given several times")
@@ -59,7 +69,7 @@ void add_decode_options(CLI::App& app, decode_options& options) {
 
 void add_tree_options(CLI::App& app, tree_options& options) {
     CLI::App& command = *app.add_subcommand("tree", "Show what descriptions hold");
-    add_catalogue_options(command, options.catalogue, "FILE");
+    add_catalogue_options(command, options.catalogue, "FILE", "SIGNATURE");
 }
 
 void add_schema_options(CLI::App& app, schema_options& options) {
@@ -67,7 +77,7 @@ void add_schema_options(CLI::App& app, schema_options& options) {
     command.add_option("EXPRESSION", options.expression, "What to show, as View.Message or View.Message.Signal")
         ->type_name("")
         ->required();
-    add_catalogue_options(command, options.catalogue, "FILE");
+    add_catalogue_options(command, options.catalogue, "FILE", "SIGNATURE");
 }
 
 void add_plugins_options(CLI::App& app, plugins_options& options) {
@@ -75,6 +85,21 @@ void add_plugins_options(CLI::App& app, plugins_options& options) {
     command.add_option("--check", options.check, "Plug-in to load and to try as a host would")->type_name("FILE");
     command.footer("The list shows file, kind, version and the formats or description types that are served.\n"
                    "Exit codes: 0 all fit for use, 1 not done, 2 wrong usage, 4 a plug-in is not.");
+}
+
+void add_register_options(CLI::App& app, register_options& options) {
+    CLI::App& command = *app.add_subcommand("register", "Keep descriptions in a catalogue on disk");
+    command
+        .add_option("-d,--description", options.catalogue.descriptions,
+                    "Description to keep. May be given several times")
+        ->type_name("FILE")
+        ->required()
+        ->allow_extra_args(false);
+    add_storage_option(command, options.catalogue, "The catalogue, for example file:catalogue.db3; made when missing")
+        .required();
+    command.add_flag("--strict", options.catalogue.strict, "Refuse descriptions with warnings");
+    command.footer("Prints signature and file of each, separated by a tab. A later command with the same --storage\n"
+                   "uses them by --signature, or all of them without, and parses nothing.");
 }
 
 } // namespace tavi::tool

@@ -24,6 +24,7 @@ enum class output_format { csv, jsonl };
 // What all commands that read descriptions share.
 struct catalogue_options {
     std::vector<std::string> descriptions; // as given, see parse_description
+    std::vector<std::string> signatures;   // of descriptions in the storage, in the same form
     std::string storage;                   // empty: in memory
     bool strict = false;
 };
@@ -51,14 +52,20 @@ struct plugins_options {
     std::string check; // a file to check; empty: list what stands beside the extractor
 };
 
+struct register_options {
+    catalogue_options catalogue;
+};
+
 // The part before the first '=' is the source, unless it is empty or holds a '/'.
 description_argument parse_description(const std::string& text);
 
-// Adds the command `decode` (`tree`, `schema`, `plugins`) to the command line; the options live as long as `app`.
+// Adds the command `decode` (`tree`, `schema`, `plugins`, `register`) to the command line; the options live as long as
+// `app`.
 void add_decode_options(CLI::App& app, decode_options& options);
 void add_tree_options(CLI::App& app, tree_options& options);
 void add_schema_options(CLI::App& app, schema_options& options);
 void add_plugins_options(CLI::App& app, plugins_options& options);
+void add_register_options(CLI::App& app, register_options& options);
 
 } // namespace tavi::tool
 

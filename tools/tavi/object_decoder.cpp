@@ -1,0 +1,52 @@
+#include "tools/tavi/object_decoder.hpp"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace tavi::tool {
+
+object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, std::string source_name,
+                               catalogue& catalogue, selection& selection, row_writer& rows)
+    : catalogue_(catalogue), writer_(rows) {
+    const std::string source = std::to_string(source_id) + '#' + std::to_string(instance) + '.';
+    // A path that two descriptions have is that of the first.
+    std::unordered_set<std::string_view> paths;
+    for (message& candidate : selection.messages()) {
+        if (candidate.selected && paths.insert(candidate.path).second) {
+            const message_plan& plan = selection.plan_of(candidate);
+            const std::uint64_t handle = catalogue_.extractor().subscribe(source + candidate.path, host::lenient);
+            objects_.push_back({handle, &candidate, &plan, make_rows(rows, source_name, candidate, plan)});
+        }
+    }
+    std::sort(objects_.begin(), objects_.end(),
+              [](const object& left, const object& right) { return left.handle < right.handle; });
+}
+
+const object_decoder::object* object_decoder::find(std::uint64_t handle) const {
+    const auto found =
+        std::lower_bound(objects_.begin(), objects_.end(), handle,
+                         [](const object& candidate, std::uint64_t value) { return candidate.handle < value; });
+    return found != objects_.end() && found->handle == handle ? &*found : nullptr;
+}
+
+std::uint64_t object_decoder::decode(const qor_package_t& package, std::string_view time, const short_record& report) {
+    catalogue_.extractor().process(package, host::lenient, records_);
+    writer_.set_time(time);
+    found_count_ = 0;
+    std::uint64_t written = 0;
+    for (const qor_dynamic_data_t& record : records_) {
+        const object* const served = find(record.subscription_handle);
+        if (served == nullptr) {
+            continue;
+        }
+        ++found_count_;
+        const auto bytes = host::bytes_of(record);
+        written += write_record(writer_, *served->plan, served->rows, bytes, readings_);
+        if (const std::size_t lost = lost_values(*served->plan, bytes); lost != 0 && report) {
+            report(*served->subscribed, bytes.size(), served->plan->plan.record_size(), lost);
+        }
+    }
+    return written;
+}
+
+} // namespace tavi::tool

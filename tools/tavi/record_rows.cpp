@@ -1,0 +1,50 @@
+#include "tools/tavi/record_rows.hpp"
+
+#include <algorithm>
+
+namespace tavi::tool {
+
+std::vector<row_text> make_rows(const row_writer& writer, const std::string& source_name, const message& subscribed,
+                                const message_plan& plan) {
+    const auto& rows = plan.plan.rows();
+    std::vector<row_text> texts(rows.size());
+    for (const std::uint32_t row : plan.rows) {
+        texts[row] = writer.make_row(source_name + '.' + row_path(subscribed, plan.plan, row), rows[row].unit);
+    }
+    return texts;
+}
+
+std::uint64_t write_record(row_writer& writer, const message_plan& plan, const std::vector<row_text>& rows,
+                           std::span<const std::uint8_t> record, std::vector<host::reading>& readings) {
+    if (readings.size() < rows.size()) {
+        readings.resize(rows.size());
+    }
+    std::uint64_t written = 0;
+    if (plan.whole) {
+        for (const host::reading& value : plan.plan.read(record, readings)) {
+            writer.write(rows[value.row], plan.plan, value);
+            ++written;
+        }
+    } else {
+        for (const std::uint32_t row : plan.rows) {
+            if (const auto value = plan.plan.read_row(record, row)) {
+                writer.write(rows[row], plan.plan, *value);
+                ++written;
+            }
+        }
+    }
+    return written;
+}
+
+std::size_t lost_values(const message_plan& plan, std::span<const std::uint8_t> record) {
+    if (record.size() >= plan.plan.record_size()) {
+        return 0;
+    }
+    std::vector<std::uint8_t> filled(record.begin(), record.end());
+    filled.resize(plan.plan.record_size());
+    return static_cast<std::size_t>(std::count_if(plan.rows.begin(), plan.rows.end(), [&](std::uint32_t row) {
+        return plan.plan.read_row(filled, row) && !plan.plan.read_row(record, row);
+    }));
+}
+
+} // namespace tavi::tool
