@@ -57,7 +57,7 @@ public:
     static constexpr std::size_t channel_limit = 256;
 
     // block_size: bytes read at once; a line as long as this or longer is damaged (at least 4096).
-    explicit candump_reader(byte_source source, std::size_t block_size = 256 * 1024);
+    explicit candump_reader(byte_source source, std::size_t block_size = std::size_t{256} << 10);
 
     // The next frame, a line that is none (then see fault(), line_text()), or the end. What the source throws goes
     // through.

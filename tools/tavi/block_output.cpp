@@ -10,7 +10,7 @@ namespace tavi::tool {
 
 namespace {
 
-constexpr std::size_t block_size = 256 * 1024;
+constexpr std::size_t block_size = std::size_t{256} << 10;
 
 template<typename Action>
 void checked(const std::string& name, Action action) {
