@@ -76,6 +76,14 @@ public:
     std::uint64_t bytes_read() const noexcept { return bytes_read_; }
 
 private:
+    // A name with the blanks around it, and its first eight characters as a number, to compare by.
+    struct channel_mark {
+        std::string text;
+        std::uint64_t word;
+        std::uint64_t mask;
+    };
+
+    bool begins_with(const char* text, const char* end, const channel_mark& mark) const noexcept;
     bool next_line();
     bool refill();
     void skip_rest_of_line();
@@ -94,8 +102,8 @@ private:
     bool line_is_cut_ = false;
     candump_fault fault_;
     std::vector<std::string> channels_;
-    // With the blanks around them.
-    std::vector<std::string> spaced_channels_;
+    // The same, as a line has them behind its time.
+    std::vector<channel_mark> channel_marks_;
     std::size_t last_channel_ = 0;
     // Where the last line had its '.' and ')'; 0 before the first frame.
     std::size_t time_point_ = 0;

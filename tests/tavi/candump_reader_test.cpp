@@ -139,6 +139,57 @@ TEST(candump_reader, tells_where_and_why_a_line_is_damaged) {
     }
 }
 
+// Lines of a known shape are read on a road of their own: what a line gives must not depend on the line before it.
+TEST(candump_reader, reads_a_line_alike_whatever_came_before) {
+    const std::vector<std::string> lines = {
+        "(1.5) can0 001#AA",
+        "(2.5) can0 001#AA",
+        "(0.5) can0 001#AA",
+        "(00.5) can0 001#AA",
+        "(10.5) can0 001#AA",
+        "(01.5) can0 001#AA",
+        "(1.55) can0 001#AA",
+        "(1x5) can0 001#AA",
+        "(x.5) can0 001#AA",
+        "(1.x) can0 001#AA",
+        "(1.5] can0 001#AA",
+        "[1.5) can0 001#AA",
+        "(1.5)  can0 001#AA",
+        "(1.5) can1 001#AA",
+        "(1.5) can01 001#AA",
+        "(1.5) c 001#AA",
+        " (1.5) can0 001#AA",
+        "(1.5) can0\t001#AA",
+        "(1.5) canbus0 001#AA",
+        "(1.5) canbus1 001#AA",
+        "(1.5) canbus 001#AA",
+        "(1.5) can0 001",
+        "(1.5) can0 ",
+        "(1.5)",
+        "(123456789.123456) c 001#",
+        "(12345678.1) c 001#",
+        "(1234567890123.5) c 1#0",
+        "(000000000000000001.5) c 001#AA",
+        "(999999999999999999.5) c 001#AA",
+        "(9999999999999999999.5) c 001#AA",
+        "(0999999999999999999.5) c 001#AA",
+        "(12345678\xB1.1) c 001#",
+    };
+    const auto alone = [](const std::string& line) {
+        const std::string text = told(line);
+        return text.substr(2);
+    };
+    for (const std::string& before : lines) {
+        for (const std::string& line : lines) {
+            std::string text = before;
+            text.append("\n").append(line).append("\n");
+            std::string expected("1 ");
+            expected.append(alone(before)).append("2 ").append(alone(line));
+            EXPECT_EQ(told(text), expected) << text;
+        }
+    }
+}
+
 TEST(candump_reader, goes_on_behind_a_damaged_line_and_counts_blank_ones) {
     EXPECT_EQ(told("(1.0) can0 001#AA\r\n\r\n \t\nnoise\n\n(2.0) can1 002#BB"),
               "1 1.0 can0 1 0 1 AA\n4 1 a time in parentheses was expected\n6 2.0 can1 2 0 1 BB\n");
