@@ -10,7 +10,7 @@ namespace dbc_parser {
 namespace {
 
 // How much is read between two reports of progress.
-constexpr size_t progress_step = 256 * 1024;
+constexpr size_t progress_step = size_t{256} << 10;
 
 // A word that has the form of a section's keyword, whatever it means: "SIGTYPE_VALTYPE_", "FILTER".
 bool has_keyword_form(std::string_view word) noexcept {
@@ -29,7 +29,7 @@ class file_reader {
 public:
     file_reader(dbc_cursor& cursor, const warning_sink& warn, const progress_sink& progress)
         : cursor_(cursor), progress_(progress), reading_(cursor, file_, warn) {
-        file_.room = 1024 * 1024 + 16 * cursor.size();
+        file_.room = (size_t{1} << 20) + 16 * cursor.size();
     }
 
     dbc_file read() {

@@ -113,7 +113,8 @@ std::shared_ptr<const std::string> read_named_table(reading& reading, const sign
     const auto found = reading.value_tables.find(name);
     if (found == reading.value_tables.end()) {
         if (!reading.defer()) {
-            reading.warn_at(signal.offset, signal.label() + ": there is no value table " + quoted_name(name));
+            reading.warn_at(signal.offset, "the value table of " + signal.label() +
+                                               " is left out: there is no value table " + quoted_name(name));
         }
         return nullptr;
     }

@@ -98,7 +98,8 @@ INSTANTIATE_TEST_SUITE_P(
     Hostile, DbcProportion,
     testing::Values(
         std::pair("brackets", "BO_ 1 M: 8 X\nBA_DEF_ " + std::string(200000, '(')),
-        std::pair("long_line", "BU_:\nCM_ \"" + std::string(10000000, 'x') + "\";\nBO_ 1 M: 8 X\n"),
+        std::pair("long_line",
+                  "BU_:\nCM_ \"" + repeated(1000000, [](const auto&) { return "xxxxxxxxxx"; }) + "\";\nBO_ 1 M: 8 X\n"),
         std::pair("open_texts", "BU_:\n" + repeated(50000, [](const auto&) { return "CM_ \"open\n"; })),
         std::pair("escaped_quotes", "BU_:\n" + repeated(50000, [](const auto&) { return "CM_ \"\\\"x\n"; })),
         std::pair("one_message", repeated(50000, [](const auto&) { return "BO_ 1 M: 8 X\n"; })),

@@ -192,7 +192,7 @@ TEST(DbcParser, TellsWhatItLeavesOutOrChanges) {
         {with_signals(good.substr(1), "VAL_ 100 Good 0 \"a\" 0.5 \"b\" 1e30 \"c\" ;\nVAL_ 100 Good T ;\n"),
          {"4:21 message 100 signal 'Good': the text of a value that is no integer is left out",
           "4:29 message 100 signal 'Good': the text of a value that is no integer is left out",
-          "5:6 message 100 signal 'Good': there is no value table 'T'"}},
+          "5:6 the value table of message 100 signal 'Good' is left out: there is no value table 'T'"}},
         {with_signals(good.substr(1), "SG_MUL_VAL_ 100 Good x 1-2;\nSG_MUL_VAL_ 100 Good y 1-2;\n"),
          {"5:13 message 100 signal 'Good' has a selector already, 'y' is left out",
           "3:6 message 'M' signal 'Good': there is no selector 'x' in the message"}},

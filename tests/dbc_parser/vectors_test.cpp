@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <sstream>
+#include <tuple>
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -51,13 +52,8 @@ std::string catalogue_name(const std::string& name) {
     return name.front() >= '0' && name.front() <= '9' ? '_' + name : name;
 }
 
-struct message_payload {
-    std::string message;
-    uint64_t address;
-    std::string payload;
-
-    auto operator<=>(const message_payload&) const = default;
-};
+// Message, address and payload.
+using message_payload = std::tuple<std::string, uint64_t, std::string>;
 
 struct expected_value {
     std::string value;
@@ -116,12 +112,13 @@ size_t compare(const recorded_description& description, const vectors& expectati
     const auto objects = objects_of(description);
     size_t count = 0;
     for (const auto& [place, expected] : expectations) {
-        const auto found = objects.find(place.message);
-        if (found == objects.end() || found->second.address != place.address) {
-            ADD_FAILURE() << "message " << place.message << " is not there under its id";
+        const auto& [message, address, payload] = place;
+        const auto found = objects.find(message);
+        if (found == objects.end() || found->second.address != address) {
+            ADD_FAILURE() << "message " << message << " is not there under its id";
             continue;
         }
-        const frame_bytes frame = from_hex(place.payload);
+        const frame_bytes frame = from_hex(payload);
         std::set<std::string> seen;
         for (const recorded_node* const node : found->second.signals) {
             const auto decoded = decode_plainly(*node, frame);
@@ -132,15 +129,15 @@ size_t compare(const recorded_description& description, const vectors& expectati
             seen.insert(name);
             const auto wanted = expected.find(name);
             if (wanted == expected.end()) {
-                ADD_FAILURE() << node->path << " is not there in " << place.payload;
+                ADD_FAILURE() << node->path << " is not there in " << payload;
                 continue;
             }
             EXPECT_TRUE(same(decoded->value, wanted->second.value))
-                << node->path << " of " << place.payload << ": " << decoded->value << ", not " << wanted->second.value;
+                << node->path << " of " << payload << ": " << decoded->value << ", not " << wanted->second.value;
             EXPECT_TRUE(decoded->raw.empty() || decoded->raw == wanted->second.raw) << node->path << decoded->raw;
             ++count;
         }
-        EXPECT_EQ(seen.size(), expected.size()) << place.message << " of " << place.payload;
+        EXPECT_EQ(seen.size(), expected.size()) << message << " of " << payload;
     }
     return count;
 }
