@@ -1,6 +1,7 @@
 #include "host/url_pattern.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <stdexcept>
 
 namespace tavi::host {
@@ -73,45 +74,100 @@ url_pattern::url_pattern(std::string_view pattern) : text_(pattern) {
                 at += pattern[at] == quote ? 1 : 0;
                 next.text += pattern[at];
             }
-            if (++at < pattern.size() && pattern[at] != '.') {
+            if (++at < pattern.size() && pattern[at] != '.' && pattern[at] != '[') {
                 fail(pattern, "expected '.' behind the quote", at);
             }
         } else {
-            at = std::min(pattern.find('.', at), pattern.size());
+            at = std::min(pattern.find_first_of(".[", at), pattern.size());
             next.text = pattern.substr(begin, at - begin);
+        }
+        if (at < pattern.size() && pattern[at] == '[') {
+            at = read_filter(next, at);
         }
         if (next.text.empty()) {
             fail(pattern, "a level is empty", begin);
         }
-        has_wildcard_ = has_wildcard_ || (!next.literal && next.text.find_first_of("*?") != std::string::npos);
+        has_filter_ = has_filter_ || next.filter != filter_kind::none;
+        has_wildcard_ = has_wildcard_ || next.filter != filter_kind::none ||
+                        (!next.literal && next.text.find_first_of("*?") != std::string::npos);
         levels_.push_back(std::move(next));
     } while (at++ < pattern.size());
-    any_head_ = !levels_.front().literal && levels_.front().text == "*";
+    any_head_ = !levels_.front().literal && levels_.front().text == "*" && levels_.front().filter == filter_kind::none;
 }
 
-bool url_pattern::matches(std::string_view path) const {
-    return matches_levels(levels_of(path));
+// Reads "[...]", which begins at `at`, and returns the place behind it.
+std::size_t url_pattern::read_filter(level& read, std::size_t at) {
+    const std::size_t close = text_.find(']', at);
+    std::string inside = text_.substr(at + 1, std::min(close, text_.size()) - at - 1);
+    inside.erase(std::remove(inside.begin(), inside.end(), ' '), inside.end());
+    const char* const end = inside.data() + inside.size();
+    const auto number = std::from_chars(inside.data(), end, read.index);
+    if (inside == "last()") {
+        read.filter = filter_kind::last;
+    } else if (inside == "first()" || (number.ec == std::errc() && number.ptr == end)) {
+        read.filter = filter_kind::index;
+    } else if (inside != "*") {
+        fail(text_, "expected an index, first(), last() or * in brackets", at);
+    }
+    if (close == std::string::npos) {
+        fail(text_, "the bracket is not closed", at);
+    }
+    if (close + 1 < text_.size() && text_[close + 1] != '.') {
+        fail(text_, "expected '.' behind the bracket", close + 1);
+    }
+    return close + 1;
 }
 
-bool url_pattern::matches_below(std::string_view path) const {
+url_pattern::element url_pattern::split_element(std::string_view level) {
+    element result{level, std::nullopt};
+    const std::size_t open = level.rfind('[');
+    if (open == std::string_view::npos || !level.ends_with(']')) {
+        return result;
+    }
+    std::uint64_t index = 0;
+    const char* const end = level.data() + level.size() - 1;
+    if (const auto [stop, failure] = std::from_chars(level.data() + open + 1, end, index);
+        failure == std::errc() && stop == end) {
+        result = {level.substr(0, open), index};
+    }
+    return result;
+}
+
+bool url_pattern::fits_element(const level& wanted, const element& found, std::uint64_t count) {
+    if (wanted.filter == filter_kind::none) {
+        return true;
+    }
+    if (!found.index) {
+        return count > 1 && (wanted.filter == filter_kind::last || wanted.index < count);
+    }
+    return wanted.filter == filter_kind::last ? *found.index + 1 == count : *found.index == wanted.index;
+}
+
+bool url_pattern::matches(std::string_view path, std::span<const std::uint64_t> counts) const {
+    return matches_levels(levels_of(path), counts);
+}
+
+bool url_pattern::matches_below(std::string_view path, std::span<const std::uint64_t> counts) const {
     const std::vector<std::string_view> levels = levels_of(path);
     for (std::size_t count = 1; count <= levels.size(); ++count) {
-        if (matches_levels(std::span(levels).first(count))) {
+        if (matches_levels(std::span(levels).first(count), counts)) {
             return true;
         }
     }
     return false;
 }
 
-bool url_pattern::matches_levels(std::span<const std::string_view> path) const {
+bool url_pattern::matches_levels(std::span<const std::string_view> path, std::span<const std::uint64_t> counts) const {
     if (any_head_ ? path.size() < levels_.size() : path.size() != levels_.size()) {
         return false;
     }
     // Levels are compared from the last one up, so that a head of any length needs no search.
     for (std::size_t i = 0; i < levels_.size() - (any_head_ ? 1 : 0); ++i) {
         const level& wanted = levels_[levels_.size() - 1 - i];
-        const std::string_view found = path[path.size() - 1 - i];
-        if (wanted.literal ? wanted.text != found : !fits(wanted.text, found)) {
+        const std::size_t place = path.size() - 1 - i;
+        const element found = split_element(path[place]);
+        if ((wanted.literal ? wanted.text != found.name : !fits(wanted.text, found.name)) ||
+            !fits_element(wanted, found, place < counts.size() ? counts[place] : 0)) {
             return false;
         }
     }

@@ -55,8 +55,8 @@ std::string format_account(const account& totals) {
         lost.push_back(plural(totals.left_out, "part", "parts") + " of descriptions (first: " + totals.first_left_out +
                        ')');
     }
-    return "tavi: " + plural(totals.frames, "frame read", "frames read") + ": " + join(frames) +
-           "\ntavi: lost: " + (lost.empty() ? "nothing" : join(lost)) +
+    return "tavi: " + plural(totals.frames, (totals.unit + " read").c_str(), (totals.unit + "s read").c_str()) + ": " +
+           join(frames) + "\ntavi: lost: " + (lost.empty() ? "nothing" : join(lost)) +
            "\ntavi: " + plural(totals.values, "value written", "values written") + " in " +
            seconds_text(totals.seconds) + " s" + (totals.interrupted ? ", then interrupted" : "") + '\n';
 }

@@ -12,6 +12,8 @@ namespace tavi::tool {
 // Each frame read is counted once among matched, unknown_ids, not_selected, without_values, remote and error_frames.
 struct account {
     std::string log;
+    // What is counted; several of it are it and an s.
+    std::string unit = "frame";
 
     std::uint64_t frames = 0;
     std::uint64_t matched = 0;        // gave at least one value

@@ -14,6 +14,7 @@
 #include "tools/tavi/catalogue.hpp"
 #include "tools/tavi/diagnostics.hpp"
 #include "tools/tavi/frame_decoder.hpp"
+#include "tools/tavi/memory_input.hpp"
 #include "tools/tavi/printable.hpp"
 #include "tools/tavi/progress_bar.hpp"
 #include "tools/tavi/row_writer.hpp"
@@ -78,6 +79,7 @@ public:
 private:
     void decode();
     void read_frames(block_output& output);
+    void read_memory(catalogue& known, selection& wanted, row_writer& rows);
     void report_damage(const host::candump_reader& reader);
     void note_unused_descriptions(const host::candump_reader& reader);
 
@@ -129,7 +131,7 @@ void decode_run::decode() {
     started_ = true;
     rows.write_header();
     try {
-        read_frames(output);
+        options_.memory.empty() ? read_frames(output) : read_memory(known, wanted, rows);
     } catch (const command_error&) {
         // What was decoded before the failure is whole and stays.
         output.close();
@@ -171,6 +173,17 @@ void decode_run::read_frames(block_output& output) {
     }
 }
 
+void decode_run::read_memory(catalogue& known, selection& wanted, row_writer& rows) {
+    totals_.unit = "memory block";
+    try {
+        decode_memory(options_, *input_, known, wanted, rows, messages_, totals_);
+    } catch (const host::error& error) {
+        throw command_error(printable(totals_.log) + ": error: " + printable(error.what()), exit_code::plugin_failed);
+    } catch (const std::system_error& error) {
+        throw command_error(printable(totals_.log) + ": error: cannot be read further: " + error.code().message());
+    }
+}
+
 void decode_run::report_damage(const host::candump_reader& reader) {
     if (!messages_.shows(topic::damaged_line)) {
         messages_.add(topic::damaged_line);
@@ -200,6 +213,9 @@ void decode_run::note_unused_descriptions(const host::candump_reader& reader) {
 } // namespace
 
 exit_code run_decode(const decode_options& options) {
+    if (!options.memory.empty()) {
+        parse_memory_place(options.memory);
+    }
     return decode_run(options).run();
 }
 

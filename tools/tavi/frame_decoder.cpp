@@ -6,6 +6,7 @@
 #include "qorcpp/can_frame.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/printable.hpp"
+#include "tools/tavi/record_rows.hpp"
 
 namespace tavi::tool {
 
@@ -56,7 +57,7 @@ void frame_decoder::decode(const host::candump_reader& reader, const host::candu
             return candidate->handle == record.subscription_handle;
         });
         if (wanted != found.targets.end()) {
-            has_values = write_record(reader, frame, **wanted, record) || has_values;
+            has_values = write_values(reader, frame, **wanted, record) || has_values;
         }
     }
     ++(has_values ? totals_.matched : totals_.without_values);
@@ -105,50 +106,18 @@ void frame_decoder::subscribe(const interface_routes& interface, target& wanted)
     wanted.handle = catalogue_.extractor().subscribe(std::to_string(catalogue::interface_source_id) + '#' +
                                                          std::to_string(interface.number()) + '.' + subscribed.path,
                                                      host::lenient);
-    const auto& rows = wanted.plan->plan.rows();
-    wanted.rows.resize(rows.size());
-    for (const std::uint32_t row : wanted.plan->rows) {
-        wanted.rows[row] = rows_.make_row(interface.source_name() + '.' + row_path(subscribed, wanted.plan->plan, row),
-                                          rows[row].unit);
-    }
-    readings_.resize(std::max(readings_.size(), rows.size()));
+    wanted.rows = make_rows(rows_, interface.source_name(), subscribed, *wanted.plan);
 }
 
-bool frame_decoder::write_record(const host::candump_reader& reader, const host::candump_frame& frame,
+bool frame_decoder::write_values(const host::candump_reader& reader, const host::candump_frame& frame,
                                  const target& wanted, const qor_dynamic_data_t& record) {
-    const host::record_plan& plan = wanted.plan->plan;
     const auto bytes = host::bytes_of(record);
-    std::uint64_t written = 0;
-    if (wanted.plan->whole) {
-        for (const host::reading& value : plan.read(bytes, readings_)) {
-            rows_.write(wanted.rows[value.row], plan, value);
-            ++written;
-        }
-    } else {
-        for (const std::uint32_t row : wanted.plan->rows) {
-            if (const auto value = plan.read_row(bytes, row)) {
-                rows_.write(wanted.rows[row], plan, *value);
-                ++written;
-            }
-        }
-    }
+    const std::uint64_t written = write_record(rows_, *wanted.plan, wanted.rows, bytes, readings_);
     totals_.values += written;
-    if (bytes.size() < plan.record_size()) {
-        if (const std::size_t lost = lost_signals(wanted, bytes); lost != 0) {
-            report_short(reader, frame, wanted, lost);
-        }
+    if (const std::size_t lost = lost_values(*wanted.plan, bytes); lost != 0) {
+        report_short(reader, frame, wanted, lost);
     }
     return written != 0;
-}
-
-// How many of the signals asked for would be there if the frame went on with zeros.
-std::size_t frame_decoder::lost_signals(const target& wanted, std::span<const std::uint8_t> record) {
-    const host::record_plan& plan = wanted.plan->plan;
-    std::vector<std::uint8_t> filled(record.begin(), record.end());
-    filled.resize(plan.record_size());
-    return static_cast<std::size_t>(
-        std::count_if(wanted.plan->rows.begin(), wanted.plan->rows.end(),
-                      [&](std::uint32_t row) { return plan.read_row(filled, row) && !plan.read_row(record, row); }));
 }
 
 void frame_decoder::report_short(const host::candump_reader& reader, const host::candump_frame& frame,

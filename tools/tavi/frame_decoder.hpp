@@ -37,9 +37,8 @@ private:
     interface_routes& add_interface(const std::string& name);
     void prepare(interface_routes& interface, route& frames);
     void subscribe(const interface_routes& interface, target& wanted);
-    bool write_record(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
+    bool write_values(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
                       const qor_dynamic_data_t& record);
-    std::size_t lost_signals(const target& wanted, std::span<const std::uint8_t> record);
     void report_short(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
                       std::size_t lost);
 

@@ -12,7 +12,8 @@ object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, 
     // A path that two descriptions have is that of the first.
     std::unordered_set<std::string_view> paths;
     for (message& candidate : selection.messages()) {
-        if (candidate.selected && paths.insert(candidate.path).second) {
+        if (candidate.selected && catalogue.serves(candidate.description, source_name) &&
+            paths.insert(candidate.path).second) {
             const message_plan& plan = selection.plan_of(candidate);
             const std::uint64_t handle = catalogue_.extractor().subscribe(source + candidate.path, host::lenient);
             objects_.push_back({handle, &candidate, &plan, make_rows(rows, source_name, candidate, plan)});

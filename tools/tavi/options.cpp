@@ -44,7 +44,7 @@ description_argument parse_description(const std::string& text) {
 
 void add_decode_options(CLI::App& app, decode_options& options) {
     CLI::App& command = *app.add_subcommand("decode", "Write the physical values of a recording");
-    command.add_option("LOG", options.log, "Recording as candump -L writes it; - is standard input")
+    command.add_option("LOG", options.log, "Recording: candump -L, NMEA 0183 or memory; - is standard input")
         ->type_name("")
         ->required();
     add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE", "[SOURCE=]SIGNATURE");
@@ -57,6 +57,16 @@ void add_decode_options(CLI::App& app, decode_options& options) {
     command.add_option("-f,--format", options.format, "Form of the output: csv (default) or jsonl")
         ->type_name("FORMAT")
         ->transform(CLI::CheckedTransformer(formats).description(""));
+    const std::map<std::string, input_kind> inputs{{"candump", input_kind::candump}, {"nmea", input_kind::nmea}};
+    CLI::Option& input =
+        *command.add_option("--input", options.input, "What LOG is: candump or nmea (default: looked)")
+             ->type_name("KIND")
+             ->transform(CLI::CheckedTransformer(inputs).description(""));
+    command
+        .add_option("--memory", options.memory,
+                    "LOG is a piece of memory, read at address=0x20000000 or address=0x20000000,cycle=5")
+        ->type_name("PLACE")
+        ->excludes(&input);
     command.add_option("-o,--output", options.output, "File to write instead of standard output")->type_name("FILE");
     command.add_flag("--j1939", options.j1939, "Match all 29-bit ids by parameter group number");
     command.add_option("--report", options.report, "File for the account of the run, as one line of JSON")

@@ -20,6 +20,7 @@ struct description_argument {
 };
 
 enum class output_format { csv, jsonl };
+enum class input_kind { automatic, candump, nmea };
 
 // What all commands that read descriptions share.
 struct catalogue_options {
@@ -33,6 +34,8 @@ struct decode_options {
     std::string log;
     catalogue_options catalogue;
     std::vector<std::string> patterns;
+    input_kind input = input_kind::automatic;
+    std::string memory; // where the log, a piece of memory, was read; empty for other logs
     output_format format = output_format::csv;
     std::string output; // empty: standard output
     std::string report; // empty: none

@@ -39,7 +39,7 @@ void row_writer::set_time(std::string_view time) {
     if (format_ == output_format::csv) {
         time_.assign(time);
     } else {
-        time_.assign("{\"timestamp\":", time);
+        time_.assign("{\"timestamp\":", time.empty() ? std::string_view("null") : time);
     }
 }
 

@@ -34,7 +34,7 @@ public:
     // signal  the full URL
     row_text make_row(std::string_view signal, std::string_view unit) const;
 
-    // The time of the rows that follow.
+    // The time of the rows that follow, a number as text; empty for none, in JSON null.
     void set_time(std::string_view time);
 
     void write(const row_text& row, const host::record_plan& plan, const host::reading& value) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
 #include <stdexcept>
 
 #include "host/schema_reader.hpp"
@@ -30,6 +31,58 @@ bool leads_below(const host::url_pattern& pattern, std::string_view path) {
     const std::string_view text = pattern.text();
     return text.size() > path.size() && text.starts_with(path) && text[path.size()] == '.';
 }
+
+std::uint64_t element_count(const qor_type_node_t& node) {
+    switch (node.kind) {
+    case QOR_TYPE_NODE_OBJECT:
+        return node.object.element_count;
+    case QOR_TYPE_NODE_GROUP:
+        return node.group.element_count;
+    case QOR_TYPE_NODE_SIGNAL:
+        return node.signal.element_count;
+    default:
+        return 1;
+    }
+}
+
+// How many elements each array has in the rows of a plan, by path without indices.
+class array_sizes {
+public:
+    void add(std::string_view path) {
+        walk(path, [&](const std::string& array, std::optional<std::uint64_t> index) {
+            if (index) {
+                auto& count = counts_[array];
+                count = std::max(count, *index + 1);
+            }
+        });
+    }
+
+    std::vector<std::uint64_t> of(std::string_view path) const {
+        std::vector<std::uint64_t> counts;
+        walk(path, [&](const std::string& array, std::optional<std::uint64_t> index) {
+            counts.push_back(index ? counts_.at(array) : 1);
+        });
+        return counts;
+    }
+
+private:
+    template<typename Visit>
+    static void walk(std::string_view path, const Visit& visit) {
+        std::string array;
+        for (;;) {
+            const std::size_t dot = path.find('.');
+            const auto element = host::url_pattern::split_element(path.substr(0, dot));
+            array.append(".").append(element.name);
+            visit(array, element.index);
+            if (dot == std::string_view::npos) {
+                return;
+            }
+            path.remove_prefix(dot + 1);
+        }
+    }
+
+    std::map<std::string, std::uint64_t> counts_;
+};
 
 } // namespace
 
@@ -73,16 +126,17 @@ void selection::add_view(std::size_t description, const qor_type_node_t& view, s
         added.address = object.object.address;
         added.flags = object.object.flags;
         added.node = &object;
-        const bool whole = mark_used(added.path, used);
-        added.selected = wants_part_of(added, used) || whole || patterns_.empty();
+        level_counts counts{1, element_count(object)};
+        const bool whole = mark_used(added.path, counts, used);
+        added.selected = wants_part_of(added, counts, used) || whole || patterns_.empty();
     }
 }
 
 // Notes all patterns that fit the path or a level above it.
-bool selection::mark_used(std::string_view path, std::vector<bool>& used) const {
+bool selection::mark_used(std::string_view path, const level_counts& counts, std::vector<bool>& used) const {
     bool found = false;
     for (std::size_t pattern = 0; pattern < patterns_.size(); ++pattern) {
-        if (patterns_[pattern].matches_below(path)) {
+        if (patterns_[pattern].matches_below(path, counts)) {
             used[pattern] = true;
             found = true;
         }
@@ -90,27 +144,47 @@ bool selection::mark_used(std::string_view path, std::vector<bool>& used) const 
     return found;
 }
 
-bool selection::wants_part_of(message& candidate, std::vector<bool>& used) {
+bool selection::wants_part_of(message& candidate, level_counts& counts, std::vector<bool>& used) {
     const bool possible = std::any_of(patterns_.begin(), patterns_.end(), [&](const host::url_pattern& pattern) {
         return pattern.has_wildcard() || leads_below(pattern, candidate.path);
     });
-    return possible && find_wanted(candidate.path, catalogue_.extractor().tree(*candidate.node), used);
+    return possible && find_wanted(candidate.path, counts, catalogue_.extractor().tree(*candidate.node), used);
 }
 
-bool selection::find_wanted(const std::string& path, const host::node_tree& tree, std::vector<bool>& used) const {
+bool selection::find_wanted(const std::string& path, level_counts& counts, const host::node_tree& tree,
+                            std::vector<bool>& used) const {
     bool found = false;
     for (const host::node_tree& below : tree.trees) {
         const std::string inner = path + '.' + path_level(below.node->name);
-        found = mark_used(inner, used) || found;
-        found = find_wanted(inner, below, used) || found;
+        counts.push_back(element_count(*below.node));
+        found = mark_used(inner, counts, used) || found;
+        found = find_wanted(inner, counts, below, used) || found;
+        counts.pop_back();
     }
     return found;
 }
 
-bool selection::is_wanted(std::string_view path) const {
+bool selection::is_wanted(std::string_view path, const level_counts& counts) const {
     return patterns_.empty() || std::any_of(patterns_.begin(), patterns_.end(), [&](const host::url_pattern& pattern) {
-               return pattern.matches_below(path);
+               return pattern.matches_below(path, counts);
            });
+}
+
+std::vector<std::uint32_t> selection::wanted_rows(const message& selected, const host::record_plan& plan) const {
+    const bool counted = std::any_of(patterns_.begin(), patterns_.end(),
+                                     [](const host::url_pattern& pattern) { return pattern.has_filter(); });
+    array_sizes sizes;
+    for (std::size_t row = 0; counted && row < plan.rows().size(); ++row) {
+        sizes.add(row_path(selected, plan, row));
+    }
+    std::vector<std::uint32_t> rows;
+    for (std::size_t row = 0; row < plan.rows().size(); ++row) {
+        const std::string path = row_path(selected, plan, row);
+        if (is_wanted(path, counted ? sizes.of(path) : level_counts())) {
+            rows.push_back(static_cast<std::uint32_t>(row));
+        }
+    }
+    return rows;
 }
 
 const message_plan& selection::plan_of(message& selected) {
@@ -119,12 +193,7 @@ const message_plan& selection::plan_of(message& selected) {
             catalogue_.expression(selected.description, selected.path), {.layout = host::lenient}));
         host::node_tree tree = catalogue_.extractor().tree(*selected.node);
         host::record_plan plan(*type, &tree);
-        std::vector<std::uint32_t> rows;
-        for (std::size_t row = 0; row < plan.rows().size(); ++row) {
-            if (is_wanted(row_path(selected, plan, row))) {
-                rows.push_back(static_cast<std::uint32_t>(row));
-            }
-        }
+        std::vector<std::uint32_t> rows = wanted_rows(selected, plan);
         const bool whole = rows.size() == plan.rows().size();
         selected.plan =
             std::make_unique<message_plan>(message_plan{std::move(tree), std::move(plan), std::move(rows), whole});

@@ -57,11 +57,16 @@ public:
     const message_plan& plan_of(message& selected);
 
 private:
-    bool is_wanted(std::string_view path) const;
+    // Elements of each level of a path, as host::url_pattern takes them.
+    using level_counts = std::vector<std::uint64_t>;
+
+    bool is_wanted(std::string_view path, const level_counts& counts) const;
     void add_view(std::size_t description, const qor_type_node_t& view, std::vector<bool>& used);
-    bool mark_used(std::string_view path, std::vector<bool>& used) const;
-    bool wants_part_of(message& candidate, std::vector<bool>& used);
-    bool find_wanted(const std::string& path, const host::node_tree& tree, std::vector<bool>& used) const;
+    bool mark_used(std::string_view path, const level_counts& counts, std::vector<bool>& used) const;
+    bool wants_part_of(message& candidate, level_counts& counts, std::vector<bool>& used);
+    bool find_wanted(const std::string& path, level_counts& counts, const host::node_tree& tree,
+                     std::vector<bool>& used) const;
+    std::vector<std::uint32_t> wanted_rows(const message& selected, const host::record_plan& plan) const;
 
     catalogue& catalogue_;
     std::vector<host::url_pattern> patterns_;
