@@ -14,6 +14,14 @@ namespace tavi::fakes {
 
 namespace {
 
+// Nobody else knows the type, and its code goes with the library.
+struct failure_of_its_own {
+    failure_of_its_own() = default;
+    failure_of_its_own(const failure_of_its_own&) {}
+    ~failure_of_its_own() { text.clear(); }
+    std::string text = "a text that is too long for the room inside of a string";
+};
+
 script& find_script(control& shared) {
     return shared.scripts[fake_plugin::name()];
 }
@@ -57,7 +65,7 @@ const answer* fake_plugin::find_answer(const std::string& function, const std::s
 
 std::uint32_t fake_plugin::give(const answer& scripted, qor_error_details_t** error) {
     if (scripted.throws) {
-        throw 7;
+        throw failure_of_its_own();
     }
     if (scripted.code) {
         qor_error_details_create(error, *scripted.code, scripted.text ? scripted.text->c_str() : nullptr);

@@ -7,6 +7,7 @@
 #include "qor_tavi_extractor/src/extractor/source_key.hpp"
 #include "qorcpp/library_search.hpp"
 #include "qorcpp/platform/module.hpp"
+#include "runtime/tavi/library_use.hpp"
 
 namespace qor::tavi::detail {
 
@@ -26,9 +27,11 @@ std::vector<uint64_t> extractor::bind_processors(const extensibility::data_sourc
     const std::string search_path = platform::get_shared_library_search_path(platform::get_current_module_directory());
     std::vector<uint64_t> description_ids;
     for (const std::string& path : runtime::search_local_libraries(search_path, "data-processor")) {
-        bind_processor(std::make_unique<runtime::tavi::data_processor_proxy>(
-                           platform::shared_library(path, platform::load_mode{}), std::shared_ptr(service_locator)),
-                       source, provider, description_ids);
+        runtime::tavi::use_library(path, [&](platform::shared_library&& library) {
+            bind_processor(std::make_unique<runtime::tavi::data_processor_proxy>(std::move(library),
+                                                                                 std::shared_ptr(service_locator)),
+                           source, provider, description_ids);
+        });
     }
     return description_ids;
 }

@@ -7,6 +7,7 @@
 #include "qorcpp/platform/module.hpp"
 #include "qorcpp/platform/shared_library.hpp"
 #include "runtime/filesystem_provider.hpp"
+#include "runtime/tavi/library_use.hpp"
 
 namespace qor::tavi::detail {
 
@@ -42,9 +43,10 @@ extractor::~extractor() = default;
 void extractor::load_signal_storage(const std::string& uri, uint32_t flags) {
     const std::filesystem::path directory = plugin_search_path();
     const auto path = directory / platform::shared_library_file_name("qor_signal_storage");
-    platform::shared_library library(path.string(), platform::load_mode{});
-    signal_storage = std::make_shared<runtime::tavi::signal_storage_proxy>(std::move(library), uri, storage_open_mode,
-                                                                           flags, service_locator);
+    runtime::tavi::use_library(path.string(), [&](platform::shared_library&& library) {
+        signal_storage = std::make_shared<runtime::tavi::signal_storage_proxy>(
+            std::move(library), uri, storage_open_mode, flags, service_locator);
+    });
 }
 
 void extractor::take_logger() {
@@ -56,24 +58,27 @@ void extractor::take_logger() {
 // Of two plug-ins that serve one format, the one that comes later in the search has it.
 void extractor::find_matchers() {
     for (const std::string& path : runtime::search_local_libraries(plugin_search_path(), "data-matcher")) {
-        const auto proxy = std::make_shared<runtime::tavi::data_matcher_proxy>(
-            platform::shared_library(path, platform::load_mode{}), std::shared_ptr(service_locator));
-        for (const char* format : proxy->get_supported_formats()) {
-            matchers[format] = proxy;
-        }
+        runtime::tavi::use_library(path, [&](platform::shared_library&& library) {
+            const auto proxy = std::make_shared<runtime::tavi::data_matcher_proxy>(std::move(library),
+                                                                                   std::shared_ptr(service_locator));
+            for (const char* format : proxy->get_supported_formats()) {
+                matchers[format] = proxy;
+            }
+        });
     }
 }
 
 // Of two plug-ins that serve one description type, the one that comes first in the search has it.
 void extractor::find_parsers() {
     for (const std::string& path : runtime::search_local_libraries(plugin_search_path(), "data-description-parser")) {
-        platform::shared_library library(path, platform::load_mode{});
-        auto filesystem = runtime::io::open_default_filesystem();
-        const auto proxy = std::make_shared<runtime::tavi::data_description_parser_proxy>(
-            std::move(library), std::move(filesystem), std::shared_ptr(service_locator));
-        for (const auto& format : proxy->get_supported_file_formats()) {
-            parsers.try_emplace({format.source_id_filter, format.description_type}, proxy);
-        }
+        runtime::tavi::use_library(path, [&](platform::shared_library&& library) {
+            auto filesystem = runtime::io::open_default_filesystem();
+            const auto proxy = std::make_shared<runtime::tavi::data_description_parser_proxy>(
+                std::move(library), std::move(filesystem), std::shared_ptr(service_locator));
+            for (const auto& format : proxy->get_supported_file_formats()) {
+                parsers.try_emplace({format.source_id_filter, format.description_type}, proxy);
+            }
+        });
     }
 }
 
