@@ -69,6 +69,9 @@ struct script {
     // The bytes of the records that a processor gives for a handle.
     std::function<std::vector<std::string>(std::uint64_t handle)> process;
     bool null_array_when_empty = false;
+    std::set<std::size_t> holes;          // which of a processor's records stay null
+    bool announces_without_array = false; // a processor counts its records and gives no array
+    bool nodes_without_records = false;   // a storage counts its nodes and gives none
     std::vector<std::string> descriptions;
 };
 

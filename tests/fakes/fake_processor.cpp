@@ -48,16 +48,22 @@ private:
             if (payloads.empty() && self.own.null_array_when_empty) {
                 return QOR_STATUS_OK;
             }
+            if (self.own.announces_without_array) {
+                *count = payloads.size();
+                return QOR_STATUS_OK;
+            }
             *records = static_cast<qor_dynamic_data_t**>(
                 allocator->calloc(payloads.size() + 1, sizeof(qor_dynamic_data_t*), allocator->context));
             for (const std::string& payload : payloads) {
                 // Handle and declared size are odd on purpose: whoever passes the record on leaves them alone.
                 qor_dynamic_data_t*& record = (*records)[*count];
+                if (self.own.holes.contains((*count)++)) {
+                    continue;
+                }
                 qor_dynamic_data_create_ex(allocator, payload.size(), &record, nullptr);
                 record->subscription_handle = subscription + 1000;
                 record->declared_size = 77;
                 std::memcpy(record->sequence.data, payload.data(), payload.size());
-                ++*count;
             }
             return QOR_STATUS_OK;
         });

@@ -126,8 +126,13 @@ private:
         }
         return list;
     }
-    static std::uint32_t give_nodes(const nodes& list, qor_type_node_sequence_t** result, qor_error_details_t** error) {
+    std::uint32_t give_nodes(const nodes& list, qor_type_node_sequence_t** result, qor_error_details_t** error) const {
         qor_memory_allocator_t* const allocator = qor_get_default_allocator();
+        if (own.nodes_without_records) {
+            const std::uint32_t created = qor_type_node_sequence_create(allocator, 0, result, error);
+            (*result)->count = list.size();
+            return created;
+        }
         std::uint32_t status = qor_type_node_sequence_create(allocator, list.size(), result, error);
         for (std::size_t i = 0; status == QOR_STATUS_OK && i < list.size(); ++i) {
             status = qor_type_node_sequence_put(allocator, *result, i, list[i], error);
@@ -157,10 +162,10 @@ private:
         storage& self = of(context);
         const std::string subject = std::to_string(description);
         return self.perform("get_root_nodes", subject, subject, error, [&] {
-            return give_nodes(self.where([&](const qor_type_node_t& node) {
+            return self.give_nodes(self.where([&](const qor_type_node_t& node) {
                 return node.parent_id == 0 && node.description_id == description;
             }),
-                              result, error);
+                                   result, error);
         });
     }
     static std::uint32_t get_node_children(void* context, const qor_type_node_t* node,
@@ -170,8 +175,8 @@ private:
             if (node == nullptr) {
                 return not_found("the null node", error);
             }
-            return give_nodes(self.where([&](const qor_type_node_t& child) { return child.parent_id == node->id; }),
-                              result, error);
+            return self.give_nodes(
+                self.where([&](const qor_type_node_t& child) { return child.parent_id == node->id; }), result, error);
         });
     }
     static std::uint32_t get_node_hierarchy(void* context, std::uint64_t id, qor_type_node_sequence_t** result,
@@ -179,7 +184,7 @@ private:
         storage& self = of(context);
         const std::string subject = std::to_string(id);
         return self.perform("get_node_hierarchy", subject, subject, error,
-                            [&] { return give_nodes(self.path_to(self.by_id(id)), result, error); });
+                            [&] { return self.give_nodes(self.path_to(self.by_id(id)), result, error); });
     }
     static std::uint32_t get_node_subtree(void* context, std::uint64_t id, qor_type_node_sequence_t** result,
                                           qor_error_details_t** error) {
@@ -188,7 +193,7 @@ private:
         return self.perform("get_node_subtree", subject, subject, error, [&] {
             nodes list;
             self.append_subtree(list, self.by_id(id));
-            return give_nodes(list, result, error);
+            return self.give_nodes(list, result, error);
         });
     }
 
