@@ -27,8 +27,7 @@ typedef struct qor_filesystem_t {
     uint32_t (*is_directory)(void* context, const char* path, bool* is_directory, qor_error_details_t** error);
     /* Bytes of a file. */
     uint32_t (*get_size)(void* context, const char* path, uint64_t* size, qor_error_details_t** error);
-    /* Reads up to `*size` bytes from `offset` on and stores in `*size` how many there were; 0 at the end of the file.
-     */
+    /* Reads up to `*size` bytes from `offset` on and stores in `*size` how many there were, 0 at the file's end. */
     uint32_t (*read)(void* context, const char* path, uint64_t offset, void* buffer, uint64_t* size,
                      qor_error_details_t** error);
     /* Makes the file hold exactly these bytes; it is created when missing. */

@@ -35,8 +35,7 @@ extern "C" {
 #define QOR_ENCODING_TWOS_COMPLEMENT 3
 
 /* Bits of qor_object_node_t::flags. */
-#define QOR_OBJECT_PARAMETER_GROUP UINT32_C(1) /* a J1939 message: matched by parameter group number, not by whole id  \
-                                                */
+#define QOR_OBJECT_PARAMETER_GROUP UINT32_C(1) /* a J1939 message: matched by parameter group number */
 
 /* Bits of qor_signal_node_t::multiplexing. */
 #define QOR_MULTIPLEXING_SELECTOR 1    /* other signals' presence depends on this one */
@@ -112,8 +111,7 @@ typedef struct qor_signal_node_t {
     double maximum;
     /* Unit of the physical value; the same text stands in signal_suffix. */
     const char* unit;
-    /* Value table: entries "<stored value>=<text>" joined by line feeds; in texts "\\" and "\n" stand for themselves.
-     */
+    /* Value table: entries "<stored value>=<text>" joined by line feeds, which texts hold as "\n", and "\" as "\\". */
     const char* value_table;
     /* Free text that becomes part of the signal type's name: the unit. */
     const char* signal_suffix;
