@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <fstream>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "qorc/filesystem.h"
+#include "tests/support/counting_allocator.hpp"
 #include "tests/support/outcome.hpp"
 #include "tests/support/temporary_directory.hpp"
 
@@ -32,9 +31,6 @@ protected:
         EXPECT_EQ(call(qor_filesystem_provider_get_service_locator_default, provider, &locator), succeeded);
         qor_filesystem_provider_support_t* support = nullptr;
         locator->resolve(locator->context, "qor_filesystem_provider_support_t", &support, nullptr);
-        const char* name = nullptr;
-        EXPECT_EQ(call(support->get_name, provider, &name), succeeded);
-        EXPECT_STREQ(name, "local");
         qor_filesystem_t* opened = nullptr;
         const outcome result = call(support->open_filesystem, provider, root, &opened);
         qor_filesystem_provider_destroy_default(provider);
@@ -43,8 +39,7 @@ protected:
     }
 
     outcome write(const char* path, const std::string& text) {
-        return call(files->write, files->context, path, static_cast<const void*>(text.data()),
-                    std::uint64_t{text.size()});
+        return call(files->write, files->context, path, text.data(), text.size());
     }
 
     std::string read(const char* path, std::uint64_t offset, std::uint64_t size) {
@@ -53,15 +48,20 @@ protected:
         return buffer.substr(0, size);
     }
 
-    std::vector<std::string> names(const char* path) {
+    // Puts the names into `listed`.
+    outcome list(const char* path, qor_memory_allocator_t* allocator) {
         qor_runtime_c_string_sequence_t* sequence = nullptr;
-        EXPECT_EQ(call(files->list, files->context, path, qor_get_default_allocator(), &sequence), succeeded);
-        std::vector<std::string> found;
+        const outcome result = call(files->list, files->context, path, allocator, &sequence);
+        listed.clear();
         for (std::uint64_t i = 0; sequence != nullptr && i < sequence->count; ++i) {
-            found.emplace_back(sequence->strings[i].text);
+            listed.emplace_back(sequence->strings[i].text);
         }
-        qor_runtime_c_string_sequence_destroy(qor_get_default_allocator(), sequence, nullptr);
-        return found;
+        qor_runtime_c_string_sequence_destroy(allocator, sequence, nullptr);
+        return result;
+    }
+    std::vector<std::string> names(const char* path) {
+        EXPECT_EQ(list(path, qor_get_default_allocator()), succeeded);
+        return listed;
     }
 
     // What failing with an errno value looks like; `what` tells the attempt.
@@ -73,13 +73,14 @@ protected:
 
     tavi::test::temporary_directory directory;
     qor_filesystem_t* files = nullptr;
+    std::vector<std::string> listed;
 };
 
 TEST_F(filesystem, writes_appends_and_reads_from_any_place) {
     const std::string bytes("a\0\r\n\xFF", 5);
     EXPECT_EQ(write("f", "something longer"), succeeded);
     EXPECT_EQ(write("f", bytes), succeeded);
-    EXPECT_EQ(call(files->append, files->context, "f", static_cast<const void*>("xyz"), std::uint64_t{3}), succeeded);
+    EXPECT_EQ(call(files->append, files->context, "f", "xyz", 3), succeeded);
     std::uint64_t size = 0;
     EXPECT_EQ(call(files->get_size, files->context, "f", &size), succeeded);
     EXPECT_EQ(size, 8u);
@@ -103,11 +104,8 @@ TEST_F(filesystem, makes_lists_renames_and_removes) {
     EXPECT_EQ(names(""), (std::vector<std::string>{"a", "y"}));
     EXPECT_EQ(call(files->remove, files->context, "a"), error(ENOTEMPTY, "cannot remove", "a"));
     EXPECT_EQ(call(files->remove, files->context, "y"), succeeded);
-    const struct {
-        const char* path;
-        bool exists;
-        bool is_directory;
-    } cases[] = {{"a/b", true, true}, {"a/B", true, false}, {"y", false, false}, {"a/B/c", false, false}};
+    const std::tuple<const char*, bool, bool> cases[] = {
+        {"a/b", true, true}, {"a/B", true, false}, {"y", false, false}, {"a/B/c", false, false}};
     for (const auto& [path, exists, is_directory] : cases) {
         bool answer = !exists;
         EXPECT_EQ(call(files->exists, files->context, path, &answer), succeeded) << path;
@@ -122,23 +120,36 @@ TEST_F(filesystem, failures_carry_the_number_and_the_path) {
     std::uint64_t size = 1;
     char byte = 0;
     void* const buffer = &byte;
-    EXPECT_EQ(call(files->get_size, files->context, "none", &size), error(ENOENT, "cannot tell the size of", "none"));
-    EXPECT_EQ(call(files->read, files->context, "none", std::uint64_t{0}, buffer, &size),
-              error(ENOENT, "cannot open", "none"));
     std::filesystem::create_directory(directory.path() / "dir");
-    EXPECT_EQ(call(files->read, files->context, "dir", std::uint64_t{0}, buffer, &size),
-              error(EISDIR, "cannot read", "dir"));
-    EXPECT_EQ(write("none/file", "x"), error(ENOENT, "cannot open", "none/file"));
-    EXPECT_EQ(call(files->remove, files->context, "none"), error(ENOENT, "cannot remove", "none"));
-    qor_runtime_c_string_sequence_t* listed = nullptr;
-    EXPECT_EQ(call(files->list, files->context, "none", qor_get_default_allocator(), &listed),
-              error(ENOENT, "cannot list", "none"));
-    EXPECT_EQ(call(files->remove, files->context, static_cast<const char*>(nullptr)),
-              invalid("argument 'path' was not initialized"));
-    EXPECT_EQ(call(files->remove, static_cast<void*>(nullptr), "x"), invalid("argument 'handle' was not initialized"));
-    std::ofstream(directory.path() / "file") << "x";
-    EXPECT_EQ(open((directory.path() / "file").c_str()), error(ENOTDIR, "cannot open", "file"));
-    EXPECT_EQ(open((directory.path() / "none").c_str()), error(ENOENT, "cannot open", "none"));
+    const std::pair<outcome, outcome> cases[] = {
+        {call(files->get_size, files->context, "none", &size), error(ENOENT, "cannot tell the size of", "none")},
+        {call(files->read, files->context, "none", 0, buffer, &size), error(ENOENT, "cannot open", "none")},
+        {call(files->read, files->context, "dir", 0, buffer, &size), error(EISDIR, "cannot read", "dir")},
+        {write("none/file", "x"), error(ENOENT, "cannot open", "none/file")},
+        {call(files->remove, files->context, "none"), error(ENOENT, "cannot remove", "none")},
+        {list("none", qor_get_default_allocator()), error(ENOENT, "cannot list", "none")},
+        {call(files->remove, files->context, nullptr), invalid("argument 'path' was not initialized")},
+        {call(files->remove, nullptr, "x"), invalid("argument 'handle' was not initialized")},
+        {write("file", "x"), succeeded},
+        {open((directory.path() / "file").c_str()), error(ENOTDIR, "cannot open", "file")},
+        {open((directory.path() / "none").c_str()), error(ENOENT, "cannot open", "none")},
+    };
+    for (const auto& [answer, expected] : cases) {
+        EXPECT_EQ(answer, expected);
+    }
+}
+
+TEST_F(filesystem, a_listing_that_runs_out_of_memory_leaves_nothing_behind) {
+    write("a", "");
+    write("b", "");
+    for (std::size_t failing = 0; failing <= 4; ++failing) {
+        tavi::test::counting_allocator allocator;
+        allocator.fail_at = failing;
+        EXPECT_EQ(list("", &allocator),
+                  failing == 0 ? succeeded : failed("memory allocation failed", QOR_STATUS_OUT_OF_MEMORY));
+        EXPECT_EQ(allocator.alive(), 0u) << failing;
+        EXPECT_EQ(allocator.foreign, 0u) << failing;
+    }
 }
 
 } // namespace

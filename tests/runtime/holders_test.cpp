@@ -12,44 +12,23 @@ namespace {
 using namespace qor::runtime;
 using tavi::test::thrown;
 
-qor_type_node_t named(const char* name) {
-    qor_type_node_t node = {};
-    node.name = name;
-    return node;
-}
-
 // A leak or a double free of these is what the address sanitizer reports.
 TEST(holders, own_or_leave_alone) {
     static_assert(sizeof(dynamic_data_holder) == 2 * sizeof(void*));
     EXPECT_FALSE(wrap_node(nullptr, true));
     EXPECT_FALSE(wrap_nodes(nullptr, true));
-    const qor_type_node_t original = named("Speed");
+    qor_type_node_t original = {};
+    original.name = "Speed";
     type_node_holder owner = clone_node(&original);
-    ASSERT_TRUE(owner);
-    EXPECT_NE(owner->name, original.name);
     { const type_node_holder view = wrap_node(owner.get(), false); }
-    EXPECT_STREQ(owner->name, "Speed");
-    type_node_holder moved = std::move(owner);
+    std::vector<type_node_holder> nodes(1);
+    nodes[0] = std::move(owner);
     EXPECT_FALSE(owner);
-    EXPECT_STREQ(moved->name, "Speed");
-    const type_node_sequence_holder sequence = make_sequence(2);
-    { const type_node_sequence_holder view = wrap_nodes(sequence.get(), false); }
-    EXPECT_EQ(sequence->count, 2u);
-    EXPECT_EQ(make_sequence(0)->count, 0u);
-}
-
-TEST(holders, a_sequence_copies_nodes_and_leaves_the_holders_theirs) {
-    std::vector<type_node_holder> nodes;
-    for (const char* const name : {"a", "b", "c"}) {
-        const qor_type_node_t node = named(name);
-        nodes.push_back(clone_node(&node));
-    }
     const type_node_sequence_holder sequence = make_sequence(nodes);
-    ASSERT_EQ(sequence->count, 3u);
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_STREQ(sequence->nodes[i].name, nodes[i]->name);
-        EXPECT_NE(sequence->nodes[i].name, nodes[i]->name);
-    }
+    { const type_node_sequence_holder view = wrap_nodes(sequence.get(), false); }
+    ASSERT_EQ(sequence->count, 1u);
+    EXPECT_STREQ(sequence->nodes[0].name, "Speed");
+    EXPECT_NE(sequence->nodes[0].name, nodes[0]->name);
     nodes.emplace_back();
     EXPECT_EQ(thrown<std::invalid_argument>([&] { make_sequence(nodes); }), "argument 'node' was not initialized");
     EXPECT_EQ(thrown<std::invalid_argument>([&] { clone_node(nullptr); }), "argument 'source' was not initialized");
@@ -60,19 +39,15 @@ TEST(holders, a_record_goes_back_to_its_allocator_unless_released) {
     tavi::test::counting_allocator allocator;
     qor_dynamic_data_t* record = nullptr;
     qor_dynamic_data_create(&allocator, &record, nullptr);
+    record = wrap_dynamic_data(record, &allocator).release();
+    EXPECT_EQ(allocator.alive(), 1u);
     { const dynamic_data_holder holder = wrap_dynamic_data(record, &allocator); }
     EXPECT_EQ(allocator.alive(), 0u);
     EXPECT_EQ(allocator.foreign, 0u);
-    qor_dynamic_data_create(&allocator, &record, nullptr);
-    qor_dynamic_data_t* const released = wrap_dynamic_data(record, &allocator).release();
-    EXPECT_EQ(allocator.alive(), 1u);
-    qor_dynamic_data_destroy(&allocator, released, nullptr);
 }
 
 TEST(sanitize_source_name, asks_again_for_a_name_that_outgrows_the_first_room) {
     qor::extensibility::data_source source = {};
-    std::string("Front Radar").copy(source.name, sizeof(source.name));
-    EXPECT_EQ(qor::extensibility::sanitize_source_name(source), "Front_Radar");
     const std::string longest = "9" + std::string(253, 'x');
     longest.copy(source.name, sizeof(source.name));
     EXPECT_EQ(qor::extensibility::sanitize_source_name(source), "_" + longest);

@@ -8,14 +8,12 @@ using qor::runtime::narrow;
 using qor::runtime::widen;
 
 TEST(wide_text, goes_there_and_back_at_each_length_of_a_character) {
-    const struct {
-        const char* narrow;
-        const wchar_t* wide;
-    } cases[] = {{"", L""},
-                 {"a\x7F", L"a\x7F"},
-                 {"\xC2\x80\xDF\xBF", L"\u0080\u07FF"},
-                 {"\xE0\xA0\x80\xEF\xBF\xBF", L"\u0800\uFFFF"},
-                 {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", L"\U00010000\U0010FFFF"}};
+    const std::pair<const char*, const wchar_t*> cases[] = {
+        {"", L""},
+        {"a\x7F", L"a\x7F"},
+        {"\xC2\x80\xDF\xBF", L"\u0080\u07FF"},
+        {"\xE0\xA0\x80\xEF\xBF\xBF", L"\u0800\uFFFF"},
+        {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", L"\U00010000\U0010FFFF"}};
     for (const auto& [bytes, wide] : cases) {
         EXPECT_EQ(widen(bytes), wide);
         EXPECT_EQ(narrow(wide), bytes);
@@ -24,18 +22,11 @@ TEST(wide_text, goes_there_and_back_at_each_length_of_a_character) {
 
 TEST(wide_text, what_is_not_valid_is_replaced) {
     const std::wstring mark = L"\uFFFD";
-    const struct {
-        const char* bytes;
-        std::wstring wide;
-    } cases[] = {{"\x80z", mark + L"z"},
-                 {"\xC3", mark},
-                 {"\xC3z", mark + L"z"},
-                 {"\xE2\x82z", mark + L"z"},
-                 {"\xC0\xAF", mark},
-                 {"\xE0\x80\x80", mark},
-                 {"\xED\xA0\x80", mark},
-                 {"\xF4\x90\x80\x80", mark},
-                 {"\xF8\x88\x80\x80", mark + mark + mark + mark}};
+    const std::pair<const char*, std::wstring> cases[] = {
+        {"\x80z", mark + L"z"},     {"\xC3z", mark + L"z"},
+        {"\xE2\x82z", mark + L"z"}, {"\xC0\xAF", mark},
+        {"\xE0\x80\x80", mark},     {"\xED\xA0\x80", mark},
+        {"\xF4\x90\x80\x80", mark}, {"\xF8\x88\x80\x80", mark + mark + mark + mark}};
     for (const auto& [bytes, wide] : cases) {
         EXPECT_EQ(widen(bytes), wide) << testing::PrintToString(bytes);
     }
