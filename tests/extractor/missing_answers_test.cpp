@@ -1,5 +1,6 @@
-// Plug-ins and hosts that promise something and give a null pointer for it.
+// Plug-ins and hosts whose answers do not hold what they promise.
 #include "tests/extractor/extractor_fixture.hpp"
+#include "tests/extractor/host_provider.hpp"
 
 namespace tavi::test {
 namespace {
@@ -71,6 +72,23 @@ TEST_F(missing_answers, arguments_within_arguments_are_tested) {
     EXPECT_EQ(
         call(api.register_source_with_data_descriptions, handle, 10, 1, "s", &content, 1, nullptr, nullptr, nullptr),
         succeeded);
+}
+
+TEST_F(missing_answers, a_size_that_comes_with_not_ready_counts_for_nothing) {
+    add_parser("p", {{"dbc"}});
+    start();
+    host_provider provider(make_source(10, 1, "s"), {{"one", "dbc", "text"}});
+    provider.not_ready = 2;
+    static const auto give_content = provider.get_data_description_content;
+    provider.get_data_description_content = [](void* self, std::size_t source, std::size_t index, void* buffer,
+                                               std::uint64_t* size, qor_error_details_t** error) {
+        const std::uint32_t status = give_content(self, source, index, buffer, size, error);
+        *size = status == QOR_STATUS_NOT_READY ? 100'000'000 : *size;
+        return status;
+    };
+    EXPECT_EQ(call(api.register_source, handle, &provider.source, &provider, false, nullptr, nullptr, nullptr),
+              succeeded);
+    EXPECT_THAT(take({"create_context"}), ElementsAre("qor_signal_storage.create_context one type=0 'text'"));
 }
 
 TEST_F(missing_answers, a_create_without_uri_leaves_a_null_handle) {
