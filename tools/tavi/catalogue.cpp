@@ -93,6 +93,23 @@ void catalogue::load() {
     }
 }
 
+void catalogue::load_source(std::uint16_t source_id, const std::string& source_name) {
+    if (!arguments_.empty()) {
+        throw command_error("tavi: error: this log needs no description, it comes by itself", exit_code::usage);
+    }
+    try {
+        for (std::string& signature :
+             extractor_.register_source(source_id, 0, source_name, std::span<const host::description>())) {
+            arguments_.push_back({"", std::move(signature)});
+        }
+    } catch (const host::error& error) {
+        throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+    }
+    for (std::size_t description = 0; description < arguments_.size(); ++description) {
+        load_stored(description);
+    }
+}
+
 void catalogue::list_stored() {
     if (storage_.empty()) {
         throw command_error("tavi: error: a description is needed", exit_code::usage,

@@ -26,6 +26,10 @@ public:
     // warning; exit_code::usage when neither a description nor a storage was given.
     void load();
 
+    // Registers a source with the descriptions that its id and data processors bring, and takes those instead of what
+    // the command line gave. Throws: as load.
+    void load_source(std::uint16_t source_id, const std::string& source_name);
+
     host::extractor& extractor() noexcept { return extractor_; }
 
     // In the order of the command line, those of the storage last; the path of those is their signature.

@@ -9,12 +9,14 @@
 #include <system_error>
 
 #include "host/candump_reader.hpp"
+#include "host/nmea_reader.hpp"
 #include "qorcpp/platform/stream.hpp"
 #include "tools/tavi/account.hpp"
 #include "tools/tavi/catalogue.hpp"
 #include "tools/tavi/diagnostics.hpp"
 #include "tools/tavi/frame_decoder.hpp"
 #include "tools/tavi/memory_input.hpp"
+#include "tools/tavi/nmea_input.hpp"
 #include "tools/tavi/printable.hpp"
 #include "tools/tavi/progress_bar.hpp"
 #include "tools/tavi/row_writer.hpp"
@@ -78,6 +80,8 @@ public:
 
 private:
     void decode();
+    bool is_nmea();
+    std::size_t read_log(char* buffer, std::size_t room, block_output& output);
     void read_frames(block_output& output);
     void read_memory(catalogue& known, selection& wanted, row_writer& rows);
     void report_damage(const host::candump_reader& reader);
@@ -114,11 +118,20 @@ private:
     std::optional<command_error> failure_;
     std::optional<frame_decoder> decoder_;
     bool started_ = false;
+    // What was read of the log to see what it is, and how much of that was used again.
+    std::string head_;
+    std::size_t head_used_ = 0;
+    std::uint64_t done_ = 0;
 };
 
 void decode_run::decode() {
+    const bool nmea = is_nmea();
     catalogue known(options_.catalogue, messages_);
-    known.load();
+    if (nmea) {
+        known.load_source(receiver_source_id, receiver_source_name);
+    } else {
+        known.load();
+    }
     selection wanted(known, options_.patterns);
 
     std::error_code ignored;
@@ -131,7 +144,15 @@ void decode_run::decode() {
     started_ = true;
     rows.write_header();
     try {
-        options_.memory.empty() ? read_frames(output) : read_memory(known, wanted, rows);
+        if (nmea) {
+            totals_.unit = "sentence";
+            const auto source = [&](char* buffer, std::size_t room) { return read_log(buffer, room, output); };
+            decode_nmea(options_, source, known, wanted, rows, messages_, totals_);
+        } else if (options_.memory.empty()) {
+            read_frames(output);
+        } else {
+            read_memory(known, wanted, rows);
+        }
     } catch (const command_error&) {
         // What was decoded before the failure is whole and stays.
         output.close();
@@ -140,17 +161,50 @@ void decode_run::decode() {
     output.close();
 }
 
-void decode_run::read_frames(block_output& output) {
-    std::uint64_t done = 0;
-    host::candump_reader reader([&](char* buffer, std::size_t room) {
+// Looks at the beginning of the log where nothing else tells what it is. A pipe that comes with descriptions is not
+// waited for.
+bool decode_run::is_nmea() {
+    if (options_.input != input_kind::automatic || !options_.memory.empty()) {
+        return options_.input == input_kind::nmea;
+    }
+    const catalogue_options& given = options_.catalogue;
+    if (!input_->size() && !(given.descriptions.empty() && given.storage.empty())) {
+        return false;
+    }
+    constexpr std::size_t looked_at = 65536;
+    std::optional<bool> found;
+    for (std::size_t count = 1; !found && count != 0 && head_.size() < looked_at;) {
+        const std::size_t used = head_.size();
+        head_.resize(looked_at);
+        try {
+            count = input_->read(head_.data() + used, looked_at - used);
+        } catch (const std::system_error& error) {
+            throw command_error(printable(totals_.log) + ": error: cannot be read: " + error.code().message());
+        }
+        head_.resize(used + count);
+        found = host::nmea_reader::recognise(head_);
+    }
+    return found.value_or(false);
+}
+
+std::size_t decode_run::read_log(char* buffer, std::size_t room, block_output& output) {
+    std::size_t count = std::min(room, head_.size() - head_used_);
+    if (count != 0) {
+        head_.copy(buffer, count, head_used_);
+        head_used_ += count;
+    } else {
         if (!input_->size()) {
             output.flush();
         }
-        const std::size_t count = input_->read(buffer, room);
-        done += count;
-        progress_.advance(done, totals_.values);
-        return count;
-    });
+        count = input_->read(buffer, room);
+    }
+    done_ += count;
+    progress_.advance(done_, totals_.values);
+    return count;
+}
+
+void decode_run::read_frames(block_output& output) {
+    host::candump_reader reader([&](char* buffer, std::size_t room) { return read_log(buffer, room, output); });
     try {
         host::candump_frame frame;
         for (auto outcome = reader.next(frame); outcome != host::candump_reader::outcome::end;

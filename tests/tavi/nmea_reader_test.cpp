@@ -1,0 +1,79 @@
+// Sentences, their times, and what is told of lines that are none.
+#include "host/nmea_reader.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace tavi::host {
+namespace {
+
+// With its checksum.
+std::string sentence(const std::string& body) {
+    unsigned sum = 0;
+    for (const char character : body) {
+        sum ^= static_cast<unsigned char>(character);
+    }
+    char text[8];
+    std::snprintf(text, sizeof text, "*%02X\r\n", sum);
+    return '$' + body + text;
+}
+
+// Each line's outcome: "type@time" or "line:column".
+std::string read(std::string_view log, std::size_t step) {
+    nmea_reader reader([&](char* buffer, std::size_t room) {
+        const std::size_t count = log.copy(buffer, std::min(step, room));
+        log.remove_prefix(count);
+        return count;
+    });
+    std::string result;
+    nmea_sentence found;
+    for (auto outcome = reader.next(found); outcome != nmea_reader::outcome::end; outcome = reader.next(found)) {
+        result += outcome == nmea_reader::outcome::sentence
+                      ? std::string(found.text.substr(3, 3)) + '@' + std::string(found.time)
+                      : std::to_string(reader.line_number()) + ':' + std::to_string(reader.fault().column);
+        result += ' ';
+    }
+    return result;
+}
+
+TEST(nmea_reader, gives_each_sentence_its_time) {
+    const std::string log = "# comment\n\n" + sentence("GPGGA,235958.50,,,,,0,,,,,,,,") +
+                            sentence("GNRMC,235959.00,A,,,,,,,110720,,,D") + sentence("GPGSV,1,1,00") +
+                            sentence("GPGLL,,,,,000000.25,A,A") + sentence("GNRMC,000000.25,A,,,,,,,120720,,,D") +
+                            sentence("GPZDA,010203,29,02,2024,00,00") + sentence("GPGGA,250000,,,,,0,,,,,,,,") +
+                            sentence("GPRMC,000001,A,,,,,,,310299,,,D") + sentence("GPRMC,000001,A,,,,,,,311299,,,D") +
+                            "\\s:a*00\\$GPTXT,no checksum";
+    for (const std::size_t step : {1U, 7U, 5000U}) {
+        EXPECT_EQ(read(log, step),
+                  "GGA@ RMC@1594511999.00 GSV@1594511999.00 GLL@1594512000.25 RMC@1594512000.25 ZDA@1709168523 "
+                  "GGA@1709168523 RMC@1709168523 RMC@946598401 TXT@946598401 ");
+    }
+}
+
+TEST(nmea_reader, tells_where_a_line_is_damaged) {
+    const std::pair<std::string, const char*> cases[] = {
+        {"noise", "1:1 "},
+        {"$GPGLL,1*00\n", "1:10 "},
+        {"\n#\n$GPGLL,1*5", "3:10 "},
+        {"$GPGLL,\xFF*00", "1:8 "},
+        {"$GPGLL,1*0x1", "1:10 "},
+        {"\\s:a $GPGLL", "1:1 "},
+        {"\\s:a\\GPGLL", "1:6 "},
+        {"\\\\", "1:3 "},
+        {'$' + std::string(100000, 'a') + "\n$GPTXT", "1:4097 TXT@ "},
+    };
+    for (const auto& [log, result] : cases) {
+        EXPECT_EQ(read(log, 3), result) << log.substr(0, 50);
+    }
+}
+
+TEST(nmea_reader, recognises_its_logs) {
+    EXPECT_EQ(nmea_reader::recognise("# (1.0)\r\n\r\n!AIVDM"), true);
+    EXPECT_EQ(nmea_reader::recognise("(1.0) can0 0C0#"), false);
+    EXPECT_EQ(nmea_reader::recognise("# only comments\n# $"), std::nullopt);
+}
+
+} // namespace
+} // namespace tavi::host
