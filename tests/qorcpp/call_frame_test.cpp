@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <functional>
 #include <future>
 #include <optional>
@@ -16,15 +15,8 @@ using tavi::test::succeeded;
 
 template<typename Closure>
 outcome frame(Closure closure) {
-    qor_error_details_t* details = nullptr;
-    outcome result;
-    result.status = qor::guarded_call(closure, &details);
-    if (details != nullptr) {
-        result.code = qor_error_details_get_code(details);
-        result.text = qor_error_details_get_description(details);
-    }
-    qor_error_details_destroy(details);
-    return result;
+    const auto run = [](Closure* body, qor_error_details_t** error) { return qor::guarded_call(*body, error); };
+    return tavi::test::call(+run, &closure);
 }
 
 template<typename Exception>
@@ -32,8 +24,8 @@ std::function<void()> thrower(Exception exception) {
     return [exception] { throw exception; };
 }
 
-std::function<void()> code_thrower(int value, const std::error_category& category) {
-    return [value, &category] { throw std::system_error(value, category); };
+std::system_error code(int value, const std::error_category& category) {
+    return std::system_error(value, category);
 }
 
 class odd_category : public std::error_category {
@@ -48,10 +40,7 @@ TEST(call_frame, gives_each_exception_its_status_and_text) {
     struct own_error : std::exception {
         const char* what() const noexcept override { return "own"; }
     };
-    const struct {
-        std::function<void()> body;
-        outcome expected;
-    } cases[] = {
+    const std::pair<std::function<void()>, outcome> cases[] = {
         {[] {}, succeeded},
         {thrower(std::bad_alloc()), failed("memory allocation failed", 0xA003000C)},
         {thrower(std::bad_array_new_length()), failed("memory allocation failed", 0xA003000C)},
@@ -64,21 +53,20 @@ TEST(call_frame, gives_each_exception_its_status_and_text) {
         {thrower(std::runtime_error("r")), failed("r", 0xA0000FA5)},
         {thrower(own_error()), failed("own", 0xA0000FA5)},
         {thrower(42), failed("unknown error", 0xA0000FA5)},
-        {code_thrower(2, std::generic_category()),
-         failed(std::system_error(2, std::generic_category()).what(), 0xA0030002)},
-        {code_thrower(1, std::iostream_category()),
-         failed(std::system_error(1, std::iostream_category()).what(), 0xA0050001)},
-        {code_thrower(2, std::system_category()),
-         failed(std::system_error(2, std::system_category()).what(), 0xA0070002)},
-        {code_thrower(4, std::future_category()),
-         failed(std::system_error(4, std::future_category()).what(), 0xA0070004)},
-        {code_thrower(3, odd), failed("odd", 0xA0070003)},
-        {code_thrower(-1, odd), failed("odd", 0xFFFFFFFF)},
-        {code_thrower(0, std::generic_category()), failed(std::system_error(0, std::generic_category()).what(), 0)},
-        {code_thrower(0, odd), failed("odd", 0)},
+        {thrower(code(3, odd)), failed("odd", 0xA0070003)},
+        {thrower(code(-1, odd)), failed("odd", 0xFFFFFFFF)},
+        {thrower(code(0, odd)), failed("odd", 0)},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {
-        EXPECT_EQ(frame(cases[i].body), cases[i].expected) << "case " << i;
+        EXPECT_EQ(frame(cases[i].first), cases[i].second) << "case " << i;
+    }
+    const std::pair<std::system_error, std::uint32_t> codes[] = {
+        {code(0, std::generic_category()), 0},           {code(2, std::generic_category()), 0xA0030002},
+        {code(1, std::iostream_category()), 0xA0050001}, {code(2, std::system_category()), 0xA0070002},
+        {code(4, std::future_category()), 0xA0070004},
+    };
+    for (const auto& [error, status] : codes) {
+        EXPECT_EQ(frame(thrower(error)), failed(error.what(), status));
     }
 }
 
@@ -92,22 +80,16 @@ TEST(call_frame, passes_a_closures_own_status_on) {
 // What rethrow_details throws for a code: through the frame, which tells types apart, and the type itself where the
 // frame does not.
 TEST(call_frame, turns_details_back_into_exceptions) {
-    const struct {
-        std::uint32_t code;
-        const char* text;
-        outcome expected;
-    } cases[] = {
+    const std::tuple<std::uint32_t, const char*, outcome> cases[] = {
         {0xA00005B4, "late", failed("late", 0xA00005B4)},
         {0xA0000FA1, "dropped", failed("function not implemented", 0xA0000FA1)},
         {0xA0030011, "there", failed("there", 0xA0030011)},
         {0xA0030016, "bad", failed("bad", 0xA0030016)},
         {0xA0030016, nullptr, failed("unknwon error", 0xA0030016)},
         {1, "by the way", succeeded},
-        {1, nullptr, succeeded},
         {0, "zero", failed("zero", 0xA0000FA5)},
         {0xA003000C, "memory", failed("memory", 0xA0000FA5)},
         {0xA0000FA5, nullptr, failed("unknwon error", 0xA0000FA5)},
-        {0xA0010001, "not ready", failed("not ready", 0xA0000FA5)},
         {77, "", failed("", 0xA0000FA5)},
     };
     for (const auto& [code, text, expected] : cases) {

@@ -17,11 +17,9 @@ using qor::runtime::search_local_libraries;
 TEST(library_search, gives_libraries_of_the_type_by_file_name) {
     const tavi::test::temporary_directory directory;
     const auto place = [&](const char* source, const char* name) { fs::copy_file(source, directory.path() / name); };
-    place(PROBE_FILE, "libz.so");
-    place(PROBE_FILE, "liba.so");
-    place(PROBE_FILE, "libB.so");
-    place(PROBE_FILE, "matcher.so");
-    place(PROBE_FILE, "libx.so.1");
+    for (const char* const name : {"libz.so", "liba.so", "libB.so", "matcher.so", "libx.so.1", "libunreadable.so"}) {
+        place(PROBE_FILE, name);
+    }
     place(QORC_FILE, "libc_runtime.so");
     fs::create_symlink(PROBE_FILE, directory.path() / "liblink.so");
     fs::create_symlink("nowhere", directory.path() / "libdangling.so");
@@ -30,7 +28,6 @@ TEST(library_search, gives_libraries_of_the_type_by_file_name) {
     ASSERT_EQ(mkfifo((directory.path() / "libpipe.so").c_str(), 0600), 0) << "nobody writes into it";
     std::ofstream(directory.path() / "libempty.so");
     std::ofstream(directory.path() / "libtext.so") << "qor-library-type=data-matcher\n";
-    place(PROBE_FILE, "libunreadable.so");
     fs::permissions(directory.path() / "libunreadable.so", fs::perms::none);
     std::vector<std::string> names;
     for (const std::string& path : search_local_libraries(directory.path().string(), "data-matcher")) {
