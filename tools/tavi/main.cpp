@@ -10,6 +10,7 @@
 #include "qorcpp/platform/stream.hpp"
 #include "tools/tavi/decode_command.hpp"
 #include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/filter_command.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/plugins_command.hpp"
 #include "tools/tavi/printable.hpp"
@@ -32,11 +33,13 @@ exit_code run(int argc, char** argv) {
     schema_options schema;
     plugins_options plugins;
     register_options kept;
+    filter_options filter;
     add_decode_options(app, decode);
     add_tree_options(app, tree);
     add_schema_options(app, schema);
     add_plugins_options(app, plugins);
     add_register_options(app, kept);
+    add_filter_options(app, filter);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -50,6 +53,9 @@ exit_code run(int argc, char** argv) {
     }
     if (app.got_subcommand("register")) {
         return run_register(kept);
+    }
+    if (app.got_subcommand("filter")) {
+        return run_filter(filter);
     }
     return app.got_subcommand("schema") ? run_schema(schema) : run_decode(decode);
 }

@@ -32,6 +32,14 @@ void add_catalogue_options(CLI::App& command, catalogue_options& options, const 
     command.add_flag("--strict", options.strict, "Stop with exit code 1 at the first thing that would be skipped");
 }
 
+void add_pattern_option(CLI::App& command, std::vector<std::string>& patterns, const std::string& what) {
+    command
+        .add_option("-s,--signal", patterns,
+                    what + ", as View.Message.Signal with * and ? (default: all). May be given several times")
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
+}
+
 } // namespace
 
 description_argument parse_description(const std::string& text) {
@@ -48,11 +56,7 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         ->type_name("")
         ->required();
     add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE", "[SOURCE=]SIGNATURE");
-    command
-        .add_option("-s,--signal", options.patterns,
-                    "Signals to write, as View.Message.Signal with * and ? (default: all). May be given several times")
-        ->type_name("PATTERN")
-        ->allow_extra_args(false);
+    add_pattern_option(command, options.patterns, "Signals to write");
     const std::map<std::string, output_format> formats{{"csv", output_format::csv}, {"jsonl", output_format::jsonl}};
     command.add_option("-f,--format", options.format, "Form of the output: csv (default) or jsonl")
         ->type_name("FORMAT")
@@ -95,6 +99,14 @@ void add_plugins_options(CLI::App& app, plugins_options& options) {
     command.add_option("--check", options.check, "Plug-in to load and to try as a host would")->type_name("FILE");
     command.footer("The list shows file, kind, version and the formats or description types that are served.\n"
                    "Exit codes: 0 all fit for use, 1 not done, 2 wrong usage, 4 a plug-in is not.");
+}
+
+void add_filter_options(CLI::App& app, filter_options& options) {
+    CLI::App& command = *app.add_subcommand("filter", "Show what a reader of packages has to let through");
+    add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE", "[SOURCE=]SIGNATURE");
+    add_pattern_option(command, options.patterns, "Signals that are wanted");
+    command.add_option("--source", options.source, "Interface, for descriptions with SOURCE=")->type_name("SOURCE");
+    command.footer("The filter is one line, for the first interface of a log (SourceId 16, Instance 0).");
 }
 
 void add_register_options(CLI::App& app, register_options& options) {

@@ -55,6 +55,12 @@ struct plugins_options {
     std::string check; // a file to check; empty: list what stands beside the extractor
 };
 
+struct filter_options {
+    catalogue_options catalogue;
+    std::vector<std::string> patterns;
+    std::string source; // the interface, for descriptions that are for one only
+};
+
 struct register_options {
     catalogue_options catalogue;
 };
@@ -62,12 +68,13 @@ struct register_options {
 // The part before the first '=' is the source, unless it is empty or holds a '/'.
 description_argument parse_description(const std::string& text);
 
-// Adds the command `decode` (`tree`, `schema`, `plugins`, `register`) to the command line; the options live as long as
-// `app`.
+// Adds the command `decode` (`tree`, `schema`, `plugins`, `register`, `filter`) to the command line; the options live
+// as long as `app`.
 void add_decode_options(CLI::App& app, decode_options& options);
 void add_tree_options(CLI::App& app, tree_options& options);
 void add_schema_options(CLI::App& app, schema_options& options);
 void add_plugins_options(CLI::App& app, plugins_options& options);
+void add_filter_options(CLI::App& app, filter_options& options);
 void add_register_options(CLI::App& app, register_options& options);
 
 } // namespace tavi::tool
