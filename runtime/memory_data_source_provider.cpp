@@ -60,17 +60,18 @@ std::uint32_t get_data_description_content(void* handle, std::size_t, std::size_
         [&]() -> std::uint32_t {
             const auto& provider = provider_of(handle);
             check_argument(size, "size");
-            // A copy, since the packed record's fields stand at odd addresses.
-            const data_description_content content = element(provider.descriptions, index);
-            const std::uint64_t content_size = content.content_size;
+            // Copies, since the packed record's fields stand at odd addresses.
+            const data_description_content& record = element(provider.descriptions, index);
+            const std::uint64_t content_size = record.content_size;
+            const void* const content = record.content;
             if (buffer == nullptr) {
                 *size = content_size;
                 return QOR_STATUS_BUFFER_TOO_SMALL;
             }
             *size = std::min(*size, content_size);
             if (*size != 0) {
-                check_argument(content.content, "content");
-                std::memcpy(buffer, content.content, *size);
+                check_argument(content, "content");
+                std::memcpy(buffer, content, *size);
             }
             return QOR_STATUS_OK;
         },
