@@ -82,8 +82,6 @@ function(tavi_add_test name)
     TAVI_LIBRARY_DIR="${TAVI_LIBRARY_DIR}"
     TAVI_BINARY_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
     TAVI_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
-  # Tests are compiled once and run once: time spent on optimising them is never won back.
-  target_compile_options(${name} PRIVATE $<$<AND:$<CONFIG:Release>,$<NOT:$<CXX_COMPILER_ID:MSVC>>>:-O1>)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()
