@@ -48,8 +48,11 @@ std::string type_of(const std::string& path) {
     type.erase(0, 1);
     std::transform(type.begin(), type.end(), type.begin(),
                    [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
+    if (type == "json") {
+        return "sdl";
+    }
     if (type.size() > longest_type) {
-        throw command_error(printable(path) + ": error: descriptions end in .dbc");
+        throw command_error(printable(path) + ": error: descriptions end in .dbc, .sdl or .json");
     }
     return type;
 }

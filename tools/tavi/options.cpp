@@ -63,7 +63,7 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         ->transform(CLI::CheckedTransformer(formats).description(""));
     const std::map<std::string, input_kind> inputs{{"candump", input_kind::candump}, {"nmea", input_kind::nmea}};
     CLI::Option& input =
-        *command.add_option("--input", options.input, "What LOG is: candump or nmea (default: looked)")
+        *command.add_option("--input", options.input, "What LOG is: candump or nmea (default: as it begins)")
              ->type_name("KIND")
              ->transform(CLI::CheckedTransformer(inputs).description(""));
     command

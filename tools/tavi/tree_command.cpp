@@ -97,6 +97,8 @@ void print_node(block_output& output, catalogue& known, const qor_type_node_t& n
     line += host::text_of(node.name);
     if (node.kind == QOR_TYPE_NODE_OBJECT) {
         line += object_text(node.object);
+    } else if (node.kind == QOR_TYPE_NODE_GROUP && node.group.element_count > 1) {
+        line += '[' + std::to_string(node.group.element_count) + ']';
     } else if (node.kind == QOR_TYPE_NODE_SIGNAL) {
         line += signal_text(node.signal);
     }
