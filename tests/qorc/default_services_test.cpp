@@ -10,11 +10,7 @@
 
 namespace {
 
-using tavi::test::call;
-using tavi::test::failed;
-using tavi::test::invalid;
-using tavi::test::outcome;
-using tavi::test::succeeded;
+using namespace tavi::test;
 
 const qor_memory_allocator_t& heap = *qor_get_default_allocator();
 
@@ -50,12 +46,9 @@ TEST(default_locator, knows_the_allocator_and_nothing_else) {
     void* table = nullptr;
     EXPECT_EQ(call(locator.resolve, locator.context, "qor_memory_allocator_t", &table), succeeded);
     EXPECT_EQ(table, qor_get_default_allocator());
-    for (const std::string name :
-         {"qor_memory_allocator_t", "QOR_memory_allocator_t", "struct qor_memory_allocator_t"}) {
-        bool known = name[0] != 'q';
-        EXPECT_EQ(call(locator.can_resolve, locator.context, name.c_str(), &known), succeeded);
-        EXPECT_EQ(known, name[0] == 'q') << name;
-    }
+    bool known = true;
+    EXPECT_EQ(call(locator.can_resolve, locator.context, "struct qor_memory_allocator_t", &known), succeeded);
+    EXPECT_FALSE(known);
     const std::pair<outcome, outcome> cases[] = {
         {call(locator.resolve, locator.context, "x", &table), failed("requested service 'x' not found")},
         {call(locator.resolve, nullptr, nullptr, nullptr), invalid("argument 'handle' was not initialized")},

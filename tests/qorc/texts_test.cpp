@@ -9,10 +9,7 @@
 
 namespace {
 
-using tavi::test::call;
-using tavi::test::invalid;
-using tavi::test::succeeded;
-using tavi::test::too_small;
+using namespace tavi::test;
 
 TEST(error_details, keep_a_copy_of_code_and_text_and_tolerate_null) {
     for (const char* const text : {"a failure", "", static_cast<const char*>(nullptr)}) {

@@ -9,9 +9,7 @@
 
 namespace {
 
-using tavi::test::failed;
-using tavi::test::outcome;
-using tavi::test::succeeded;
+using namespace tavi::test;
 
 template<typename Closure>
 outcome frame(Closure closure) {

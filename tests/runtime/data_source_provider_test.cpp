@@ -12,31 +12,12 @@
 namespace {
 
 using namespace qor::extensibility;
-using tavi::test::call;
-using tavi::test::failed;
-using tavi::test::invalid;
-using tavi::test::outcome;
-using tavi::test::succeeded;
-using tavi::test::thrown;
-using tavi::test::too_small;
-
-data_description make_description(const char* name, const char* format) {
-    data_description description = {};
-    std::string(name).copy(description.name, sizeof(description.name) - 1);
-    std::string(format).copy(description.format_type, sizeof(description.format_type) - 1);
-    return description;
-}
+using namespace tavi::test;
 
 class memory_provider : public testing::Test {
 protected:
-    static data_source make_source() {
-        data_source source = {};
-        source.data_description_count = 2;
-        return source;
-    }
-    const data_source source = make_source();
-    const std::vector<data_description_content> contents = {{make_description("x", "dbc"), 3, "abc"},
-                                                            {make_description("y", "sdl"), 0, nullptr}};
+    const data_source source = {7, 2, 0, 2, "", "mine", "", ""};
+    const std::vector<data_description_content> contents = {{{"x", "dbc"}, 3, "abc"}, {{"y", "sdl"}, 0, nullptr}};
     const memory_data_source_provider memory{source, contents};
     qor_data_source_provider_t record = memory.record();
 };
@@ -50,7 +31,7 @@ TEST_F(memory_provider, serves_what_it_was_given) {
     const auto [bytes, size] = provider.get_data_description_content(source, descriptions[0]);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.get()), size), "abc");
     EXPECT_EQ(provider.get_data_description_content(source, descriptions[1]).second, 0u);
-    const data_description unknown = make_description("x", "sdl");
+    const data_description unknown = {"x", "sdl"};
     EXPECT_EQ(thrown<std::runtime_error>([&] { provider.get_data_description_content(source, unknown); }),
               "the specified data description was not found");
 }

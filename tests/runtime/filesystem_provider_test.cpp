@@ -30,26 +30,26 @@ struct fake_provider : qor::extensibility::enable_service_locator {
     std::uint32_t locator_status = 0;
     int alive = 0;
     static inline fake_provider* current = nullptr;
-
-    static std::uint32_t report(std::uint32_t status, qor_error_details_t** error) {
-        return status != 0 ? qor_error_details_create(error, status, "told by the provider") : status;
-    }
-    static constexpr io::filesystem_provider_functions functions = {
-        [](void** handle, qor_service_locator_t*, qor_error_details_t** error) {
-            *handle = current;
-            ++current->alive;
-            return report(current->create_status, error);
-        },
-        [](void*) { --current->alive; },
-        [](void*, qor_service_locator_t** locator, qor_error_details_t** error) {
-            *locator = current->published;
-            return report(current->locator_status, error);
-        }};
-    void make() const {
-        io::filesystem_provider(std::make_shared<service_locator>(nullptr), make_default_allocator(), functions)
-            .open("");
-    }
 };
+
+std::uint32_t report(std::uint32_t status, qor_error_details_t** error) {
+    return status != 0 ? qor_error_details_create(error, status, "told by the provider") : status;
+}
+
+void make() {
+    const io::filesystem_provider_functions functions = {
+        [](void** handle, qor_service_locator_t*, qor_error_details_t** error) {
+            *handle = fake_provider::current;
+            ++fake_provider::current->alive;
+            return report(fake_provider::current->create_status, error);
+        },
+        [](void*) { --fake_provider::current->alive; },
+        [](void*, qor_service_locator_t** locator, qor_error_details_t** error) {
+            *locator = fake_provider::current->published;
+            return report(fake_provider::current->locator_status, error);
+        }};
+    io::filesystem_provider(std::make_shared<service_locator>(nullptr), make_default_allocator(), functions).open("");
+}
 
 TEST(filesystem_provider, tells_what_is_wrong_and_leaves_no_instance) {
     const char* const bad_locator =
@@ -69,11 +69,11 @@ TEST(filesystem_provider, tells_what_is_wrong_and_leaves_no_instance) {
     for (const auto& [change, text] : cases) {
         fake_provider fake;
         change(fake);
-        EXPECT_EQ(thrown<std::runtime_error>([&] { fake.make(); }), text);
+        EXPECT_EQ(thrown<std::runtime_error>(make), text);
         EXPECT_EQ(fake.alive, 0) << text;
     }
     const fake_provider fake;
-    EXPECT_EQ(thrown<file_exists_error>([&] { fake.make(); }), "there");
+    EXPECT_EQ(thrown<file_exists_error>(make), "there");
     EXPECT_EQ(thrown<std::invalid_argument>(
                   [] { io::filesystem_provider(std::make_shared<service_locator>(nullptr), nullptr); }),
               "argument 'allocator_ptr' was not initialized");

@@ -11,12 +11,7 @@
 namespace {
 
 using qor::runtime::service_locator;
-using tavi::test::call;
-using tavi::test::failed;
-using tavi::test::invalid;
-using tavi::test::outcome;
-using tavi::test::succeeded;
-using tavi::test::thrown;
+using namespace tavi::test;
 
 // A foreign locator that answers as told and knows everything.
 struct fake_locator : qor_service_locator_t {

@@ -9,11 +9,7 @@
 
 namespace {
 
-using tavi::test::call;
-using tavi::test::failed;
-using tavi::test::invalid;
-using tavi::test::outcome;
-using tavi::test::succeeded;
+using namespace tavi::test;
 
 int alive = 0;
 
