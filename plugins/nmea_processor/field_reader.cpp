@@ -29,17 +29,18 @@ std::optional<Integer> read_integer(std::string_view text, int base = 10) noexce
 }
 
 std::optional<double> read_number(std::string_view text) noexcept {
-    if (text.starts_with('+')) {
+    // The signs here, since from_chars knows only one; and it takes words such as "inf".
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+')) {
         text.remove_prefix(1);
     }
-    // What from_chars takes beyond digits are words such as "inf".
-    if (text.find_first_not_of("-.0123456789") != std::string_view::npos) {
+    if (text.find_first_not_of(".0123456789") != std::string_view::npos) {
         return std::nullopt;
     }
     double value = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+    return error == std::errc() && stop == end ? std::optional(negative ? -value : value) : std::nullopt;
 }
 
 // Two digits; the caller checked that they are.
