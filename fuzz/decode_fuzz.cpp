@@ -1,5 +1,5 @@
-// Any signal and any payload: the fast decoder and the plain one have to agree, and neither may read a byte that the
-// signal's bits don't touch.
+// Any signal and any payload: the fast decoder and the plain one have to agree, and neither may read a byte behind the
+// last that the signal's bits touch.
 //
 // Input: raw kind, converted kind, wanted kind (a byte each, modulo what there is; the last wanted kind is none), byte
 // order, encoding, bit offset (2 bytes), bit length (2 bytes), six doubles, payload.
@@ -55,12 +55,11 @@ void compare(const signal_parameters& signal, type_kind converted, type_kind wan
     } catch (const std::invalid_argument&) {
         return; // too long for its raw kind
     }
-    static payload memory;
-    memory.unlock();
-    for (std::size_t i = 0; i < payload::capacity(); ++i) {
-        memory.bytes()[i] = rest.take<std::uint8_t>();
+    std::vector<std::uint8_t> payload(touched_size(signal));
+    for (std::uint8_t& byte : payload) {
+        byte = rest.take<std::uint8_t>();
     }
-    const std::uint8_t* const source = memory.lock(signal);
+    const std::uint8_t* const source = payload.data();
     require(compare_decoding<Raw>(*type, signal, wanted, source));
     require(compare_read_bits<Raw>(dynamic_cast<const signal_type_base&>(*type), signal, source));
 }
@@ -76,7 +75,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     signal.raw_kind = raw;
     signal.byte_order = static_cast<signal_byte_order>(bytes.take<std::uint8_t>() % 4);
     signal.encoding = static_cast<signal_encoding>(bytes.take<std::uint8_t>() % 5);
-    // Offsets and lengths that stay inside the payload.
     signal.bit_offset = bytes.take<std::uint16_t>() % 300;
     signal.bit_length = bytes.take<std::uint16_t>() % 600;
     for (double* coefficient : {&signal.coefficients.numerator_x2, &signal.coefficients.numerator_x1,
