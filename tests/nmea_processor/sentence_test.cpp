@@ -33,11 +33,13 @@ TEST(Sentence, IsFoundInARunOfBytes) {
 
 TEST(Sentence, IsTakenApart) {
     sentence read;
-    ASSERT_TRUE(read_sentence(sealed("GPGLL,5321.6802,N,,"), read));
+    const std::string position = sealed("GPGLL,5321.6802,N,,");
+    ASSERT_TRUE(read_sentence(position, read));
     EXPECT_EQ(read.talker, "GP");
     EXPECT_EQ(read.type, "GLL");
     EXPECT_THAT(read.fields, ElementsAre("5321.6802", "N", "", ""));
-    ASSERT_TRUE(read_sentence(sealed("PUBX,00"), read));
+    const std::string makers_own = sealed("PUBX,00");
+    ASSERT_TRUE(read_sentence(makers_own, read));
     EXPECT_EQ(read.talker, "P");
     EXPECT_EQ(read.type, "UBX");
     EXPECT_THAT(read.fields, ElementsAre("00"));
@@ -47,17 +49,18 @@ TEST(Sentence, IsTakenApart) {
 }
 
 TEST(Sentence, IsRefusedWhenItIsDamaged) {
+    const std::string sound = sealed("GPGLL,1");
     const std::string rows[] = {
         "$GPGLL,1*00",
         "$GPGLL,1",
         "$GPGLL,1*",
-        "$GPGLL,1*5",
-        "$GPGLL,1*5G",
-        "$GPGLL,1*7C1",
+        sound.substr(0, sound.size() - 1),
+        sound.substr(0, sound.size() - 1) + "G",
+        sound + "1",
         "$",
         "$*00",
-        "GPGLL,1*7C",
-        "$,1*1D",
+        sound.substr(1),
+        sealed(",1"),
         sealed("GP LL,1"),
         sealed("GPGLL,\x80"),
         sealed("GPGLL,\t"),
