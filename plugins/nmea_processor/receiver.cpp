@@ -26,9 +26,10 @@ void receiver::take(std::string_view piece) {
 }
 
 bool receiver::apply(std::string_view piece) {
-    if (!read_sentence(piece, sentence_)) {
+    if (!read_sentence(piece, sentence_) || (checksums_came_ && !sentence_.has_checksum)) {
         return false;
     }
+    checksums_came_ = sentence_.has_checksum;
     switch (read_values(sentence_, values_, satellites_)) {
     case reading::damaged:
         return false;

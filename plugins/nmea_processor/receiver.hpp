@@ -28,6 +28,8 @@ private:
     uint64_t sound_ = 0;
     uint64_t broken_ = 0;
     uint64_t unknown_ = 0;
+    // From then on a sentence without one is one that was cut.
+    bool checksums_came_ = false;
     // Kept for its memory.
     sentence sentence_;
 };

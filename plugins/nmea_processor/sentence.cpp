@@ -33,10 +33,15 @@ bool is_letter_or_digit(char character) noexcept {
            (character >= '0' && character <= '9');
 }
 
-// What the checksum covers; nothing when it is not there or does not fit.
-std::string_view checked_content(std::string_view piece) noexcept {
+// What stands between '$' and checksum; nothing when the checksum does not fit. Requires: a piece that is not empty.
+std::string_view checked_content(std::string_view piece, bool& has_checksum) noexcept {
     constexpr size_t checksum_size = 3; // "*hh"
-    if (piece.size() < checksum_size + 1 || piece[piece.size() - checksum_size] != '*') {
+    const size_t star = piece.find('*');
+    has_checksum = star != npos;
+    if (!has_checksum) {
+        return piece.substr(1);
+    }
+    if (star + checksum_size != piece.size()) {
         return {};
     }
     const std::string_view content = piece.substr(1, piece.size() - checksum_size - 1);
@@ -94,7 +99,7 @@ bool read_sentence(std::string_view piece, sentence& result) {
         !std::all_of(piece.begin(), piece.end(), is_printable)) {
         return false;
     }
-    std::string_view content = checked_content(piece);
+    const std::string_view content = checked_content(piece, result.has_checksum);
     const std::string_view address = content.substr(0, content.find(','));
     if (address.empty() || !std::all_of(address.begin(), address.end(), is_letter_or_digit)) {
         return false;

@@ -19,6 +19,8 @@ struct sentence {
     std::string_view type;
     // Behind the address.
     std::vector<std::string_view> fields;
+    // Whether there was a checksum, which then fits.
+    bool has_checksum;
 };
 
 // Receivers exceed the 82 characters of the standard, by far with sentences of their own.
@@ -42,7 +44,7 @@ private:
 };
 
 // Takes a piece apart. False when it is damaged: it does not begin with '$' or '!', is too long, has bytes beyond
-// printable ASCII, no checksum, a wrong one or something behind it, or no address of letters and digits.
+// printable ASCII, a wrong checksum or something behind it, or no address of letters and digits.
 // `result` is used again from call to call to save allocations; its content is undefined after false.
 bool read_sentence(std::string_view piece, sentence& result);
 

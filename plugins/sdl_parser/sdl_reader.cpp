@@ -5,6 +5,7 @@
 #include <limits>
 #include <unordered_set>
 
+#include "plugins/sdl_parser/sdl_json.hpp"
 #include "plugins/sdl_parser/sdl_signal.hpp"
 #include "plugins/sdl_parser/sdl_value.hpp"
 
@@ -60,16 +61,13 @@ uint64_t end_of(const sdl_node& node) {
     return group.offset + uint64_t{group.element_count} * group.element_size;
 }
 
-// The bytes of a structure: as it says, or as its members need.
+// The bytes of a structure: as its members need, or more if it says so.
 uint32_t read_size(const sdl_value& value, uint64_t needed) {
-    if (const auto size = value.find("size")) {
-        return static_cast<uint32_t>(size->integer(1, uint32_maximum));
-    }
     if (needed > uint32_maximum) {
         value.reject("the members take " + std::to_string(needed) + " bytes, more than " +
                      std::to_string(uint32_maximum));
     }
-    return static_cast<uint32_t>(needed);
+    return static_cast<uint32_t>(value.has("size") ? value.at("size").integer(needed, uint32_maximum) : needed);
 }
 
 uint32_t read_count(const sdl_value& value) {
@@ -120,6 +118,10 @@ void read_object(const sdl_value& value, sdl_node& node) {
     object.address = value.at("address").integer(0, std::numeric_limits<uint64_t>::max());
     object.element_count = read_count(value);
     object.element_size = read_size(value, read_members(value, 1, node.children));
+    const uint64_t size = uint64_t{object.element_count} * object.element_size;
+    if (size - 1 > std::numeric_limits<uint64_t>::max() - object.address) {
+        value.at("address").reject("the object's " + std::to_string(size) + " bytes end behind the last address");
+    }
 }
 
 void read_view(const sdl_value& value, sdl_node& node) {
@@ -134,20 +136,6 @@ void read_view(const sdl_value& value, sdl_node& node) {
     check_unique(objects, node.children);
 }
 
-nlohmann::json parse_json(std::string_view text) {
-    try {
-        return nlohmann::json::parse(text);
-    } catch (const nlohmann::json::parse_error& error) {
-        // The library counts bytes from 1; people look for lines and columns.
-        const std::string_view before = text.substr(0, error.byte > 0 ? error.byte - 1 : 0);
-        const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-        const size_t column = before.size() - (before.find_last_of('\n') + 1) + 1;
-        std::string cause = error.what();
-        cause.erase(0, cause.find("] ") == std::string::npos ? 0 : cause.find("] ") + 2);
-        throw std::runtime_error(std::to_string(line) + ":" + std::to_string(column) + ": expected JSON, " + cause);
-    }
-}
-
 } // namespace
 
 std::vector<sdl_node> read_description(std::string_view text) {
@@ -155,6 +143,11 @@ std::vector<sdl_node> read_description(std::string_view text) {
     const sdl_value root(json, "");
     root.check_keys({"$schema", "sdl", "comment", "views"});
     root.at("sdl").integer(language_version, language_version);
+    for (const char* const key : {"$schema", "comment"}) {
+        if (const auto text = root.find(key)) {
+            text->text();
+        }
+    }
     const sdl_value views = root.at("views");
     std::vector<sdl_node> nodes;
     for (size_t index = 0; index < views.size(); ++index) {

@@ -17,6 +17,7 @@ constexpr uint64_t uint32_maximum = std::numeric_limits<uint32_t>::max();
 struct scalar {
     type_kind kind;
     uint32_t bits;
+    bool is_real = false;
 };
 
 // The stored and physical kinds that signal types exist for; names and rows go together.
@@ -31,8 +32,8 @@ constexpr std::array<scalar, 11> scalars = {{{type_kind::char8, 8},
                                              {type_kind::uint32, 32},
                                              {type_kind::int64, 64},
                                              {type_kind::uint64, 64},
-                                             {type_kind::float32, 32},
-                                             {type_kind::float64, 64}}};
+                                             {type_kind::float32, 32, true},
+                                             {type_kind::float64, 64, true}}};
 // In the order of the QOR_BYTE_ORDER_ and QOR_ENCODING_ values.
 constexpr std::array<std::string_view, 3> byte_orders = {"little_endian", "big_endian", "inconsistent_big_endian"};
 constexpr std::array<std::string_view, 4> encodings = {"unspecified", "sign_magnitude", "ones_complement",
@@ -58,6 +59,9 @@ std::array<double, 6> read_coefficients(const sdl_value& value) {
     std::array<double, 6> six{};
     for (size_t index = 0; index < six.size(); ++index) {
         six[index] = coefficients->at(index).number();
+    }
+    if (six[3] == 0 && six[4] == 0 && six[5] == 0) {
+        coefficients->reject("the denominator, the last three, is 0");
     }
     return six;
 }
@@ -105,12 +109,24 @@ void read_layout(const sdl_value& value, uint64_t next_offset, const scalar& sto
     signal.offset = static_cast<uint32_t>(value.has("at") ? value.at("at").integer(0, uint32_maximum) : next_offset);
     signal.bit_length =
         static_cast<uint32_t>(value.has("bits") ? value.at("bits").integer(1, stored.bits) : stored.bits);
+    if (stored.is_real && signal.bit_length != stored.bits) {
+        value.at("bits").fail(std::to_string(stored.bits) + ", since a floating value is whole");
+    }
     signal.bit_offset = static_cast<uint32_t>(value.has("bit") ? value.at("bit").integer(0, 4096) : 0);
     signal.element_count = static_cast<uint32_t>(value.has("count") ? value.at("count").integer(1, uint32_maximum) : 1);
     signal.byte_order = static_cast<uint8_t>(value.has("byte_order") ? value.at("byte_order").choice(byte_orders) : 0);
     const uint32_t touched = bytes_touched(value, stored, signal);
     signal.element_size =
         static_cast<uint32_t>(value.has("size") ? value.at("size").integer(touched, uint32_maximum) : touched);
+}
+
+// Without one of them it is 0: most values that have a maximum cannot be negative.
+void read_limits(const sdl_value& value, qor_signal_node_t& signal) {
+    signal.minimum = value.has("minimum") ? value.at("minimum").number() : 0.0;
+    signal.maximum = value.has("maximum") ? value.at("maximum").number() : 0.0;
+    if (signal.minimum > signal.maximum) {
+        value.at(value.has("minimum") ? "minimum" : "maximum").reject("the minimum lies above the maximum");
+    }
 }
 
 } // namespace
@@ -134,8 +150,7 @@ void read_signal(const sdl_value& value, uint64_t next_offset, sdl_node& node) {
     signal.raw_kind = static_cast<uint16_t>(stored.kind);
     signal.converted_kind = static_cast<uint16_t>(converted);
     signal.encoding = static_cast<uint8_t>(value.has("encoding") ? value.at("encoding").choice(encodings) : 0);
-    signal.minimum = value.has("minimum") ? value.at("minimum").number() : 0.0;
-    signal.maximum = value.has("maximum") ? value.at("maximum").number() : 0.0;
+    read_limits(value, signal);
     node.unit = value.has("unit") ? value.at("unit").text() : "";
     node.value_table = value.has("values") ? read_value_table(value.at("values")) : "";
 }

@@ -33,7 +33,18 @@ std::string joined(std::span<const std::string_view> words) {
     return text;
 }
 
-// The escapes of a JSON pointer: '~' and '/' stand for themselves as "~0" and "~1".
+std::optional<uint64_t> read_hexadecimal(const std::string& text) {
+    if (!text.starts_with("0x") && !text.starts_with("0X")) {
+        return std::nullopt;
+    }
+    uint64_t value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data() + 2, end, value, 16);
+    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
+
 std::string escaped(const std::string& key) {
     std::string text;
     for (const char character : key) {
@@ -47,18 +58,6 @@ std::string escaped(const std::string& key) {
     }
     return text;
 }
-
-std::optional<uint64_t> read_hexadecimal(const std::string& text) {
-    if (!text.starts_with("0x") && !text.starts_with("0X")) {
-        return std::nullopt;
-    }
-    uint64_t value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data() + 2, end, value, 16);
-    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
-}
-
-} // namespace
 
 void sdl_value::fail(const std::string& expected) const {
     throw sdl_error((pointer_.empty() ? "/" : pointer_) + ": expected " + expected + ", found " + quote(*json_));

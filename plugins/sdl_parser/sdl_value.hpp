@@ -21,6 +21,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A key as a step of a JSON pointer: '~' and '/' stand for themselves as "~0" and "~1".
+std::string escaped(const std::string& key);
+
 class sdl_value {
 public:
     // `json` must outlive the object.

@@ -147,6 +147,20 @@ TEST(Receiver, ChangesNothingForWhatCannotBe) {
     EXPECT_TRUE(std::equal(before.begin(), before.end(), receiver.values().bytes().begin()));
 }
 
+TEST(Receiver, TakesNoSentenceWithoutChecksumOnceOneCame) {
+    receiver receiver;
+    receiver.take("$GNZDA,223745.00,11,07,2020");
+    receiver.take("$GNZDA,223746.00,11,07,2020");
+    EXPECT_EQ(value_of(receiver.values(), second), 46);
+    receiver.take("$GNZDA,223747.00,11,07,2020*00");
+    EXPECT_EQ(value_of(receiver.values(), broken_count), 1);
+    receiver.take(sealed("GNZDA,223748.00,11,07,2020"));
+    receiver.take("$GNZDA,223749.00,11,07,202");
+    EXPECT_EQ(value_of(receiver.values(), second), 48);
+    EXPECT_EQ(value_of(receiver.values(), year), 2020);
+    EXPECT_EQ(value_of(receiver.values(), broken_count), 2);
+}
+
 TEST(Receiver, CountsWhatCame) {
     receiver receiver;
     const image& values = receiver.values();

@@ -43,6 +43,10 @@ TEST(Sentence, IsTakenApart) {
     EXPECT_EQ(read.talker, "P");
     EXPECT_EQ(read.type, "UBX");
     EXPECT_THAT(read.fields, ElementsAre("00"));
+    EXPECT_TRUE(read.has_checksum);
+    ASSERT_TRUE(read_sentence("$GPGLL,1", read));
+    EXPECT_FALSE(read.has_checksum);
+    EXPECT_THAT(read.fields, ElementsAre("1"));
     ASSERT_TRUE(read_sentence("!BSVDM*4e", read));
     EXPECT_THAT(read.fields, ElementsAre());
     ASSERT_TRUE(read_sentence(sealed("GPGLL," + std::string(longest_sentence - 10, 'x')), read));
@@ -52,11 +56,11 @@ TEST(Sentence, IsRefusedWhenItIsDamaged) {
     const std::string sound = sealed("GPGLL,1");
     const std::string rows[] = {
         "$GPGLL,1*00",
-        "$GPGLL,1",
         "$GPGLL,1*",
         sound.substr(0, sound.size() - 1),
         sound.substr(0, sound.size() - 1) + "G",
         sound + "1",
+        sound + "*00",
         "$",
         "$*00",
         sound.substr(1),

@@ -29,7 +29,7 @@ TEST(SdlReader, ReadsEverythingThatANodeHolds) {
     const auto views = read_description(R"({"sdl": 1, "$schema": "x", "comment": "c", "views": [
         {"name": "Raw View", "cycle": 5, "comment": "first", "objects": [
           {"name": "O", "address": "0xFFFFFFFF00000000", "count": 3, "size": 64, "comment": "second", "members": [
-            {"name": "g", "at": 2, "count": 4, "size": 8, "members": [
+            {"name": "g", "at": 2, "count": 4, "size": 13, "members": [
               {"name": "s", "at": 1, "bit": 3, "bits": 12, "count": 2, "size": 6, "stored": "int16",
                "physical": "float32", "byte_order": "little_endian", "encoding": "ones_complement",
                "coefficients": [1, 2, 3, 4, 5, 6], "unit": "km/h", "comment": "third", "minimum": -1.5, "maximum": 2,
@@ -46,7 +46,7 @@ TEST(SdlReader, ReadsEverythingThatANodeHolds) {
     EXPECT_EQ(group.record.kind, QOR_TYPE_NODE_GROUP);
     EXPECT_EQ(group.record.group.offset, 2u);
     EXPECT_EQ(group.record.group.element_count, 4u);
-    EXPECT_EQ(group.record.group.element_size, 8u);
+    EXPECT_EQ(group.record.group.element_size, 13u);
     const sdl_node& node = group.children.at(0);
     const qor_signal_node_t& signal = node.record.signal;
     EXPECT_EQ(signal.offset, 1u);
@@ -127,6 +127,24 @@ TEST(SdlReader, NamesThePlaceOfEachFault) {
          members + R"(/1/name: the name "a" stands here twice)"},
         {around(R"({"name": "a", "stored": "int16", "byte_order": "inconsistent_big_endian", "bits": 12, "bit": 4})"),
          members + "/0: the value of 12 bits runs out of its first byte: from bit 4 on there are 4"},
+        {around(R"({"name": "a", "stored": "int8"}, {"name": "b", "stored": "int8", "unit": "m", "unit": "s"})"),
+         members + "/1/unit: the key stands here twice"},
+        {R"({"sdl": 1, "views": [{"name": "V", "objects": [{"name": "O", "address": "0xFFFFFFFFFFFFFFFF", "members":
+            [{"name": "a", "stored": "int16"}]}]}]})",
+         "/views/0/objects/0/address: the object's 2 bytes end behind the last address"},
+        {around(R"({"name": "g", "size": 3, "members": [{"name": "a", "at": 2, "stored": "int16"}]})"),
+         members + "/0/size: expected an integer from 4 to 4294967295, found 3"},
+        {around(R"({"name": "a", "stored": "float32", "bits": 12})"),
+         members + "/0/bits: expected 32, since a floating value is whole, found 12"},
+        {around(R"({"name": "a", "stored": "int8", "coefficients": [0, 1, 0, 0, 0, 0]})"),
+         members + "/0/coefficients: the denominator, the last three, is 0"},
+        {around(R"({"name": "a", "stored": "int8", "minimum": 1})"),
+         members + "/0/minimum: the minimum lies above the maximum"},
+        {around(R"({"name": "a", "stored": "int8", "maximum": -1})"),
+         members + "/0/maximum: the minimum lies above the maximum"},
+        {around(R"({"name": "a", "stored": "int8", "factor": 1e999})"),
+         "1:1: expected JSON, number overflow parsing '1e999'"},
+        {R"({"sdl": 1, "comment": 2, "views": []})", "/comment: expected a text, found 2"},
         {around(R"({"name": "g", "count": 4294967295, "members": [{"name": "a", "stored": "int16"}]},
                    {"name": "b", "stored": "int8"})"),
          members + "/1: the members before this one end behind byte 4294967295"},
@@ -147,7 +165,7 @@ TEST(SdlReader, BoundsTheDepthOfGroups) {
     };
     EXPECT_EQ(nested(31), "no error");
     EXPECT_NE(nested(32).find("groups are nested deeper than 32"), std::string::npos);
-    EXPECT_NE(error_of(std::string(200000, '[')), "no error");
+    EXPECT_EQ(error_of(std::string(200000, '[')), "/: nested deeper than 128 levels");
 }
 
 } // namespace
