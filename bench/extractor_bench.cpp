@@ -5,15 +5,9 @@
 //   process_signals/N    a package that serves N signals of one message: N records
 //   subscribe            a whole message of 8 signals, and its end
 //   find_node            the schema of one signal, of which finding the node is a part
-//   register_biggest     the biggest description of the shared data, file in memory to catalogue (skipped without it),
-//   or
-//                        the file that TAVI_BENCH_DBC names
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "host/extractor.hpp"
@@ -103,22 +97,5 @@ void find_node(benchmark::State& state) {
     }
 }
 BENCHMARK(find_node)->Unit(benchmark::kMicrosecond);
-
-void register_biggest(benchmark::State& state) {
-    const char* const data = std::getenv("TAVI_SHARED_DATA");
-    const std::string path =
-        std::string(data != nullptr ? data : TAVI_SOURCE_DIR "/../shared/data") + "/dbc/ford_lincoln_base_pt.dbc";
-    std::ifstream file(path, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(file), {});
-    if (text.empty()) {
-        state.SkipWithError("the shared data is not there");
-        return;
-    }
-    for (auto _ : state) {
-        extractor extractor;
-        extractor.register_source(1, 0, "can0", {{"biggest.dbc", "dbc", text}});
-    }
-}
-BENCHMARK(register_biggest)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -63,7 +63,8 @@ private:
         if (!open_.back().keys.insert(key).second) {
             std::string pointer;
             for (const level& level : open_) {
-                pointer += "/" + (level.is_array ? std::to_string(level.elements) : escaped(level.last_key));
+                pointer += '/';
+                pointer += (level.is_array ? std::to_string(level.elements) : escaped(level.last_key));
             }
             throw sdl_error(pointer + ": the key stands here twice");
         }

@@ -1,0 +1,166 @@
+// What real descriptions and recordings cost. TAVI_BENCH_DBC names the description, TAVI_BENCH_LOG a candump log of
+// frames that it describes; a benchmark whose file is not named is skipped. scripts/bench sets both.
+//
+//   register_description   file in memory to a catalogue in memory, ready for subscriptions
+//   subscribe_messages     subscriptions to all messages of the description
+//   records_to_doubles     all signals of all frames through the host's plans, the message of each frame known; the
+//                          counter gives signals a second
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "host/candump_reader.hpp"
+#include "host/extractor.hpp"
+#include "host/record_plan.hpp"
+#include "host/schema_reader.hpp"
+#include "qorcpp/can_frame.hpp"
+
+namespace {
+
+using tavi::host::extractor;
+using tavi::host::record_plan;
+
+std::optional<std::string> file_named_by(const char* variable, benchmark::State& state) {
+    const char* const path = std::getenv(variable);
+    if (path == nullptr) {
+        state.SkipWithError((std::string(variable) += " names no file").c_str());
+        return std::nullopt;
+    }
+    std::ifstream file(path, std::ios::binary);
+    std::string text(std::istreambuf_iterator<char>(file), {});
+    if (text.empty()) {
+        state.SkipWithError((std::string(path) += " cannot be read").c_str());
+        return std::nullopt;
+    }
+    return text;
+}
+
+void add_source(extractor& extractor, const std::string& text) {
+    extractor.register_source(1, 0, "can0", {{"bench.dbc", "dbc", text}});
+}
+
+std::string path_of(const qor_type_node_t& message) {
+    return (std::string("can0.CAN.\"") += message.name) += '"';
+}
+
+void register_description(benchmark::State& state) {
+    const auto text = file_named_by("TAVI_BENCH_DBC", state);
+    if (!text) {
+        return;
+    }
+    for (auto _ : state) {
+        extractor extractor;
+        add_source(extractor, *text);
+    }
+}
+BENCHMARK(register_description)->Unit(benchmark::kMillisecond);
+
+void subscribe_messages(benchmark::State& state) {
+    const auto text = file_named_by("TAVI_BENCH_DBC", state);
+    if (!text) {
+        return;
+    }
+    extractor extractor;
+    add_source(extractor, *text);
+    const auto views = extractor.roots("can0");
+    const auto messages = extractor.children(views[0]);
+    for (auto _ : state) {
+        for (const qor_type_node_t& message : messages) {
+            extractor.subscribe(path_of(message), tavi::host::lenient);
+        }
+        state.PauseTiming();
+        extractor.unsubscribe_all();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(messages.size()));
+}
+BENCHMARK(subscribe_messages)->Unit(benchmark::kMillisecond);
+
+// A message with the tree that its plan refers to.
+struct message_plan {
+    tavi::host::node_tree tree;
+    record_plan plan;
+};
+
+struct recorded_frame {
+    const record_plan* plan;
+    std::size_t begin;
+    std::size_t size;
+};
+
+struct recording {
+    std::vector<std::uint8_t> bytes;
+    std::vector<recorded_frame> frames;
+    std::size_t most_rows = 0;
+};
+
+using plans_by_id = std::unordered_map<std::uint64_t, message_plan>;
+
+plans_by_id plans_of(extractor& extractor, const tavi::host::nodes& messages) {
+    plans_by_id plans;
+    for (const qor_type_node_t& message : messages) {
+        const auto type = tavi::host::read_schema(extractor.schema(path_of(message), {.layout = tavi::host::lenient}));
+        auto tree = extractor.tree(message);
+        record_plan plan(*type, &tree);
+        plans.try_emplace(message.object.address, message_plan{std::move(tree), std::move(plan)});
+    }
+    return plans;
+}
+
+recording read_frames(const std::string& log, const plans_by_id& plans) {
+    std::size_t taken = 0;
+    tavi::host::candump_reader reader([&](char* buffer, std::size_t room) {
+        const std::size_t size = log.copy(buffer, room, taken);
+        taken += size;
+        return size;
+    });
+    recording result;
+    tavi::host::candump_frame frame;
+    for (auto told = reader.next(frame); told != tavi::host::candump_reader::outcome::end; told = reader.next(frame)) {
+        const auto found = told == tavi::host::candump_reader::outcome::frame ? plans.find(frame.id) : plans.end();
+        if (found != plans.end()) {
+            const record_plan& plan = found->second.plan;
+            result.frames.push_back({&plan, result.bytes.size(), frame.length});
+            result.bytes.insert(result.bytes.end(), frame.data.begin(), frame.data.begin() + frame.length);
+            result.most_rows = std::max(result.most_rows, plan.rows().size());
+        }
+    }
+    return result;
+}
+
+void records_to_doubles(benchmark::State& state) {
+    const auto text = file_named_by("TAVI_BENCH_DBC", state);
+    const auto log = text ? file_named_by("TAVI_BENCH_LOG", state) : std::nullopt;
+    if (!log) {
+        return;
+    }
+    extractor extractor;
+    add_source(extractor, *text);
+    const auto views = extractor.roots("can0");
+    const auto messages = extractor.children(views[0]);
+    const plans_by_id plans = plans_of(extractor, messages);
+    const recording recorded = read_frames(*log, plans);
+    std::vector<double> values(recorded.most_rows);
+    std::vector<std::uint32_t> rows(recorded.most_rows);
+    std::int64_t signals = 0;
+    for (auto _ : state) {
+        for (const recorded_frame& frame : recorded.frames) {
+            signals += static_cast<std::int64_t>(
+                frame.plan->read_doubles({recorded.bytes.data() + frame.begin, frame.size}, values, rows));
+            benchmark::ClobberMemory();
+        }
+    }
+    state.SetItemsProcessed(signals);
+}
+BENCHMARK(records_to_doubles)->Unit(benchmark::kMillisecond);
+
+} // namespace
