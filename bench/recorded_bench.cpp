@@ -49,7 +49,7 @@ void add_source(extractor& extractor, const std::string& text) {
 }
 
 std::string path_of(const qor_type_node_t& message) {
-    return (std::string("can0.CAN.\"") += message.name) += '"';
+    return std::string("can0.CAN.") += message.name;
 }
 
 void register_description(benchmark::State& state) {

@@ -1,7 +1,6 @@
 #include "tools/tavi/selection.hpp"
 
 #include <algorithm>
-#include <cctype>
 #include <map>
 #include <stdexcept>
 
@@ -86,15 +85,6 @@ private:
 
 } // namespace
 
-std::string path_level(std::string_view name) {
-    const auto is_letter = [](unsigned char character) { return std::isalpha(character) != 0 || character == '_'; };
-    const bool plain = !name.empty() && is_letter(static_cast<unsigned char>(name[0])) &&
-                       std::all_of(name.begin(), name.end(), [&](unsigned char character) {
-                           return is_letter(character) || std::isdigit(character) != 0 || character == '-';
-                       });
-    return plain ? std::string(name) : '"' + std::string(name) + '"';
-}
-
 std::string row_path(const message& read, const host::record_plan& plan, std::size_t row) {
     return (plan.names_subscribed_level() ? read.view : read.path) + '.' + plan.rows()[row].name;
 }
@@ -121,8 +111,8 @@ void selection::add_view(std::size_t description, const qor_type_node_t& view, s
     for (const qor_type_node_t& object : objects) {
         message& added = messages_.emplace_back();
         added.description = description;
-        added.view = path_level(view.name);
-        added.path = added.view + '.' + path_level(object.name);
+        added.view = host::text_of(view.name);
+        (added.path = added.view + '.') += host::text_of(object.name);
         added.address = object.object.address;
         added.flags = object.object.flags;
         added.node = &object;
@@ -155,7 +145,7 @@ bool selection::find_wanted(const std::string& path, level_counts& counts, const
                             std::vector<bool>& used) const {
     bool found = false;
     for (const host::node_tree& below : tree.trees) {
-        const std::string inner = path + '.' + path_level(below.node->name);
+        const std::string inner = (path + '.') += host::text_of(below.node->name);
         counts.push_back(element_count(*below.node));
         found = mark_used(inner, counts, used) || found;
         found = find_wanted(inner, counts, below, used) || found;

@@ -78,9 +78,6 @@ private:
 // The whole path of a row, below the source: "CAN.EngineData.EngineSpeed".
 std::string row_path(const message& read, const host::record_plan& plan, std::size_t row);
 
-// A level of a path as a URL expression has it: quoted where its characters ask for it.
-std::string path_level(std::string_view name);
-
 } // namespace tavi::tool
 
 #endif
