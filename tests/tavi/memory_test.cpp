@@ -17,7 +17,7 @@ constexpr const char* layout = R"({"sdl": 1, "views": [
    {"name": "Object", "count": 3, "members": [
     {"name": "id", "stored": "uint8"}, {"name": "speed", "stored": "int8", "factor": 0.5, "unit": "m/s"}]}]},
   {"name": "Part", "address": "0x20000010", "count": 2, "members": [{"name": "x", "stored": "uint16"}]}]},
- {"name": "Late", "cycle": 5, "objects": [
+ {"name": "Late View", "cycle": 5, "objects": [
   {"name": "Head", "address": "0x20000000", "members": [{"name": "tag", "stored": "uint32"}]}]}]})";
 
 class memory : public ::testing::Test, public workplace {
@@ -44,14 +44,14 @@ protected:
 };
 
 TEST_F(memory, gives_all_objects_that_lie_in_the_piece) {
-    EXPECT_THAT(rows("--memory address=0x20000000,cycle=5 -s 'Raw.Table.Object' -s 'Raw.Part' -s Late.Head.tag"),
+    EXPECT_THAT(rows("--memory address=0x20000000,cycle=5 -s 'Raw.Table.Object' -s 'Raw.Part' -s 'Late View.Head.tag'"),
                 ElementsAre(",memory.Raw.Table.Object[0].id,7,", ",memory.Raw.Table.Object[0].speed,1,m/s",
                             ",memory.Raw.Table.Object[1].id,8,", ",memory.Raw.Table.Object[1].speed,-1,m/s",
                             ",memory.Raw.Table.Object[2].id,9,", ",memory.Raw.Table.Object[2].speed,3,m/s",
-                            ",memory.Raw.Part[0].x,4660,", ",memory.Raw.Part[1].x,22136,", ",memory.Late.Head.tag,1,"));
+                            ",memory.Raw.Part[0].x,4660,", ",memory.Raw.Part[1].x,22136,", ",memory.Late View.Head.tag,1,"));
     EXPECT_EQ(code, 0) << errors;
     EXPECT_THAT(errors, StartsWith("tavi: 1 memory block read: 1 matched\ntavi: lost: nothing\n"));
-    EXPECT_THAT(rows("--memory address=536870912,cycle=4 -s Late -s Raw.Part -f jsonl").at(1),
+    EXPECT_THAT(rows("--memory address=536870912,cycle=4 -s 'Late View' -s Raw.Part -f jsonl").at(1),
                 R"({"timestamp":null,"signal":"memory.Raw.Part[1].x","value":22136,"unit":""})");
     EXPECT_THAT(errors, StartsWith("tavi: note: 1 of 2 objects are not in the 20 bytes from 0x20000000 in cycle 4\n"));
 }
