@@ -92,6 +92,7 @@ url_pattern::url_pattern(std::string_view pattern) : text_(pattern) {
                         (!next.literal && next.text.find_first_of("*?") != std::string::npos);
         levels_.push_back(std::move(next));
     } while (at++ < pattern.size());
+    fixed_ = text_.substr(0, text_.find_first_of("*?[\"'"));
     any_head_ = !levels_.front().literal && levels_.front().text == "*" && levels_.front().filter == filter_kind::none;
 }
 
@@ -143,11 +144,18 @@ bool url_pattern::fits_element(const level& wanted, const element& found, std::u
     return wanted.filter == filter_kind::last ? *found.index + 1 == count : *found.index == wanted.index;
 }
 
+bool url_pattern::may_fit(std::string_view path) const noexcept {
+    return path.starts_with(fixed_) || path.find('[') != std::string_view::npos;
+}
+
 bool url_pattern::matches(std::string_view path, std::span<const std::uint64_t> counts) const {
-    return matches_levels(levels_of(path), counts);
+    return may_fit(path) && matches_levels(levels_of(path), counts);
 }
 
 bool url_pattern::matches_below(std::string_view path, std::span<const std::uint64_t> counts) const {
+    if (!may_fit(path)) {
+        return false;
+    }
     const std::vector<std::string_view> levels = levels_of(path);
     for (std::size_t count = 1; count <= levels.size(); ++count) {
         if (matches_levels(std::span(levels).first(count), counts)) {

@@ -61,10 +61,14 @@ private:
     };
 
     std::size_t read_filter(level& read, std::size_t at);
+    // A cheap question that rules out nearly all paths; an element's path goes on behind the name with its index.
+    bool may_fit(std::string_view path) const noexcept;
     static bool fits_element(const level& wanted, const element& found, std::uint64_t count);
 
     std::string text_;
     std::vector<level> levels_;
+    // What stands before the first character that is not taken as it is: the beginning of all paths that fit.
+    std::string fixed_;
     bool any_head_ = false;
     bool has_wildcard_ = false;
     bool has_filter_ = false;

@@ -47,6 +47,19 @@ std::size_t character_length(std::string_view text) noexcept {
     return 0;
 }
 
+// How many bytes at the start stand for themselves.
+std::size_t plain_length(std::string_view text) noexcept {
+    std::size_t length = 0;
+    while (length < text.size()) {
+        const auto byte = static_cast<unsigned char>(text[length]);
+        if (byte < 0x20 || byte > 0x7E || byte == '"' || byte == '\\') {
+            break;
+        }
+        ++length;
+    }
+    return length;
+}
+
 void append_control(std::string& text, unsigned char value) {
     switch (value) {
     case '\b':
@@ -127,7 +140,14 @@ void json_text::string(std::string_view value) {
 
 void json_text::append_quoted(std::string_view value) {
     text_ += '"';
-    while (!value.empty()) {
+    for (;;) {
+        // Nearly all texts end here.
+        const std::size_t plain = plain_length(value);
+        text_ += value.substr(0, plain);
+        value.remove_prefix(plain);
+        if (value.empty()) {
+            break;
+        }
         const std::size_t length = character_length(value);
         const auto byte = static_cast<unsigned char>(value.front());
         if (length == 0) {
