@@ -2,6 +2,7 @@
 #ifndef QORCPP_BOUNDED_FILE_HPP
 #define QORCPP_BOUNDED_FILE_HPP
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
@@ -20,8 +21,14 @@ public:
     bool read(std::uint64_t offset, void* buffer, std::size_t length);
 
 private:
+    bool read_file(std::uint64_t offset, char* buffer, std::size_t length);
+
     std::ifstream file_;
     std::uint64_t size_ = 0;
+    // The bytes around the last short read: headers and names of sections lie side by side.
+    std::array<char, 8192> window_;
+    std::uint64_t window_begin_ = 0;
+    std::size_t window_size_ = 0;
 };
 
 } // namespace qor::runtime
