@@ -67,14 +67,17 @@ bool parse_channel(candump_cursor& line, std::string_view& channel) {
     return true;
 }
 
+std::uint32_t big_endian_word(const std::array<std::uint8_t, 4>& bytes) noexcept {
+    return static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
+           static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
+}
+
 bool parse_id(candump_cursor& line, std::uint32_t& id) {
     const char* const first = line.at;
     if (line.left() > 8 && first[8] == '#') {
         std::array<std::uint8_t, 4> bytes{};
         if (decode_hex(first, bytes.data())) {
-            const std::uint32_t value = static_cast<std::uint32_t>(bytes[0]) << 24 |
-                                        static_cast<std::uint32_t>(bytes[1]) << 16 |
-                                        static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
+            const std::uint32_t value = big_endian_word(bytes);
             if ((value & (qor::can_extended_bit | qor::can_remote_bit)) != 0) {
                 return line.fail(first, "the id " + std::string(first, 8) + " has more than 29 bits", id_hint);
             }
@@ -210,7 +213,62 @@ bool parse_tail(candump_cursor& line) {
                : line.fail(line.at, "the frame is followed by what does not belong to it", candump_line_hint);
 }
 
+// The id and the '#' behind it; their length, 0 when they are none or not of the usual kind.
+std::size_t parse_plain_id(const char* text, std::size_t left, std::uint32_t& id) noexcept {
+    if (left > 8 && text[8] == '#') {
+        std::array<std::uint8_t, 4> bytes{};
+        const bool good = decode_hex(text, bytes.data());
+        id = big_endian_word(bytes) | qor::can_extended_bit;
+        return good && bytes[0] < 0x20 ? 9 : 0;
+    }
+    if (left > 3 && text[3] == '#') {
+        const unsigned digits[] = {hex_value(text[0]), hex_value(text[1]), hex_value(text[2])};
+        id = digits[0] << 8 | digits[1] << 4 | digits[2];
+        return id <= 0x7FF && (digits[1] | digits[2]) < 16 ? 4 : 0;
+    }
+    return 0;
+}
+
+// An even number of digits. Requires: room for 4 bytes more than they make; eight characters can be read before `end`.
+bool decode_plain_data(const char* text, const char* end, std::uint8_t* bytes) noexcept {
+    while (end - text >= 8) {
+        if (!decode_hex(text, bytes)) {
+            return false;
+        }
+        text += 8;
+        bytes += 4;
+    }
+    if (text == end) {
+        return true;
+    }
+    // The last eight characters without those that are read already, and zeros behind them.
+    const auto read = static_cast<unsigned>(8 - (end - text)) * 8;
+    return decode_hex(load_characters(end - 8) >> read | every_byte('0') << (64 - read), bytes);
+}
+
 } // namespace
+
+bool parse_plain_candump_frame(const char* begin, const char* end, candump_frame& frame) noexcept {
+    const std::size_t id_length = parse_plain_id(begin, static_cast<std::size_t>(end - begin), frame.id);
+    if (id_length == 0) {
+        return false;
+    }
+    begin += id_length;
+    std::size_t limit = 8;
+    frame.flags = 0;
+    if (begin != end && *begin == '#') {
+        if (end - begin < 2 || hex_value(begin[1]) > 15) {
+            return false;
+        }
+        frame.flags = static_cast<std::uint8_t>(hex_value(begin[1]) | can_fd_flag);
+        begin += 2;
+        limit = 64;
+    }
+    const auto digits = static_cast<std::size_t>(end - begin);
+    frame.length = static_cast<std::uint8_t>(digits / 2);
+    return digits % 2 == 0 && digits / 2 <= limit && (digits <= 16 || is_fd_length(digits / 2)) &&
+           decode_plain_data(begin, end, frame.data.data());
+}
 
 bool parse_candump_beginning(candump_cursor& line, std::string_view& time, std::string_view& channel) {
     return parse_time(line, time) && parse_channel(line, channel);

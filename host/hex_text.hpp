@@ -88,9 +88,9 @@ inline bool all_digits(const char* text, std::size_t count) noexcept {
     return are_digits(load_characters(text + count - 8));
 }
 
-// Four bytes from eight hexadecimal digits; false, with nothing stored, when one of them is none.
-inline bool decode_hex(const char* text, std::uint8_t* bytes) noexcept {
-    const std::uint64_t word = load_characters(text);
+// Four bytes from eight hexadecimal digits, as load_characters gives them; false, with nothing stored, when one of them
+// is none.
+inline bool decode_hex(std::uint64_t word, std::uint8_t* bytes) noexcept {
     const std::uint64_t lower = word | every_byte(0x20);
     const std::uint64_t letters =
         (lower + every_byte(0x80 - 'a')) & ~(lower + every_byte(0x7F - 'f')) & every_byte(0x80);
@@ -107,6 +107,10 @@ inline bool decode_hex(const char* text, std::uint8_t* bytes) noexcept {
     }
     std::memcpy(bytes, &value, sizeof value);
     return true;
+}
+
+inline bool decode_hex(const char* text, std::uint8_t* bytes) noexcept {
+    return decode_hex(load_characters(text), bytes);
 }
 
 } // namespace tavi::host
