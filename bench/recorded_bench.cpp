@@ -3,6 +3,7 @@
 //
 //   register_description   file in memory to a catalogue in memory, ready for subscriptions
 //   subscribe_messages     subscriptions to all messages of the description
+//   read_log               the frames of the log, taken from memory; the counter gives frames a second
 //   records_to_doubles     all signals of all frames through the host's plans, the message of each frame known; the
 //                          counter gives signals a second
 #include <benchmark/benchmark.h>
@@ -116,13 +117,33 @@ plans_by_id plans_of(extractor& extractor, const tavi::host::nodes& messages) {
     return plans;
 }
 
-recording read_frames(const std::string& log, const plans_by_id& plans) {
-    std::size_t taken = 0;
-    tavi::host::candump_reader reader([&](char* buffer, std::size_t room) {
+tavi::host::byte_source bytes_of(const std::string& log) {
+    return [&log, taken = std::size_t{0}](char* buffer, std::size_t room) mutable {
         const std::size_t size = log.copy(buffer, room, taken);
         taken += size;
         return size;
-    });
+    };
+}
+
+void read_log(benchmark::State& state) {
+    const auto log = file_named_by("TAVI_BENCH_LOG", state);
+    if (!log) {
+        return;
+    }
+    std::int64_t frames = 0;
+    for (auto _ : state) {
+        tavi::host::candump_reader reader(bytes_of(*log));
+        tavi::host::candump_frame frame;
+        while (reader.next(frame) == tavi::host::candump_reader::outcome::frame) {
+            ++frames;
+        }
+    }
+    state.SetItemsProcessed(frames);
+}
+BENCHMARK(read_log)->Unit(benchmark::kMillisecond);
+
+recording read_frames(const std::string& log, const plans_by_id& plans) {
+    tavi::host::candump_reader reader(bytes_of(log));
     recording result;
     tavi::host::candump_frame frame;
     for (auto told = reader.next(frame); told != tavi::host::candump_reader::outcome::end; told = reader.next(frame)) {
