@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -48,6 +49,11 @@ struct candump_fault {
     std::string hint;
 };
 
+// The number that the interface of a name has from its first frame on; nothing when the log names too many.
+using channel_numbers = std::function<std::optional<std::size_t>(std::string_view name)>;
+
+struct candump_cursor;
+
 // Thread: one at a time.
 class candump_reader {
 public:
@@ -57,7 +63,16 @@ public:
     static constexpr std::size_t channel_limit = 256;
 
     // block_size: bytes read at once; a line as long as this or longer is damaged (at least 4096).
-    explicit candump_reader(byte_source source, std::size_t block_size = std::size_t{256} << 10);
+    explicit candump_reader(byte_source source, std::size_t block_size = default_block_size);
+    static constexpr std::size_t default_block_size = std::size_t{256} << 10;
+
+    // For a log that comes in pieces, see read_text. Whoever has the pieces knows which interfaces came before: numbers
+    // are asked for once for each name.
+    explicit candump_reader(channel_numbers numbers);
+
+    // Goes on with another piece of the log: whole lines, at most default_block_size bytes. A last line without its end
+    // is taken as it is; one that is a whole piece of that size is damaged for its length. Line numbers begin anew.
+    void read_text(std::string_view text) noexcept;
 
     // The next frame, a line that is none (then see fault(), line_text()), or the end. What the source throws goes
     // through.
@@ -69,7 +84,7 @@ public:
     std::string_view line_text() const noexcept { return line_; }
     const candump_fault& fault() const noexcept { return fault_; }
 
-    // The interfaces seen so far, in order of first appearance.
+    // The interfaces seen so far, in order of first appearance (of this reader alone when it reads pieces).
     const std::vector<std::string>& channels() const noexcept { return channels_; }
 
     // Bytes taken from the source.
@@ -81,18 +96,26 @@ private:
         std::string text;
         std::uint64_t word;
         std::uint64_t mask;
+        std::size_t number;
     };
 
     bool begins_with(const char* text, const char* end, const channel_mark& mark) const noexcept;
     bool next_line();
     bool refill();
     void skip_rest_of_line();
+    bool parse_usual(candump_frame& frame) noexcept;
     bool parse(candump_frame& frame);
-    bool parse_known_beginning(candump_frame& frame, std::size_t& length) const;
-    bool learn_beginning(std::string_view channel, candump_frame& frame);
+    bool parse_known_beginning(candump_frame& frame, std::size_t& length) noexcept;
+    bool learn_beginning(candump_cursor& line, std::string_view channel, candump_frame& frame);
+    std::optional<std::size_t> number_of(std::string_view channel) const;
 
     byte_source source_;
+    channel_numbers numbers_;
     std::vector<char> block_;
+    // Where the text stands: the block, or a piece that another owns.
+    const char* text_ = nullptr;
+    // A line as long as this is damaged.
+    std::size_t limit_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     bool at_end_ = false;
@@ -102,7 +125,7 @@ private:
     bool line_is_cut_ = false;
     candump_fault fault_;
     std::vector<std::string> channels_;
-    // The same, as a line has them behind its time.
+    // The same, as a line has them behind its time, and the last frame's place among them.
     std::vector<channel_mark> channel_marks_;
     std::size_t last_channel_ = 0;
     // Where the last line had its '.' and ')'; 0 before the first frame.

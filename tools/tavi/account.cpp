@@ -29,6 +29,15 @@ std::string seconds_text(double seconds) {
 
 } // namespace
 
+frame_counts& frame_counts::operator+=(const frame_counts& other) noexcept {
+    for (const auto count : {&frame_counts::frames, &frame_counts::matched, &frame_counts::unknown_ids,
+                             &frame_counts::not_selected, &frame_counts::without_values, &frame_counts::remote,
+                             &frame_counts::error_frames, &frame_counts::short_frames, &frame_counts::values}) {
+        this->*count += other.*count;
+    }
+    return *this;
+}
+
 std::string format_account(const account& totals) {
     std::vector<std::string> frames{plural(totals.matched, "matched", "matched")};
     const auto add = [](std::vector<std::string>& parts, std::uint64_t count, const char* name) {

@@ -10,11 +10,7 @@
 namespace tavi::tool {
 
 // Each frame read is counted once among matched, unknown_ids, not_selected, without_values, remote and error_frames.
-struct account {
-    std::string log;
-    // What is counted; several of it are it and an s.
-    std::string unit = "frame";
-
+struct frame_counts {
     std::uint64_t frames = 0;
     std::uint64_t matched = 0;        // gave at least one value
     std::uint64_t unknown_ids = 0;    // no description of their interface has the id
@@ -24,6 +20,16 @@ struct account {
     std::uint64_t error_frames = 0;   // reports of the interface, no messages
 
     std::uint64_t short_frames = 0; // with less data than the message has, signals were left out
+    std::uint64_t values = 0;
+
+    frame_counts& operator+=(const frame_counts& other) noexcept;
+};
+
+struct account : frame_counts {
+    std::string log;
+    // What is counted; several of it are it and an s.
+    std::string unit = "frame";
+
     std::string first_short;
     std::uint64_t damaged_lines = 0; // no frames
     std::string first_damaged;
@@ -31,7 +37,6 @@ struct account {
     std::string first_left_out;
     std::uint64_t description_warnings = 0; // all, those of parts left out too
 
-    std::uint64_t values = 0;
     double seconds = 0;
     bool interrupted = false;
     exit_code code = exit_code::done;

@@ -24,7 +24,7 @@ void checked(const std::string& name, Action action) {
 } // namespace
 
 block_output::block_output(const std::string& path)
-    : name_(path.empty() ? "standard output" : path), block_(block_size) {
+    : row_output(block_size), name_(path.empty() ? "standard output" : path) {
     checked(name_, [&] {
         stream_ = path.empty() ? std::make_unique<qor::platform::output_stream>()
                                : std::make_unique<qor::platform::output_stream>(path);
@@ -38,8 +38,13 @@ void block_output::make_room(std::size_t count) {
     }
 }
 
-void block_output::write(std::string_view lines) {
+void row_output::write(std::string_view lines) {
     commit(std::copy(lines.begin(), lines.end(), reserve(lines.size())));
+}
+
+void block_output::write_through(std::string_view lines) {
+    flush();
+    checked(name_, [&] { stream_->write(lines.data(), lines.size()); });
 }
 
 void block_output::flush() {

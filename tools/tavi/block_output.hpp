@@ -49,14 +49,16 @@ private:
     std::size_t size_ = 0;
 };
 
-// Thread: one at a time. What was not flushed is dropped when the object ends.
-class block_output {
+// A block that rows are written into. Thread: one at a time.
+class row_output {
 public:
-    // Standard output for an empty path. Throws: command_error when the file cannot be made.
-    explicit block_output(const std::string& path);
+    explicit row_output(std::size_t size) : block_(size) {}
+    row_output(const row_output&) = delete;
+    row_output& operator=(const row_output&) = delete;
+    virtual ~row_output() = default;
 
     // Place for at least `count` bytes; what was written there, whole lines only, counts from `commit` on.
-    // Throws: as flush.
+    // Throws: what emptying a full block throws.
     char* reserve(std::size_t count) {
         if (block_.size() - used_ < count) {
             make_room(count);
@@ -65,8 +67,25 @@ public:
     }
     void commit(const char* end) noexcept { used_ = static_cast<std::size_t>(end - block_.data()); }
 
-    // Whole lines. Throws: as flush.
+    // Whole lines. Throws: as reserve.
     void write(std::string_view lines);
+
+protected:
+    // Makes room for `count` bytes: empties the block or makes it larger.
+    virtual void make_room(std::size_t count) = 0;
+
+    std::vector<char> block_;
+    std::size_t used_ = 0;
+};
+
+// A block that is written to a file or stream when it is full. What was not flushed is dropped when the object ends.
+class block_output final : public row_output {
+public:
+    // Standard output for an empty path. Throws: command_error when the file cannot be made.
+    explicit block_output(const std::string& path);
+
+    // Lines past the block, behind what stands in it. Throws: as flush.
+    void write_through(std::string_view lines);
 
     // Throws: qor::platform::closed_pipe_error, command_error when writing fails.
     void flush();
@@ -75,12 +94,10 @@ public:
     void close();
 
 private:
-    void make_room(std::size_t count);
+    void make_room(std::size_t count) override;
 
     std::string name_;
     std::unique_ptr<qor::platform::output_stream> stream_;
-    std::vector<char> block_;
-    std::size_t used_ = 0;
 };
 
 } // namespace tavi::tool

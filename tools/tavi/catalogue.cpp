@@ -57,18 +57,19 @@ std::string type_of(const std::string& path) {
     return type;
 }
 
-host::extractor start_extractor(const catalogue_options& options, const host::log_function& log) {
+host::extractor start_extractor(const catalogue_options& options, const std::string& uri,
+                                const host::log_function& log) {
     // A catalogue that is only read from is not made by mistake.
     const std::uint32_t flags =
         options.storage.empty() || !options.descriptions.empty() ? 0 : QOR_SIGNAL_STORAGE_MUST_EXIST;
     try {
-        return host::extractor(options.storage.empty() ? host::memory_catalogue : options.storage, flags, log);
+        return host::extractor(uri, flags, log);
     } catch (const host::error& error) {
         if (options.storage.empty()) {
             throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
         }
         // With a catalogue in memory it either starts, then the URI is at fault, or tells the same of a plug-in.
-        start_extractor({}, {});
+        start_extractor({}, host::memory_catalogue, {});
         throw command_error("tavi: error: the catalogue '" + printable(options.storage) +
                                 "' cannot be opened: " + printable(error.what()),
                             exit_code::failed, "a catalogue on disk reads file:PATH, for example file:catalogue.db3");
@@ -77,14 +78,44 @@ host::extractor start_extractor(const catalogue_options& options, const host::lo
 
 } // namespace
 
-catalogue::catalogue(const catalogue_options& options, diagnostics& messages)
-    : messages_(messages), strict_(options.strict), storage_(options.storage), file_count_(options.descriptions.size()),
-      log_(messages),
-      extractor_(start_extractor(options, [this](const qor_log_info_t& message) { log_.receive(message); })) {
+catalogue::catalogue(const catalogue_options& options, message_sink& messages, bool shared)
+    : messages_(messages), strict_(options.strict), storage_(options.storage), uri_(storage_),
+      file_count_(options.descriptions.size()), log_(messages),
+      extractor_(start_extractor(options, choose_uri(shared),
+                                 [this](const qor_log_info_t& message) { log_.receive(message); })) {
     std::transform(options.descriptions.begin(), options.descriptions.end(), std::back_inserter(arguments_),
                    parse_description);
     std::transform(options.signatures.begin(), options.signatures.end(), std::back_inserter(arguments_),
                    parse_description);
+}
+
+catalogue::catalogue(const catalogue& original)
+    : messages_(original.messages_), strict_(original.strict_), storage_(original.storage_), uri_(original.uri_),
+      file_count_(original.file_count_), arguments_(original.arguments_), log_(messages_),
+      extractor_(uri_, QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST,
+                 [this](const qor_log_info_t& message) { log_.receive(message); }) {
+    for (std::size_t description = 0; description < original.signatures_.size(); ++description) {
+        register_stored(description, original.signatures_[description]);
+    }
+}
+
+std::unique_ptr<catalogue> catalogue::another() const {
+    return std::unique_ptr<catalogue>(new catalogue(*this));
+}
+
+// One in memory that several connections of this process find by its name, or one that is private.
+const std::string& catalogue::choose_uri(bool shared) {
+    if (uri_.empty()) {
+        uri_ = shared ? "file:/tavi_" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + "?vfs=memdb"
+                      : host::memory_catalogue;
+    }
+    return uri_;
+}
+
+void catalogue::register_stored(std::size_t description, const std::string& signature) {
+    extractor_.register_source_from_storage(description_source_id, static_cast<std::uint32_t>(description),
+                                            "description " + std::to_string(description + 1), {&signature, 1});
+    signatures_.push_back(signature);
 }
 
 void catalogue::load() {
@@ -135,13 +166,11 @@ void catalogue::list_stored() {
 void catalogue::load_stored(std::size_t description) {
     const std::string& signature = arguments_[description].path;
     try {
-        extractor_.register_source_from_storage(description_source_id, static_cast<std::uint32_t>(description),
-                                                "description " + std::to_string(description + 1), {&signature, 1});
+        register_stored(description, signature);
     } catch (const host::error& error) {
         throw command_error("tavi: error: " + printable(error.what()), exit_code::failed,
                             "tavi register prints the signatures of what it keeps");
     }
-    signatures_.push_back(signature);
 }
 
 void catalogue::load_one(std::size_t description) {

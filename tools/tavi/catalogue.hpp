@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,8 +19,16 @@ namespace tavi::tool {
 // Thread: one at a time.
 class catalogue {
 public:
-    // Starts the extractor. Throws: command_error, with exit_code::plugin_failed when a plug-in is at fault.
-    catalogue(const catalogue_options& options, diagnostics& messages);
+    // Starts the extractor. shared: others may be made of it. Throws: command_error, with exit_code::plugin_failed when
+    // a plug-in is at fault.
+    catalogue(const catalogue_options& options, message_sink& messages, bool shared = false);
+
+    // Another extractor on the same catalogue, for another thread, with the descriptions that are loaded. This one must
+    // outlive it and be shared. Thread: any, while this one is not loading. Throws: host::error.
+    std::unique_ptr<catalogue> another() const;
+
+    // Where messages go from now on.
+    void report_to(message_sink& messages) { log_.report_to(messages); }
 
     // Reads all descriptions, or takes them from the storage. Throws: command_error for a file that cannot be read, one
     // that the parser refuses, a signature that the storage does not hold and, in a strict run, a description with a
@@ -57,17 +66,29 @@ public:
     // Whom packages of an interface are from; the instance is the interface's number.
     static constexpr std::uint16_t interface_source_id = 0x0010;
 
+    // What library and plug-ins say from now on is kept, until end_capture returns it.
+    void begin_capture() { log_.begin_capture(); }
+    std::vector<std::string> end_capture() { return log_.end_capture(); }
+    // Reports it as if it were said now.
+    void tell(const std::string& text) { log_.receive(text); }
+
 private:
+    explicit catalogue(const catalogue& original);
+
     void load_one(std::size_t description);
     void list_stored();
     void load_stored(std::size_t description);
+    void register_stored(std::size_t description, const std::string& signature);
+    const std::string& choose_uri(bool shared);
     std::uint64_t warnings() const noexcept {
         return messages_.count(topic::description) + messages_.count(topic::left_out);
     }
 
-    diagnostics& messages_;
+    message_sink& messages_;
     bool strict_;
     std::string storage_;
+    // The same, or which catalogue in memory.
+    std::string uri_;
     // How many of the arguments are files.
     std::size_t file_count_;
     std::vector<description_argument> arguments_;

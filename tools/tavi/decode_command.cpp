@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <system_error>
+#include <thread>
 
 #include "host/candump_reader.hpp"
 #include "host/nmea_reader.hpp"
@@ -17,6 +20,7 @@
 #include "tools/tavi/frame_decoder.hpp"
 #include "tools/tavi/memory_input.hpp"
 #include "tools/tavi/nmea_input.hpp"
+#include "tools/tavi/parallel_decoder.hpp"
 #include "tools/tavi/printable.hpp"
 #include "tools/tavi/progress_bar.hpp"
 #include "tools/tavi/row_writer.hpp"
@@ -25,11 +29,6 @@
 namespace tavi::tool {
 
 namespace {
-
-// The log's name in messages.
-std::string log_name(const decode_options& options) {
-    return options.log == "-" ? "<standard input>" : options.log;
-}
 
 std::unique_ptr<qor::platform::input_stream> open_log(const decode_options& options) {
     try {
@@ -40,11 +39,19 @@ std::unique_ptr<qor::platform::input_stream> open_log(const decode_options& opti
     }
 }
 
+decode_options with_jobs(decode_options options) {
+    if (options.jobs == 0) {
+        options.jobs = std::max(1U, std::thread::hardware_concurrency());
+    }
+    return options;
+}
+
 // One decode, from the opened files to the account.
 class decode_run {
 public:
     explicit decode_run(const decode_options& options)
-        : options_(options), messages_(options.catalogue.strict), input_(open_log(options)), progress_(input_->size()) {
+        : options_(with_jobs(options)), messages_(options.catalogue.strict), input_(open_log(options)),
+          progress_(input_->size()) {
         totals_.log = log_name(options);
         messages_.set_before_print([this] { progress_.clear(); });
         if (!options.report.empty()) {
@@ -81,11 +88,13 @@ public:
 private:
     void decode();
     bool is_nmea();
+    bool is_parallel() const;
+    std::size_t read_head_or_log(char* buffer, std::size_t room);
     std::size_t read_log(char* buffer, std::size_t room, block_output& output);
-    void read_frames(block_output& output);
+    void read_frames(catalogue& known, selection& wanted, row_writer& rows, block_output& output);
+    void read_frames_in_parallel(catalogue& known, selection& wanted, block_output& output);
     void read_memory(catalogue& known, selection& wanted, row_writer& rows);
-    void report_damage(const host::candump_reader& reader);
-    void note_unused_descriptions(const host::candump_reader& reader);
+    void note_unused_descriptions(const std::function<bool(const std::string&)>& has_interface);
 
     exit_code result() const {
         if (failure_) {
@@ -109,14 +118,13 @@ private:
         }
     }
 
-    const decode_options& options_;
+    const decode_options options_;
     diagnostics messages_;
     account totals_;
     std::unique_ptr<qor::platform::input_stream> input_;
     progress_bar progress_;
     std::optional<block_output> report_;
     std::optional<command_error> failure_;
-    std::optional<frame_decoder> decoder_;
     bool started_ = false;
     // What was read of the log to see what it is, and how much of that was used again.
     std::string head_;
@@ -126,7 +134,8 @@ private:
 
 void decode_run::decode() {
     const bool nmea = is_nmea();
-    catalogue known(options_.catalogue, messages_);
+    const bool parallel = !nmea && options_.memory.empty() && is_parallel();
+    catalogue known(options_.catalogue, messages_, parallel);
     if (nmea) {
         known.load_source(receiver_source_id, receiver_source_name);
     } else {
@@ -140,7 +149,6 @@ void decode_run::decode() {
     }
     block_output output(options_.output);
     row_writer rows(output, options_.format);
-    decoder_.emplace(options_, known, wanted, rows, messages_, totals_);
     started_ = true;
     rows.write_header();
     try {
@@ -148,12 +156,16 @@ void decode_run::decode() {
             totals_.unit = "sentence";
             const auto source = [&](char* buffer, std::size_t room) { return read_log(buffer, room, output); };
             decode_nmea(options_, source, known, wanted, rows, messages_, totals_);
+        } else if (parallel) {
+            read_frames_in_parallel(known, wanted, output);
         } else if (options_.memory.empty()) {
-            read_frames(output);
+            read_frames(known, wanted, rows, output);
         } else {
             read_memory(known, wanted, rows);
         }
-    } catch (const command_error&) {
+    } catch (const qor::platform::closed_pipe_error&) {
+        throw;
+    } catch (...) {
         // What was decoded before the failure is whole and stays.
         output.close();
         throw;
@@ -187,44 +199,51 @@ bool decode_run::is_nmea() {
     return found.value_or(false);
 }
 
+// Whether more than one thread may decode. A log that is small has no time to win.
+bool decode_run::is_parallel() const {
+    return options_.jobs > 1 &&
+           input_->size().value_or(options_.shortest_parallel_log) >= options_.shortest_parallel_log;
+}
+
+std::size_t decode_run::read_head_or_log(char* buffer, std::size_t room) {
+    const std::size_t count = std::min(room, head_.size() - head_used_);
+    head_.copy(buffer, count, head_used_);
+    head_used_ += count;
+    return count != 0 ? count : input_->read(buffer, room);
+}
+
 std::size_t decode_run::read_log(char* buffer, std::size_t room, block_output& output) {
-    std::size_t count = std::min(room, head_.size() - head_used_);
-    if (count != 0) {
-        head_.copy(buffer, count, head_used_);
-        head_used_ += count;
-    } else {
-        if (!input_->size()) {
-            output.flush();
-        }
-        count = input_->read(buffer, room);
+    if (head_used_ == head_.size() && !input_->size()) {
+        output.flush();
     }
+    const std::size_t count = read_head_or_log(buffer, room);
     done_ += count;
     progress_.advance(done_, totals_.values);
     return count;
 }
 
-void decode_run::read_frames(block_output& output) {
+void decode_run::read_frames(catalogue& known, selection& wanted, row_writer& rows, block_output& output) {
     host::candump_reader reader([&](char* buffer, std::size_t room) { return read_log(buffer, room, output); });
+    const auto& names = reader.channels();
+    frame_decoder decoder(options_, known, wanted, rows, messages_, totals_,
+                          [&](std::size_t number) { return names[number]; });
     try {
-        host::candump_frame frame;
-        for (auto outcome = reader.next(frame); outcome != host::candump_reader::outcome::end;
-             outcome = reader.next(frame)) {
-            if (outcome == host::candump_reader::outcome::frame) {
-                decoder_->decode(reader, frame);
-            } else {
-                report_damage(reader);
-            }
-        }
-    } catch (const host::error& error) {
-        throw command_error(place_text(totals_.log, reader.line_number(), 0) + ": error: " + printable(error.what()),
-                            exit_code::plugin_failed);
-    } catch (const std::system_error& error) {
-        throw command_error(place_text(totals_.log, reader.line_number(), 0) +
-                            ": error: cannot be read further: " + error.code().message());
+        decoder.decode_all(reader);
+    } catch (...) {
+        rethrow_with_place(std::current_exception(), totals_.log, reader.line_number());
     }
-    if (!qor::platform::interrupted()) {
-        note_unused_descriptions(reader);
-    }
+    note_unused_descriptions(
+        [&](const std::string& name) { return std::find(names.begin(), names.end(), name) != names.end(); });
+}
+
+void decode_run::read_frames_in_parallel(catalogue& known, selection& wanted, block_output& output) {
+    output.flush();
+    chunk_cutter cutter([&](char* buffer, std::size_t room) { return read_head_or_log(buffer, room); }, !input_->size(),
+                        options_.chunk_size);
+    parallel_decoder decoder(options_, known, wanted, output, messages_, totals_,
+                             [&](std::uint64_t bytes) { progress_.advance(bytes, totals_.values); });
+    decoder.run(cutter);
+    note_unused_descriptions([&](const std::string& name) { return decoder.interfaces().find(name).has_value(); });
 }
 
 void decode_run::read_memory(catalogue& known, selection& wanted, row_writer& rows) {
@@ -238,28 +257,13 @@ void decode_run::read_memory(catalogue& known, selection& wanted, row_writer& ro
     }
 }
 
-void decode_run::report_damage(const host::candump_reader& reader) {
-    if (!messages_.shows(topic::damaged_line)) {
-        messages_.add(topic::damaged_line);
-        return;
-    }
-    const host::candump_fault& fault = reader.fault();
-    messages_.report({topic::damaged_line, totals_.log, reader.line_number(), fault.column, fault.cause,
-                      reader.line_text(), fault.hint});
-    if (options_.catalogue.strict) {
-        throw command_error("tavi: error: stopped at the first damaged line, since the run is strict");
-    }
-}
-
 // A description for an interface that never came is a slip of the pen more often than not.
-void decode_run::note_unused_descriptions(const host::candump_reader& reader) {
+void decode_run::note_unused_descriptions(const std::function<bool(const std::string&)>& has_interface) {
     for (const std::string& text : options_.catalogue.descriptions) {
-        const description_argument argument = parse_description(text);
-        const auto& channels = reader.channels();
-        if (!argument.source.empty() &&
-            std::find(channels.begin(), channels.end(), argument.source) == channels.end()) {
+        const std::string source = parse_description(text).source;
+        if (!qor::platform::interrupted() && !source.empty() && !has_interface(source)) {
             messages_.print("tavi: note: " + printable(text) + " was not used: the log has no interface " +
-                            printable(argument.source) + '\n');
+                            printable(source) + '\n');
         }
     }
 }

@@ -34,7 +34,10 @@ std::string_view line_of(std::string_view text, std::uint64_t number);
 // Thread: any.
 class description_log {
 public:
-    explicit description_log(diagnostics& messages) : messages_(messages) {}
+    explicit description_log(message_sink& messages) : messages_(&messages) {}
+
+    // Where messages go from now on.
+    void report_to(message_sink& messages);
 
     // Which description is read from now on: messages that begin with `name` are about it. The content is only
     // looked at until the next call.
@@ -42,20 +45,30 @@ public:
     // It was read. Failures that were survived meanwhile are told now.
     void end();
 
+    // Keeps what is received until end_capture, which returns it; the same texts may be received again later.
+    void begin_capture();
+    std::vector<std::string> end_capture();
+
     // Takes one message of the extractor.
     void receive(const qor_log_info_t& message);
+    // The same with a warning's text.
+    void receive(const std::string& text);
 
     // It was refused: the text as a message "path:line:column: error: cause" with the line it points at. Failures
     // told meanwhile are dropped, they led to this one.
     std::string refusal(std::string_view text);
 
 private:
+    void report(const std::string& text);
+
     std::mutex mutex_;
-    diagnostics& messages_;
+    message_sink* messages_;
     std::string name_;
     std::string path_;
     std::string_view content_;
     std::vector<std::string> failures_;
+    bool captures_ = false;
+    std::vector<std::string> captured_;
 };
 
 } // namespace tavi::tool

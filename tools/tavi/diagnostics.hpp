@@ -41,25 +41,44 @@ std::string place_text(std::string_view file, std::uint64_t line, std::size_t co
 // The whole message, several lines each with its line end; an error for `as_error` whatever its kind.
 std::string format_diagnostic(const diagnostic& message, bool as_error = false);
 
-// Thread: one at a time.
-class diagnostics {
+// Where messages go: to the screen, or first to a place where they wait for those of earlier lines.
+class message_sink {
 public:
     static constexpr std::uint64_t shown_of_a_kind = 10;
+    static constexpr std::size_t kinds = 4;
 
+    virtual ~message_sink() = default;
+
+    // Prints or only counts. A later report of a kind whose ten are printed costs next to nothing.
+    virtual void report(const diagnostic& message) = 0;
+
+    // Whether a report of this kind would be printed: otherwise `add` will do.
+    virtual bool shows(topic kind) const noexcept = 0;
+    virtual void add(topic kind) noexcept = 0;
+    virtual std::uint64_t count(topic kind) const noexcept = 0;
+
+    // Until the next call messages are about what many frames lead to, one of which is the first: each decoder of a
+    // log tells it once, and the first that does in the log's order is heard. 0: about a single frame.
+    virtual void set_subject(std::uint64_t) noexcept {}
+
+protected:
+    static constexpr std::size_t index(topic kind) noexcept { return static_cast<std::size_t>(kind); }
+};
+
+// Thread: one at a time.
+class diagnostics final : public message_sink {
+public:
     // strict: warnings are errors.
     explicit diagnostics(bool strict) : strict_(strict) {}
 
     // Called before something is printed, to take a progress bar off the screen; empty for none.
     void set_before_print(std::function<void()> before_print) { before_print_ = std::move(before_print); }
 
-    // Prints or only counts. A later report of a kind whose ten are printed costs next to nothing.
-    void report(const diagnostic& message);
-
-    // Whether a report of this kind would be printed: otherwise `add` will do.
-    bool shows(topic kind) const noexcept { return counts_[index(kind)] < shown_of_a_kind; }
-    void add(topic kind) noexcept { ++counts_[index(kind)]; }
-
-    std::uint64_t count(topic kind) const noexcept { return counts_[index(kind)]; }
+    void report(const diagnostic& message) override;
+    bool shows(topic kind) const noexcept override { return counts_[index(kind)] < shown_of_a_kind; }
+    void add(topic kind) noexcept override { ++counts_[index(kind)]; }
+    void add(topic kind, std::uint64_t count) noexcept { counts_[index(kind)] += count; }
+    std::uint64_t count(topic kind) const noexcept override { return counts_[index(kind)]; }
 
     // Place of the first report of a kind, "file:line"; empty when there was none.
     const std::string& first_place(topic kind) const noexcept { return first_places_[index(kind)]; }
@@ -71,9 +90,6 @@ public:
     void print(std::string_view text);
 
 private:
-    static constexpr std::size_t kinds = 4;
-    static constexpr std::size_t index(topic kind) noexcept { return static_cast<std::size_t>(kind); }
-
     bool strict_;
     std::function<void()> before_print_;
     std::array<std::uint64_t, kinds> counts_{};

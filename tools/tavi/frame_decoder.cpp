@@ -1,6 +1,8 @@
 #include "tools/tavi/frame_decoder.hpp"
 
 #include <algorithm>
+#include <system_error>
+#include <utility>
 
 #include "qorc/extensibility/data_source.h"
 #include "qorcpp/can_frame.hpp"
@@ -24,12 +26,46 @@ std::string sanitized(const std::string& name) {
     return result;
 }
 
+constexpr std::size_t every_interface = host::candump_reader::channel_limit;
+
+// For message_sink::set_subject: what came up when a message, counted from 1, was prepared on an interface; 0 for what
+// came up before any was.
+std::uint64_t subject_of(std::size_t interface, std::size_t message) noexcept {
+    return (std::uint64_t{interface} + 1) << 32 | message;
+}
+
 } // namespace
 
 frame_decoder::frame_decoder(const decode_options& options, catalogue& catalogue, selection& selection,
-                             row_writer& rows, diagnostics& messages, account& totals)
-    : options_(options), catalogue_(catalogue), selection_(selection), rows_(rows), messages_(messages),
-      totals_(totals), package_(options.j1939 ? qor::j1939_format : qor::can_format) {}
+                             row_writer& rows, message_sink& messages, frame_counts& totals, interface_name name_of)
+    : options_(options), log_(log_name(options)), catalogue_(catalogue), selection_(selection), rows_(rows),
+      messages_(messages), totals_(totals), name_of_(std::move(name_of)),
+      package_(options.j1939 ? qor::j1939_format : qor::can_format) {}
+
+void frame_decoder::decode_all(host::candump_reader& reader) {
+    host::candump_frame frame;
+    for (auto outcome = reader.next(frame); outcome != host::candump_reader::outcome::end;
+         outcome = reader.next(frame)) {
+        if (outcome == host::candump_reader::outcome::frame) {
+            decode(reader, frame);
+        } else {
+            report_damage(reader);
+        }
+    }
+}
+
+void frame_decoder::report_damage(const host::candump_reader& reader) {
+    if (!messages_.shows(topic::damaged_line)) {
+        messages_.add(topic::damaged_line);
+        return;
+    }
+    const host::candump_fault& fault = reader.fault();
+    messages_.report(
+        {topic::damaged_line, log_, reader.line_number(), fault.column, fault.cause, reader.line_text(), fault.hint});
+    if (options_.catalogue.strict) {
+        throw command_error("tavi: error: stopped at the first damaged line, since the run is strict");
+    }
+}
 
 void frame_decoder::decode(const host::candump_reader& reader, const host::candump_frame& frame) {
     ++totals_.frames;
@@ -37,7 +73,7 @@ void frame_decoder::decode(const host::candump_reader& reader, const host::candu
         ++((frame.id & qor::can_error_bit) != 0 ? totals_.error_frames : totals_.remote);
         return;
     }
-    interface_routes& interface = routes_of(reader, frame.channel);
+    interface_routes& interface = routes_of(frame.channel);
     const std::uint32_t number = interface.find(frame.id);
     if (number == interface_routes::not_selected || number == interface_routes::unknown) {
         ++(number == interface_routes::unknown ? totals_.unknown_ids : totals_.not_selected);
@@ -63,9 +99,9 @@ void frame_decoder::decode(const host::candump_reader& reader, const host::candu
     ++(has_values ? totals_.matched : totals_.without_values);
 }
 
-interface_routes& frame_decoder::routes_of(const host::candump_reader& reader, std::size_t channel) {
+interface_routes& frame_decoder::routes_of(std::size_t channel) {
     while (interfaces_.size() <= channel) {
-        add_interface(reader.channels()[interfaces_.size()]);
+        add_interface(name_of_(interfaces_.size()));
     }
     return *interfaces_[channel];
 }
@@ -78,6 +114,7 @@ interface_routes& frame_decoder::add_interface(const std::string& name) {
     }
     interface_routes& added =
         *interfaces_.emplace_back(std::make_unique<interface_routes>(interfaces_.size(), source_name, options_.j1939));
+    messages_.set_subject(subject_of(added.number(), 0));
     catalogue_.register_interface(added.number(), name, source_name);
     for (message& known : selection_.messages()) {
         if (catalogue_.serves(known.description, name) && !added.add(known) &&
@@ -88,6 +125,7 @@ interface_routes& frame_decoder::add_interface(const std::string& name) {
             messages_.report({topic::description, path, 0, 0, cause, {}, {}});
         }
     }
+    messages_.set_subject(0);
     return added;
 }
 
@@ -102,11 +140,23 @@ void frame_decoder::prepare(interface_routes& interface, route& frames) {
 
 void frame_decoder::subscribe(const interface_routes& interface, target& wanted) {
     const message& subscribed = *wanted.wanted;
-    wanted.plan = &selection_.plan_of(*wanted.wanted);
+    wanted.plan = &selection_.plan_of(*wanted.wanted, catalogue_);
+    tell_once(*wanted.plan, subscribed);
+    messages_.set_subject(subject_of(interface.number(), subscribed.number));
     wanted.handle = catalogue_.extractor().subscribe(std::to_string(catalogue::interface_source_id) + '#' +
                                                          std::to_string(interface.number()) + '.' + subscribed.path,
                                                      host::lenient);
+    messages_.set_subject(0);
     wanted.rows = make_rows(rows_, interface.source_name(), subscribed, *wanted.plan);
+}
+
+void frame_decoder::tell_once(const message_plan& plan, const message& subject) {
+    if (!plan.said.empty() && told_plans_.insert(&plan).second) {
+        messages_.set_subject(subject_of(every_interface, subject.number));
+        for (const std::string& text : plan.said) {
+            catalogue_.tell(text);
+        }
+    }
 }
 
 bool frame_decoder::write_values(const host::candump_reader& reader, const host::candump_frame& frame,
@@ -131,11 +181,21 @@ void frame_decoder::report_short(const host::candump_reader& reader, const host:
                               (frame.length == 1 ? " byte, " : " bytes, ") + wanted.wanted->path + " has " +
                               std::to_string(wanted.plan->plan.record_size()) + ": " + std::to_string(lost) +
                               (lost == 1 ? " signal is" : " signals are") + " not in it";
-    const diagnostic message{topic::short_frame, options_.log,      reader.line_number(), 0, cause,
-                             reader.line_text(), std::string_view{}};
+    const diagnostic message{topic::short_frame, log_, reader.line_number(), 0, cause, reader.line_text(),
+                             std::string_view{}};
     messages_.report(message);
     if (options_.catalogue.strict) {
         throw command_error("tavi: error: stopped at the first short frame, since the run is strict");
+    }
+}
+
+void rethrow_with_place(const std::exception_ptr& failure, const std::string& log, std::uint64_t line) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const host::error& error) {
+        throw command_error(place_text(log, line, 0) + ": error: " + printable(error.what()), exit_code::plugin_failed);
+    } catch (const std::system_error& error) {
+        throw command_error(place_text(log, line, 0) + ": error: cannot be read further: " + error.code().message());
     }
 }
 

@@ -3,6 +3,8 @@
 #define TOOLS_TAVI_FRAME_DECODER_HPP
 
 #include <cstdint>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -24,36 +26,49 @@ namespace tavi::tool {
 // Thread: one at a time.
 class frame_decoder {
 public:
+    // Gives the name of an interface by its number.
+    using interface_name = std::function<std::string(std::size_t number)>;
+
     // All of them must outlive the decoder; `totals` is counted up.
     frame_decoder(const decode_options& options, catalogue& catalogue, selection& selection, row_writer& rows,
-                  diagnostics& messages, account& totals);
+                  message_sink& messages, frame_counts& totals, interface_name name_of);
 
-    // The frame that `reader` gave last. An interface that comes for the first time is made known first.
-    // Throws: command_error, in a strict run for a frame that is too short, else when a plug-in fails.
-    void decode(const host::candump_reader& reader, const host::candump_frame& frame);
+    // All frames that the reader gives. Throws: command_error, in a strict run at the first line that is damaged or
+    // frame that is too short; host::error when a plug-in fails; what the reader throws.
+    void decode_all(host::candump_reader& reader);
 
 private:
-    interface_routes& routes_of(const host::candump_reader& reader, std::size_t channel);
+    void decode(const host::candump_reader& reader, const host::candump_frame& frame);
+    void report_damage(const host::candump_reader& reader);
+    interface_routes& routes_of(std::size_t channel);
     interface_routes& add_interface(const std::string& name);
     void prepare(interface_routes& interface, route& frames);
     void subscribe(const interface_routes& interface, target& wanted);
+    void tell_once(const message_plan& plan, const message& subject);
     bool write_values(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
                       const qor_dynamic_data_t& record);
     void report_short(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
                       std::size_t lost);
 
     const decode_options& options_;
+    const std::string log_;
     catalogue& catalogue_;
     selection& selection_;
     row_writer& rows_;
-    diagnostics& messages_;
-    account& totals_;
+    message_sink& messages_;
+    frame_counts& totals_;
+    interface_name name_of_;
     std::vector<std::unique_ptr<interface_routes>> interfaces_;
     std::set<std::string> source_names_;
     host::can_package package_;
     host::record_list records_;
     std::vector<host::reading> readings_;
+    // Plans of which was told what was said when they were made.
+    std::set<const message_plan*> told_plans_;
 };
+
+// Throws a failure of decode_all on, as a command_error with the line that was read last where that helps.
+[[noreturn]] void rethrow_with_place(const std::exception_ptr& failure, const std::string& log, std::uint64_t line);
 
 } // namespace tavi::tool
 

@@ -8,6 +8,8 @@ namespace tavi::tool {
 
 namespace {
 
+constexpr int most_jobs = 256;
+
 CLI::Option& add_storage_option(CLI::App& command, catalogue_options& options, const char* text) {
     return *command.add_option("--storage", options.storage, text)->type_name("URI");
 }
@@ -50,6 +52,10 @@ description_argument parse_description(const std::string& text) {
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
+std::string log_name(const decode_options& options) {
+    return options.log == "-" ? "<standard input>" : options.log;
+}
+
 void add_decode_options(CLI::App& app, decode_options& options) {
     CLI::App& command = *app.add_subcommand("decode", "Write the physical values of a recording");
     command.add_option("LOG", options.log, "Recording: candump -L, NMEA 0183 or memory; - is standard input")
@@ -72,6 +78,11 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         ->type_name("PLACE")
         ->excludes(&input);
     command.add_option("-o,--output", options.output, "File to write instead of standard output")->type_name("FILE");
+    command
+        .add_option("-j,--jobs", options.jobs,
+                    "Processors to decode a candump log with (default: all there are); the output is the same")
+        ->type_name("N")
+        ->check(CLI::Range(1, most_jobs).description(""));
     command.add_flag("--j1939", options.j1939, "Match all 29-bit ids by parameter group number");
     command.add_option("--report", options.report, "File for the account of the run, as one line of JSON")
         ->type_name("FILE");

@@ -2,6 +2,8 @@
 #ifndef TOOLS_TAVI_OPTIONS_HPP
 #define TOOLS_TAVI_OPTIONS_HPP
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -40,7 +42,16 @@ struct decode_options {
     std::string output; // empty: standard output
     std::string report; // empty: none
     bool j1939 = false;
+    // Threads that decode a candump log; 0: as many as there are processors.
+    std::size_t jobs = 0;
+
+    // Not on the command line. Logs that are shorter are not worth a second thread; bytes that a thread takes at once.
+    std::uint64_t shortest_parallel_log = std::uint64_t{1} << 20;
+    std::size_t chunk_size = std::size_t{64} << 10;
 };
+
+// The log in messages.
+std::string log_name(const decode_options& options);
 
 struct tree_options {
     catalogue_options catalogue;

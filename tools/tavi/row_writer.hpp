@@ -26,7 +26,7 @@ std::string json_text(std::string_view text);
 // Thread: one at a time.
 class row_writer {
 public:
-    row_writer(block_output& output, output_format format) : output_(output), format_(format) {}
+    row_writer(row_output& output, output_format format) : output_(output), format_(format) {}
 
     // What goes before all rows.
     void write_header();
@@ -50,7 +50,7 @@ private:
 
     char* write_floating(char* at, const host::record_plan& plan, const host::reading& value) const;
 
-    block_output& output_;
+    row_output& output_;
     output_format format_;
     padded_text time_;
 };

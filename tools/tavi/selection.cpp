@@ -111,6 +111,7 @@ void selection::add_view(std::size_t description, const qor_type_node_t& view, s
     for (const qor_type_node_t& object : objects) {
         message& added = messages_.emplace_back();
         added.description = description;
+        added.number = messages_.size();
         added.view = host::text_of(view.name);
         (added.path = added.view + '.') += host::text_of(object.name);
         added.address = object.object.address;
@@ -177,18 +178,32 @@ std::vector<std::uint32_t> selection::wanted_rows(const message& selected, const
     return rows;
 }
 
-const message_plan& selection::plan_of(message& selected) {
-    if (selected.plan == nullptr) {
-        const auto type = host::read_schema(catalogue_.extractor().schema(
-            catalogue_.expression(selected.description, selected.path), {.layout = host::lenient}));
-        host::node_tree tree = catalogue_.extractor().tree(*selected.node);
-        host::record_plan plan(*type, &tree);
-        std::vector<std::uint32_t> rows = wanted_rows(selected, plan);
-        const bool whole = rows.size() == plan.rows().size();
-        selected.plan =
-            std::make_unique<message_plan>(message_plan{std::move(tree), std::move(plan), std::move(rows), whole});
-    }
+const message_plan& selection::plan_of(message& selected, catalogue& known) {
+    std::call_once(selected.plan_once, [&] { selected.plan = make_plan(selected, known); });
     return *selected.plan;
+}
+
+std::unique_ptr<message_plan> selection::make_plan(const message& selected, catalogue& known) const {
+    std::string schema;
+    host::node_tree tree;
+    std::vector<std::string> said;
+    known.begin_capture();
+    try {
+        schema =
+            known.extractor().schema(known.expression(selected.description, selected.path), {.layout = host::lenient});
+        tree = known.extractor().tree(*selected.node);
+        said = known.end_capture();
+    } catch (...) {
+        for (const std::string& text : known.end_capture()) {
+            known.tell(text);
+        }
+        throw;
+    }
+    host::record_plan plan(*host::read_schema(schema), &tree);
+    std::vector<std::uint32_t> rows = wanted_rows(selected, plan);
+    const bool whole = rows.size() == plan.rows().size();
+    return std::make_unique<message_plan>(
+        message_plan{std::move(tree), std::move(plan), std::move(rows), whole, std::move(said)});
 }
 
 } // namespace tavi::tool

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,11 +26,15 @@ struct message_plan {
     std::vector<std::uint32_t> rows;
     // Whether those are all there are.
     bool whole = false;
+    // What library and plug-ins said when it was made.
+    std::vector<std::string> said;
 };
 
 // A message of a description, asked for or not.
 struct message {
     std::size_t description = 0;
+    // From 1, in the order of the selection.
+    std::size_t number = 0;
     // Below the source, as a URL expression has it: "CAN.EngineData".
     std::string path;
     // The level above: "CAN".
@@ -41,9 +46,10 @@ struct message {
     // The record of the catalogue, which belongs to the selection.
     const qor_type_node_t* node = nullptr;
     std::unique_ptr<message_plan> plan;
+    std::once_flag plan_once;
 };
 
-// Thread: one at a time.
+// Thread: plan_of any, all else one at a time.
 class selection {
 public:
     // Reads from the catalogue what the patterns need, everything for none.
@@ -53,8 +59,10 @@ public:
     // In the order of the descriptions. Each stays where it is.
     std::deque<message>& messages() noexcept { return messages_; }
 
-    // The plan of a selected message. Throws: host::error, std::exception for a layout that has no reading.
-    const message_plan& plan_of(message& selected);
+    // The plan of a selected message, made by the first that asks: with `known`, the catalogue that was read from or
+    // another of it. Whoever asks tells what was said. Throws: host::error, std::exception for a layout that has no
+    // reading.
+    const message_plan& plan_of(message& selected, catalogue& known);
 
 private:
     // Elements of each level of a path, as host::url_pattern takes them.
@@ -66,6 +74,7 @@ private:
     bool wants_part_of(message& candidate, level_counts& counts, std::vector<bool>& used);
     bool find_wanted(const std::string& path, level_counts& counts, const host::node_tree& tree,
                      std::vector<bool>& used) const;
+    std::unique_ptr<message_plan> make_plan(const message& selected, catalogue& known) const;
     std::vector<std::uint32_t> wanted_rows(const message& selected, const host::record_plan& plan) const;
 
     catalogue& catalogue_;
