@@ -126,11 +126,31 @@ interface_routes& frame_decoder::add_interface(const std::string& name) {
         }
     }
     messages_.set_subject(0);
+    // Where all is asked for, a filter excludes nothing that is known, and messages that never come need no
+    // subscription.
+    if (options_.filters && !options_.patterns.empty()) {
+        apply_filter(added);
+    }
     return added;
+}
+
+void frame_decoder::apply_filter(interface_routes& interface) {
+    for (const auto& wanted : interface.targets()) {
+        try {
+            subscribe(interface, *wanted);
+        } catch (const host::error&) {
+            // It fails the run if a frame of it comes.
+            messages_.set_subject(0);
+        }
+    }
+    interface.exclude(host::reader_filter(catalogue_.extractor().reader_filter()), catalogue::interface_source_id);
 }
 
 void frame_decoder::prepare(interface_routes& interface, route& frames) {
     for (target* wanted : frames.targets) {
+        if (wanted->plan == nullptr) {
+            plan(interface, *wanted);
+        }
         if (wanted->handle == 0) {
             subscribe(interface, *wanted);
         }
@@ -138,16 +158,20 @@ void frame_decoder::prepare(interface_routes& interface, route& frames) {
     frames.ready = true;
 }
 
+void frame_decoder::plan(const interface_routes& interface, target& wanted) {
+    const message_plan& plan = selection_.plan_of(*wanted.wanted, catalogue_);
+    tell_once(plan, *wanted.wanted);
+    wanted.rows = make_rows(rows_, interface.source_name(), *wanted.wanted, plan);
+    wanted.plan = &plan;
+}
+
 void frame_decoder::subscribe(const interface_routes& interface, target& wanted) {
     const message& subscribed = *wanted.wanted;
-    wanted.plan = &selection_.plan_of(*wanted.wanted, catalogue_);
-    tell_once(*wanted.plan, subscribed);
     messages_.set_subject(subject_of(interface.number(), subscribed.number));
     wanted.handle = catalogue_.extractor().subscribe(std::to_string(catalogue::interface_source_id) + '#' +
                                                          std::to_string(interface.number()) + '.' + subscribed.path,
                                                      host::lenient);
     messages_.set_subject(0);
-    wanted.rows = make_rows(rows_, interface.source_name(), subscribed, *wanted.plan);
 }
 
 void frame_decoder::tell_once(const message_plan& plan, const message& subject) {
@@ -156,6 +180,7 @@ void frame_decoder::tell_once(const message_plan& plan, const message& subject) 
         for (const std::string& text : plan.said) {
             catalogue_.tell(text);
         }
+        messages_.set_subject(0);
     }
 }
 

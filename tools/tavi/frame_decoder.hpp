@@ -43,7 +43,9 @@ private:
     interface_routes& routes_of(std::size_t channel);
     interface_routes& add_interface(const std::string& name);
     void prepare(interface_routes& interface, route& frames);
+    void apply_filter(interface_routes& interface);
     void subscribe(const interface_routes& interface, target& wanted);
+    void plan(const interface_routes& interface, target& wanted);
     void tell_once(const message_plan& plan, const message& subject);
     bool write_values(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
                       const qor_dynamic_data_t& record);

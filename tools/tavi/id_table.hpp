@@ -25,6 +25,16 @@ public:
         slots_[place_of(id)] = {id, index};
     }
 
+    // All that was put in, in no order: visit(id, index) with the index to change.
+    template<typename Visit>
+    void each(const Visit& visit) {
+        for (slot& used : slots_) {
+            if (used.index != none) {
+                visit(used.id, used.index);
+            }
+        }
+    }
+
 private:
     struct slot {
         std::uint32_t id = 0;

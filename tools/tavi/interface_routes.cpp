@@ -36,6 +36,9 @@ bool interface_routes::add(message& added) {
     const bool extended = (id & qor::can_extended_bit) != 0;
     const std::uint32_t group = qor::parameter_group(id);
     if (extended && (j1939_ || (added.flags & QOR_OBJECT_PARAMETER_GROUP) != 0)) {
+        if (wanted != nullptr) {
+            wanted->by_group = true;
+        }
         append(by_group_, group, wanted);
         for (const std::uint32_t other : extended_) {
             if (qor::parameter_group(other) == group) {
@@ -54,6 +57,29 @@ bool interface_routes::add(message& added) {
     }
     append(by_id_, id, wanted);
     return true;
+}
+
+void interface_routes::exclude(const host::reader_filter& filter, std::uint16_t source_id) {
+    id_table accepted;
+    for (const host::reader_filter::term& term : filter.terms()) {
+        if (term.source_id.value_or(source_id) != source_id || term.instance.value_or(number_) != number_) {
+            continue;
+        }
+        if (!term.address) {
+            return;
+        }
+        if (*term.address <= UINT32_MAX) {
+            accepted.put(static_cast<std::uint32_t>(*term.address), 0);
+        }
+    }
+    by_id_.each([&](std::uint32_t id, std::uint32_t& number) {
+        const auto& targets = routes_[number].targets;
+        const bool is_told = std::all_of(targets.begin(), targets.end(),
+                                         [](const target* wanted) { return !wanted->by_group && wanted->handle != 0; });
+        if (is_told && accepted.find(id) == id_table::none) {
+            number = not_selected;
+        }
+    });
 }
 
 } // namespace tavi::tool

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/reader_filter.hpp"
 #include "qorcpp/can_frame.hpp"
 #include "tools/tavi/id_table.hpp"
 #include "tools/tavi/row_writer.hpp"
@@ -21,6 +22,8 @@ namespace tavi::tool {
 // A message asked for, on one interface.
 struct target {
     message* wanted = nullptr;
+    // Matched by parameter group number: by more ids than that of its address.
+    bool by_group = false;
     // 0 until the first frame came and it was subscribed to.
     std::uint64_t handle = 0;
     const message_plan* plan = nullptr;
@@ -60,6 +63,13 @@ public:
         const std::uint32_t found = by_id_.find(id);
         return found == unknown && (id & qor::can_extended_bit) != 0 ? by_group_.find(qor::parameter_group(id)) : found;
     }
+
+    // Takes the ids that the filter excludes for those of messages that were not asked for. A filter cannot say which
+    // ids a parameter group has, nor does it know of messages that are not subscribed to: these stay.
+    void exclude(const host::reader_filter& filter, std::uint16_t source_id);
+
+    // Messages asked for.
+    const std::vector<std::unique_ptr<target>>& targets() const noexcept { return targets_; }
 
     // Requires: a number that find gave, not `unknown`.
     route& operator[](std::uint32_t number) noexcept { return routes_[number]; }
