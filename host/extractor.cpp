@@ -15,7 +15,7 @@ namespace tavi::host {
 namespace {
 
 // Most texts fit, so that they are made once and not a second time for their size.
-constexpr std::size_t first_text_room = 2048;
+constexpr std::size_t first_text_room = 8192;
 
 struct details_holder {
     qor_error_details_t* details = nullptr;
