@@ -91,13 +91,9 @@ catalogue::catalogue(const catalogue_options& options, message_sink& messages, b
 
 catalogue::catalogue(const catalogue& original)
     : messages_(original.messages_), strict_(original.strict_), storage_(original.storage_), uri_(original.uri_),
-      file_count_(original.file_count_), arguments_(original.arguments_), log_(messages_),
-      extractor_(uri_, QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST,
-                 [this](const qor_log_info_t& message) { log_.receive(message); }) {
-    for (std::size_t description = 0; description < original.signatures_.size(); ++description) {
-        register_stored(description, original.signatures_[description]);
-    }
-}
+      file_count_(original.file_count_), arguments_(original.arguments_), signatures_(original.signatures_),
+      log_(messages_), extractor_(uri_, QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST,
+                                  [this](const qor_log_info_t& message) { log_.receive(message); }) {}
 
 std::unique_ptr<catalogue> catalogue::another() const {
     return std::unique_ptr<catalogue>(new catalogue(*this));
@@ -110,12 +106,6 @@ const std::string& catalogue::choose_uri(bool shared) {
                       : host::memory_catalogue;
     }
     return uri_;
-}
-
-void catalogue::register_stored(std::size_t description, const std::string& signature) {
-    extractor_.register_source_from_storage(description_source_id, static_cast<std::uint32_t>(description),
-                                            "description " + std::to_string(description + 1), {&signature, 1});
-    signatures_.push_back(signature);
 }
 
 void catalogue::load() {
@@ -166,11 +156,13 @@ void catalogue::list_stored() {
 void catalogue::load_stored(std::size_t description) {
     const std::string& signature = arguments_[description].path;
     try {
-        register_stored(description, signature);
+        extractor_.register_source_from_storage(description_source_id, static_cast<std::uint32_t>(description),
+                                                "description " + std::to_string(description + 1), {&signature, 1});
     } catch (const host::error& error) {
         throw command_error("tavi: error: " + printable(error.what()), exit_code::failed,
                             "tavi register prints the signatures of what it keeps");
     }
+    signatures_.push_back(signature);
 }
 
 void catalogue::load_one(std::size_t description) {

@@ -23,8 +23,8 @@ public:
     // a plug-in is at fault.
     catalogue(const catalogue_options& options, message_sink& messages, bool shared = false);
 
-    // Another extractor on the same catalogue, for another thread, with the descriptions that are loaded. This one must
-    // outlive it and be shared. Thread: any, while this one is not loading. Throws: host::error.
+    // Another extractor on the same catalogue, for another thread: interfaces can be made known there. This one must
+    // outlive it, be loaded and be shared. Thread: any, while this one is not loading. Throws: host::error.
     std::unique_ptr<catalogue> another() const;
 
     // Where messages go from now on.
@@ -66,19 +66,12 @@ public:
     // Whom packages of an interface are from; the instance is the interface's number.
     static constexpr std::uint16_t interface_source_id = 0x0010;
 
-    // What library and plug-ins say from now on is kept, until end_capture returns it.
-    void begin_capture() { log_.begin_capture(); }
-    std::vector<std::string> end_capture() { return log_.end_capture(); }
-    // Reports it as if it were said now.
-    void tell(const std::string& text) { log_.receive(text); }
-
 private:
     explicit catalogue(const catalogue& original);
 
     void load_one(std::size_t description);
     void list_stored();
     void load_stored(std::size_t description);
-    void register_stored(std::size_t description, const std::string& signature);
     const std::string& choose_uri(bool shared);
     std::uint64_t warnings() const noexcept {
         return messages_.count(topic::description) + messages_.count(topic::left_out);

@@ -88,46 +88,22 @@ void description_log::receive(const qor_log_info_t& message) {
         failures_.emplace_back(message.message);
         return;
     }
-    if (captures_) {
-        captured_.emplace_back(message.message);
-    } else {
-        report(message.message);
-    }
-}
-
-void description_log::receive(const std::string& text) {
-    const std::lock_guard lock(mutex_);
-    report(text);
-}
-
-void description_log::report(const std::string& text) {
-    const topic kind = topic_of(text);
+    const topic kind = topic_of(message.message);
     if (!messages_->shows(kind)) {
         messages_->add(kind);
         return;
     }
-    if (const auto parsed = parse_parser_message(text, name_)) {
+    if (const auto parsed = parse_parser_message(message.message, name_)) {
         messages_->report(
             {kind, path_, parsed->line, parsed->column, parsed->cause, line_of(content_, parsed->line), {}});
     } else {
-        messages_->report({kind, path_.empty() ? "tavi" : path_, 0, 0, text, {}, {}});
+        messages_->report({kind, path_.empty() ? "tavi" : path_, 0, 0, message.message, {}, {}});
     }
 }
 
 void description_log::report_to(message_sink& messages) {
     const std::lock_guard lock(mutex_);
     messages_ = &messages;
-}
-
-void description_log::begin_capture() {
-    const std::lock_guard lock(mutex_);
-    captures_ = true;
-}
-
-std::vector<std::string> description_log::end_capture() {
-    const std::lock_guard lock(mutex_);
-    captures_ = false;
-    return std::exchange(captured_, {});
 }
 
 std::string description_log::refusal(std::string_view text) {

@@ -45,30 +45,20 @@ public:
     // It was read. Failures that were survived meanwhile are told now.
     void end();
 
-    // Keeps what is received until end_capture, which returns it; the same texts may be received again later.
-    void begin_capture();
-    std::vector<std::string> end_capture();
-
     // Takes one message of the extractor.
     void receive(const qor_log_info_t& message);
-    // The same with a warning's text.
-    void receive(const std::string& text);
 
     // It was refused: the text as a message "path:line:column: error: cause" with the line it points at. Failures
     // told meanwhile are dropped, they led to this one.
     std::string refusal(std::string_view text);
 
 private:
-    void report(const std::string& text);
-
     std::mutex mutex_;
     message_sink* messages_;
     std::string name_;
     std::string path_;
     std::string_view content_;
     std::vector<std::string> failures_;
-    bool captures_ = false;
-    std::vector<std::string> captured_;
 };
 
 } // namespace tavi::tool

@@ -26,8 +26,6 @@ std::string sanitized(const std::string& name) {
     return result;
 }
 
-constexpr std::size_t every_interface = host::candump_reader::channel_limit;
-
 // For message_sink::set_subject: what came up when a message, counted from 1, was prepared on an interface; 0 for what
 // came up before any was.
 std::uint64_t subject_of(std::size_t interface, std::size_t message) noexcept {
@@ -148,21 +146,16 @@ void frame_decoder::apply_filter(interface_routes& interface) {
 
 void frame_decoder::prepare(interface_routes& interface, route& frames) {
     for (target* wanted : frames.targets) {
-        if (wanted->plan == nullptr) {
-            plan(interface, *wanted);
-        }
         if (wanted->handle == 0) {
             subscribe(interface, *wanted);
         }
+        if (wanted->plan == nullptr) {
+            const message_plan& plan = selection_.plan_of(*wanted->wanted, catalogue_.extractor(), wanted->handle);
+            wanted->rows = make_rows(rows_, interface.source_name(), *wanted->wanted, plan);
+            wanted->plan = &plan;
+        }
     }
     frames.ready = true;
-}
-
-void frame_decoder::plan(const interface_routes& interface, target& wanted) {
-    const message_plan& plan = selection_.plan_of(*wanted.wanted, catalogue_);
-    tell_once(plan, *wanted.wanted);
-    wanted.rows = make_rows(rows_, interface.source_name(), *wanted.wanted, plan);
-    wanted.plan = &plan;
 }
 
 void frame_decoder::subscribe(const interface_routes& interface, target& wanted) {
@@ -172,16 +165,6 @@ void frame_decoder::subscribe(const interface_routes& interface, target& wanted)
                                                          std::to_string(interface.number()) + '.' + subscribed.path,
                                                      host::lenient);
     messages_.set_subject(0);
-}
-
-void frame_decoder::tell_once(const message_plan& plan, const message& subject) {
-    if (!plan.said.empty() && told_plans_.insert(&plan).second) {
-        messages_.set_subject(subject_of(every_interface, subject.number));
-        for (const std::string& text : plan.said) {
-            catalogue_.tell(text);
-        }
-        messages_.set_subject(0);
-    }
 }
 
 bool frame_decoder::write_values(const host::candump_reader& reader, const host::candump_frame& frame,

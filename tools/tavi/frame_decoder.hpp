@@ -45,8 +45,6 @@ private:
     void prepare(interface_routes& interface, route& frames);
     void apply_filter(interface_routes& interface);
     void subscribe(const interface_routes& interface, target& wanted);
-    void plan(const interface_routes& interface, target& wanted);
-    void tell_once(const message_plan& plan, const message& subject);
     bool write_values(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
                       const qor_dynamic_data_t& record);
     void report_short(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
@@ -65,8 +63,6 @@ private:
     host::can_package package_;
     host::record_list records_;
     std::vector<host::reading> readings_;
-    // Plans of which was told what was said when they were made.
-    std::set<const message_plan*> told_plans_;
 };
 
 // Throws a failure of decode_all on, as a command_error with the line that was read last where that helps.

@@ -14,11 +14,8 @@ object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, 
     for (message& candidate : selection.messages()) {
         if (candidate.selected && catalogue.serves(candidate.description, source_name) &&
             paths.insert(candidate.path).second) {
-            const message_plan& plan = selection.plan_of(candidate, catalogue);
-            for (const std::string& text : plan.said) {
-                catalogue.tell(text);
-            }
             const std::uint64_t handle = catalogue_.extractor().subscribe(source + candidate.path, host::lenient);
+            const message_plan& plan = selection.plan_of(candidate, catalogue_.extractor(), handle);
             objects_.push_back({handle, &candidate, &plan, make_rows(rows, source_name, candidate, plan)});
         }
     }

@@ -178,32 +178,19 @@ std::vector<std::uint32_t> selection::wanted_rows(const message& selected, const
     return rows;
 }
 
-const message_plan& selection::plan_of(message& selected, catalogue& known) {
-    std::call_once(selected.plan_once, [&] { selected.plan = make_plan(selected, known); });
+const message_plan& selection::plan_of(message& selected, host::extractor& extractor, std::uint64_t handle) {
+    std::call_once(selected.plan_once, [&] { selected.plan = make_plan(selected, extractor, handle); });
     return *selected.plan;
 }
 
-std::unique_ptr<message_plan> selection::make_plan(const message& selected, catalogue& known) const {
-    std::string schema;
-    host::node_tree tree;
-    std::vector<std::string> said;
-    known.begin_capture();
-    try {
-        schema =
-            known.extractor().schema(known.expression(selected.description, selected.path), {.layout = host::lenient});
-        tree = known.extractor().tree(*selected.node);
-        said = known.end_capture();
-    } catch (...) {
-        for (const std::string& text : known.end_capture()) {
-            known.tell(text);
-        }
-        throw;
-    }
-    host::record_plan plan(*host::read_schema(schema), &tree);
+std::unique_ptr<message_plan> selection::make_plan(const message& selected, host::extractor& extractor,
+                                                   std::uint64_t handle) const {
+    const auto type = host::read_schema(extractor.subscription_schema(handle));
+    host::node_tree tree = extractor.tree(*selected.node);
+    host::record_plan plan(*type, &tree);
     std::vector<std::uint32_t> rows = wanted_rows(selected, plan);
     const bool whole = rows.size() == plan.rows().size();
-    return std::make_unique<message_plan>(
-        message_plan{std::move(tree), std::move(plan), std::move(rows), whole, std::move(said)});
+    return std::make_unique<message_plan>(message_plan{std::move(tree), std::move(plan), std::move(rows), whole});
 }
 
 } // namespace tavi::tool

@@ -26,8 +26,6 @@ struct message_plan {
     std::vector<std::uint32_t> rows;
     // Whether those are all there are.
     bool whole = false;
-    // What library and plug-ins said when it was made.
-    std::vector<std::string> said;
 };
 
 // A message of a description, asked for or not.
@@ -59,10 +57,9 @@ public:
     // In the order of the descriptions. Each stays where it is.
     std::deque<message>& messages() noexcept { return messages_; }
 
-    // The plan of a selected message, made by the first that asks: with `known`, the catalogue that was read from or
-    // another of it. Whoever asks tells what was said. Throws: host::error, std::exception for a layout that has no
-    // reading.
-    const message_plan& plan_of(message& selected, catalogue& known);
+    // The plan of a selected message, made by the first that asks from a subscription to it: of an extractor on the
+    // catalogue that was read from. Throws: host::error, std::exception for a layout that has no reading.
+    const message_plan& plan_of(message& selected, host::extractor& extractor, std::uint64_t handle);
 
 private:
     // Elements of each level of a path, as host::url_pattern takes them.
@@ -74,7 +71,8 @@ private:
     bool wants_part_of(message& candidate, level_counts& counts, std::vector<bool>& used);
     bool find_wanted(const std::string& path, level_counts& counts, const host::node_tree& tree,
                      std::vector<bool>& used) const;
-    std::unique_ptr<message_plan> make_plan(const message& selected, catalogue& known) const;
+    std::unique_ptr<message_plan> make_plan(const message& selected, host::extractor& extractor,
+                                            std::uint64_t handle) const;
     std::vector<std::uint32_t> wanted_rows(const message& selected, const host::record_plan& plan) const;
 
     catalogue& catalogue_;
