@@ -63,10 +63,8 @@ public:
     std::shared_ptr<dynamic_type> any(int depth) {
         const std::uint64_t choice = depth <= 0 ? 0 : below(plain_only_ ? 6 : 10);
         switch (choice) {
-        case 4: {
-            const auto element = any(depth - 1);
-            return std::make_shared<array_type>(*element, below(4));
-        }
+        case 4:
+            return std::make_shared<array_type>(*any(depth - 1), below(4));
         case 5:
             return structure(depth - 1);
         case 6:
@@ -74,7 +72,7 @@ public:
         case 7:
             return std::make_shared<string_type>(below(5));
         case 8:
-            return primitive();
+            return std::make_shared<primitive_type<std::uint64_t>>(type_kind::uint64, name());
         default:
             return signal();
         }
@@ -113,17 +111,6 @@ public:
     }
 
 private:
-    std::shared_ptr<dynamic_type> primitive() {
-        switch (below(3)) {
-        case 0:
-            return primitive_type<char>::instance();
-        case 1:
-            return primitive_type<std::uint32_t>::instance();
-        default:
-            return std::make_shared<primitive_type<std::uint64_t>>(type_kind::uint64, name());
-        }
-    }
-
     void annotate(dynamic_type& type) {
         annotation_type kind("measurement" + name());
         kind.add_parameter("view", string_type(0))
