@@ -58,13 +58,13 @@ std::string read_gzip(const fs::path& path) {
 }
 
 std::vector<std::string> lines_of(std::string_view text) {
-    std::vector<std::string> lines;
-    while (!text.empty()) {
-        const auto stop = std::min(text.find('\n'), text.size());
-        lines.emplace_back(text.substr(0, stop));
-        text.remove_prefix(std::min(stop + 1, text.size()));
-    }
-    return lines;
+    const auto views = split(text.ends_with('\n') ? text.substr(0, text.size() - 1) : text, '\n');
+    return text.empty() ? std::vector<std::string>() : std::vector<std::string>(views.begin(), views.end());
+}
+
+std::vector<std::string> rows_of(std::string_view text) {
+    constexpr std::string_view header = "timestamp,signal,value,unit\n";
+    return lines_of(text.starts_with(header) ? text.substr(header.size()) : text);
 }
 
 std::vector<std::string_view> split(std::string_view text, char separator) {

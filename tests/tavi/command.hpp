@@ -18,6 +18,9 @@ struct ended {
     std::string err;
 };
 
+// A message of one signal, which most of the tests decode.
+inline constexpr std::string_view engine_dbc = "BO_ 192 E: 2 X\n SG_ S : 0|16@1+ (0.5,0) [0|0] \"rpm\" X\n";
+
 // A directory in which commands run, so that the files they name have short names.
 class workplace {
 public:
@@ -44,6 +47,8 @@ std::optional<std::filesystem::path> shared_data();
 std::string read_gzip(const std::filesystem::path& path);
 
 std::vector<std::string> lines_of(std::string_view text);
+// Lines of CSV without the header; of JSON all.
+std::vector<std::string> rows_of(std::string_view text);
 std::vector<std::string_view> split(std::string_view text, char separator);
 
 } // namespace tavi::test

@@ -1,6 +1,8 @@
 // What `tavi decode`, `tree` and `schema` write.
+#include <algorithm>
 #include <fstream>
 #include <map>
+#include <sstream>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -17,7 +19,7 @@ using ::testing::StartsWith;
 const std::string sample_dbc = source_path("examples/sample_drive/sample.dbc");
 const std::string sample_log = source_path("examples/sample_drive/sample.log");
 
-constexpr const char* engine_dbc = R"(BO_ 192 EngineData: 4 X
+constexpr const char* vehicle_dbc = R"(BO_ 192 EngineData: 4 X
  SG_ EngineSpeed : 0|16@1+ (0.25,0) [0|8000] "rpm" X
  SG_ EngineTorque : 23|16@0- (0.5,0) [-500|500] "Nm, max" X
 BO_ 2566844672 Wheel: 2 X
@@ -34,18 +36,14 @@ SIG_VALTYPE_ 301 Real : 1;
 
 class decode : public ::testing::Test, public workplace {
 protected:
-    decode() { write("e.dbc", engine_dbc); }
+    decode() { write("e.dbc", vehicle_dbc); }
 
     // Rows without the header.
     std::vector<std::string> rows(const std::string& log, const std::string& arguments = "") {
         write("x.log", log);
         const ended run = tavi("decode x.log -d e.dbc " + arguments);
         EXPECT_TRUE(run.code == 0 || run.code == 3) << run.err;
-        auto lines = lines_of(run.out);
-        if (!lines.empty() && lines[0] == "timestamp,signal,value,unit") {
-            lines.erase(lines.begin());
-        }
-        return lines;
+        return rows_of(run.out);
     }
 };
 
@@ -72,23 +70,23 @@ TEST_F(decode, writes_json_lines_with_numbers_that_are_none_as_texts) {
 }
 
 TEST_F(decode, selects_by_patterns) {
-    const std::string log = "(1.0) can0 0C0#04000800\n(2.0) can0 12C#0133\n(3.0) can0 18FEF100#0102\n";
-    const auto names = [&](const std::string& arguments) {
-        std::string text;
-        for (const std::string& row : rows(log, arguments)) {
-            const auto url = split(row, ',')[1];
-            text += std::string(url.substr(url.rfind('.') + 1)) + ' ';
-        }
-        return text;
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "EngineSpeed EngineTorque Mode Low WheelSpeed "},
+        {"-s CAN", "EngineSpeed EngineTorque Mode Low WheelSpeed "},
+        {"-s CAN.EngineData", "EngineSpeed EngineTorque "},
+        {"-s CAN.Modes.High", ""},
+        {"-s '*.Mode' -s '*.*Speed'", "EngineSpeed Mode WheelSpeed "},
+        {"-s 'CAN.Engine*.Engine?orque'", "EngineTorque "},
     };
-    EXPECT_EQ(names(""), "EngineSpeed EngineTorque Mode Low WheelSpeed ");
-    EXPECT_EQ(names("-s CAN.EngineData.EngineSpeed"), "EngineSpeed ");
-    EXPECT_EQ(names("-s CAN.EngineData"), "EngineSpeed EngineTorque ");
-    EXPECT_EQ(names("-s CAN.Modes.Low"), "Low ");
-    EXPECT_EQ(names("-s CAN.Modes.High"), "");
-    EXPECT_EQ(names("-s '*.Mode' -s '*.*Speed'"), "EngineSpeed Mode WheelSpeed ");
-    EXPECT_EQ(names("-s 'CAN.Engine*.Engine?orque'"), "EngineTorque ");
-    EXPECT_EQ(names("-s CAN"), "EngineSpeed EngineTorque Mode Low WheelSpeed ");
+    for (const auto& [arguments, expected] : cases) {
+        std::string names;
+        for (const auto& row :
+             rows("(1.0) can0 0C0#04000800\n(2.0) can0 12C#0133\n(3.0) can0 18FEF100#0102\n", arguments)) {
+            const auto url = split(row, ',')[1];
+            names += std::string(url.substr(url.rfind('.') + 1)) + ' ';
+        }
+        EXPECT_EQ(names, expected) << arguments;
+    }
 }
 
 TEST_F(decode, gives_a_description_to_the_interface_it_names) {
@@ -102,15 +100,11 @@ TEST_F(decode, gives_a_description_to_the_interface_it_names) {
     EXPECT_THAT(run.err, HasSubstr("tavi: 3 frames read: 2 matched, 1 of unknown ids\n"));
 }
 
-TEST_F(decode, matches_parameter_groups_when_asked) {
-    const std::string log = "(1.0) can0 0CFEF1AB#0203\n";
-    EXPECT_THAT(rows(log), ElementsAre());
-    EXPECT_THAT(rows(log, "--j1939"), ElementsAre("1.0,can0.CAN.Wheel.WheelSpeed,515,"));
-}
-
-TEST_F(decode, keeps_interfaces_apart_whose_names_cannot_be_sources) {
-    EXPECT_THAT(rows("(1.0) a.b 18FEF100#0001\n(2.0) a+b 18FEF100#0002\n"),
-                ElementsAre("1.0,a_b.CAN.Wheel.WheelSpeed,1,", "2.0,a_b_2.CAN.Wheel.WheelSpeed,2,"));
+TEST_F(decode, matches_parameter_groups_when_asked_and_names_each_interface_alone) {
+    const std::string log = "(1.0) a.b 18FEF100#0001\n(2.0) a+b 0CFEF1AB#0203\n";
+    EXPECT_THAT(rows(log), ElementsAre("1.0,a_b.CAN.Wheel.WheelSpeed,1,"));
+    EXPECT_THAT(rows(log, "--j1939"),
+                ElementsAre("1.0,a_b.CAN.Wheel.WheelSpeed,1,", "2.0,a_b_2.CAN.Wheel.WheelSpeed,515,"));
 }
 
 TEST_F(decode, decodes_the_sample_drive) {
@@ -118,36 +112,29 @@ TEST_F(decode, decodes_the_sample_drive) {
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(run.out, "");
     EXPECT_THAT(run.err, StartsWith("tavi: 15246 frames read: 15240 matched, 6 of unknown ids\ntavi: lost: nothing\n"));
-    const auto lines = lines_of(read("drive.csv"));
-    std::ifstream golden(source_path("tests/tavi/golden/drive_head.csv"));
-    std::string expected;
-    for (std::size_t line = 0; std::getline(golden, expected); ++line) {
-        ASSERT_LT(line, lines.size());
-        EXPECT_EQ(lines[line], expected);
-    }
+    const std::string csv = read("drive.csv");
+    std::ostringstream golden;
+    golden << std::ifstream(source_path("tests/tavi/golden/drive_head.csv")).rdbuf();
+    EXPECT_THAT(csv, StartsWith(golden.str()));
     // How the drive went, by the values themselves.
-    std::map<std::string, std::pair<double, double>, std::less<>> limits;
-    std::map<std::string, std::size_t, std::less<>> counts;
-    for (std::size_t line = 1; line < lines.size(); ++line) {
-        const auto fields = split(lines[line], ',');
-        ASSERT_EQ(fields.size(), 4u) << lines[line];
-        const double value = std::stod(std::string(fields[2]));
-        auto& [low, high] = limits.try_emplace(std::string(fields[1]), value, value).first->second;
-        low = std::min(low, value);
-        high = std::max(high, value);
-        ++counts[std::string(fields[1])];
+    std::map<std::string, std::vector<double>, std::less<>> values;
+    for (const std::string& line : lines_of(csv.substr(csv.find('\n') + 1))) {
+        const auto fields = split(line, ',');
+        ASSERT_EQ(fields.size(), 4u) << line;
+        values[std::string(fields[1])].push_back(std::stod(std::string(fields[2])));
     }
-    EXPECT_EQ(counts.size(), 38u);
-    EXPECT_EQ(counts["can0.CAN.EngineData.EngineSpeed"], 6000u);
-    EXPECT_EQ(counts["can0.CAN.EngineDiagnosis.Odometer"], 100u);
-    EXPECT_DOUBLE_EQ(limits["can0.CAN.VehicleMotion.VehicleSpeed"].second, 99.99);
-    EXPECT_EQ(limits["can0.CAN.Transmission.CurrentGear"], std::pair(0.0, 7.0));
-    EXPECT_EQ(limits["can0.CAN.EngineDiagnosis.Odometer"], std::pair(48123.0, 48123.9));
-    EXPECT_EQ(limits["can0.CAN.EngineTemperatures.CoolantTemperature"], std::pair(62.0, 81.0));
-    EXPECT_EQ(limits["can1.CAN.Lights.Headlights"], std::pair(1.0, 2.0));
-    EXPECT_NEAR(limits["can1.CAN.Navigation.Latitude"].first, 48.1374, 1e-5);
-    EXPECT_LT(limits["can0.CAN.VehicleMotion.SteeringAngle"].first, -21.0);
-    EXPECT_GT(limits["can0.CAN.VehicleMotion.SteeringAngle"].second, 144.0);
+    EXPECT_EQ(values.size(), 38u);
+    EXPECT_EQ(values["can0.CAN.EngineData.EngineSpeed"].size(), 6000u);
+    EXPECT_EQ(values["can0.CAN.EngineDiagnosis.Odometer"].size(), 100u);
+    const auto limits = [&](const char* signal) {
+        const auto [low, high] = std::minmax_element(values[signal].begin(), values[signal].end());
+        return std::pair(*low, *high);
+    };
+    EXPECT_EQ(limits("can0.CAN.Transmission.CurrentGear"), std::pair(0.0, 7.0));
+    EXPECT_EQ(limits("can0.CAN.EngineDiagnosis.Odometer"), std::pair(48123.0, 48123.9));
+    EXPECT_EQ(limits("can0.CAN.EngineTemperatures.CoolantTemperature"), std::pair(62.0, 81.0));
+    EXPECT_EQ(limits("can1.CAN.Lights.Headlights"), std::pair(1.0, 2.0));
+    EXPECT_NEAR(limits("can1.CAN.Navigation.Latitude").first, 48.1374, 1e-5);
 }
 
 TEST_F(decode, tells_the_same_account_as_a_line_of_json) {
@@ -167,16 +154,6 @@ TEST_F(decode, tells_the_same_account_as_a_line_of_json) {
     EXPECT_EQ(lines_of(read("out.csv")).size(), 4u);
 }
 
-TEST_F(decode, reads_a_catalogue_on_disk) {
-    write("x.log", "(3.0) can0 18FEF100#0102\n");
-    for (int run = 0; run < 2; ++run) {
-        const ended result = tavi("decode x.log -d e.dbc --storage file:catalogue.db3");
-        EXPECT_EQ(result.code, 0) << result.err;
-        EXPECT_EQ(result.out, "timestamp,signal,value,unit\n3.0,can0.CAN.Wheel.WheelSpeed,258,\n");
-    }
-    EXPECT_FALSE(read("catalogue.db3").empty());
-}
-
 TEST_F(decode, shows_tree_and_schema) {
     const ended tree = tavi("tree -d " + sample_dbc);
     EXPECT_EQ(tree.code, 0) << tree.err;
@@ -185,8 +162,7 @@ TEST_F(decode, shows_tree_and_schema) {
     EXPECT_EQ(tree.out, sample_dbc + '\n' + expected);
 
     const ended schema = tavi("schema CAN.EngineData.EngineSpeed -d e.dbc");
-    EXPECT_EQ(schema.code, 0) << schema.err;
-    EXPECT_THAT(nlohmann::json::parse(schema.out).dump(), HasSubstr("\"EngineSpeed\""));
+    EXPECT_EQ(nlohmann::json::parse(schema.out)["members"][0]["name"], "EngineSpeed") << schema.err;
 }
 
 } // namespace

@@ -73,6 +73,40 @@ TEST_F(routes, take_all_29_bit_messages_as_groups_when_asked) {
     EXPECT_EQ(j1939.find(0x0F1), interface_routes::unknown);
 }
 
+TEST_F(routes, exclude_the_ids_that_no_term_accepts) {
+    const std::pair<const char*, const char*> cases[] = {
+        // Which of 0x100 and 0x101 are kept.
+        {"", "no no"},
+        {"(SourceId = 16 AND Instance = 3 AND Address = 0x101)", "no yes"},
+        {"(SourceId = 16 AND Instance = 2 AND Address = 0x101)", "no no"},
+        {"(SourceId = 17 AND Instance = 3)", "no no"},
+        {"(Address = 0x100) OR (Address = 0x104)", "yes no"},
+        {"(Address = 0x100000100)", "no no"},
+        {"(SourceId = 16 AND Instance = 3 AND Cycle = 2)", "yes yes"},
+    };
+    add("0", 0x100);
+    add("1", 0x101);
+    add("group", 0x98FEF100, true, QOR_OBJECT_PARAMETER_GROUP);
+    add("whole id of the group", 0x98FEF1AB);
+    add("not subscribed to", 0x103);
+    add("not asked for", 0x104, false);
+    for (const auto& [filter, kept] : cases) {
+        interface_routes filtered(3, "can3", false);
+        for (message& each : messages) {
+            filtered.add(each);
+        }
+        for (const auto& wanted : filtered.targets()) {
+            wanted->handle = wanted->wanted->path == "not subscribed to" ? 0 : 1;
+        }
+        filtered.exclude(host::reader_filter(filter), 16);
+        const auto is_kept = [&](std::uint32_t id) { return filtered.find(id) != interface_routes::not_selected; };
+        EXPECT_EQ(std::string(is_kept(0x100) ? "yes" : "no") + (is_kept(0x101) ? " yes" : " no"), kept) << filter;
+        EXPECT_TRUE(is_kept(0x98FEF100) && is_kept(0x98FEF1AB) && is_kept(0x103)) << filter;
+        EXPECT_FALSE(is_kept(0x104)) << filter;
+        EXPECT_EQ(filtered.find(0x102), interface_routes::unknown);
+    }
+}
+
 TEST(id_table, finds_what_was_put_in) {
     std::mt19937 random(7);
     id_table table;
@@ -86,8 +120,7 @@ TEST(id_table, finds_what_was_put_in) {
     for (const auto& [id, index] : known) {
         ASSERT_EQ(table.find(id), index);
     }
-    for (int round = 0; round < 5000; ++round) {
-        const std::uint32_t id = random();
+    for (std::uint32_t id = 0; id < 10000; ++id) {
         ASSERT_EQ(table.find(id) == id_table::none, !known.contains(id));
     }
 }

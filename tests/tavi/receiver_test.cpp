@@ -34,7 +34,7 @@ TEST(receiver, tells_of_damage_and_wrong_use) {
     EXPECT_THAT(run.err, HasSubstr("x.nmea:3:15: error: the checksum does not fit\n"));
     EXPECT_THAT(run.err, HasSubstr("tavi: 1 sentence read: 1 matched\n"
                                    "tavi: lost: 2 damaged lines (first: x.nmea:2)\n"));
-    here.write("e.dbc", "BO_ 192 E: 2 X\n SG_ S : 0|16@1+ (0.5,0) [0|0] \"rpm\" X\n");
+    here.write("e.dbc", engine_dbc);
     EXPECT_EQ(here.tavi("decode x.nmea -d e.dbc").code, 2);
     EXPECT_EQ(here.tavi("decode x.nmea -d e.dbc --input candump").code, 3);
 }

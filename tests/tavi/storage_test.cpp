@@ -13,7 +13,7 @@ using ::testing::StartsWith;
 class storage : public ::testing::Test, public workplace {
 protected:
     storage() {
-        write("e.dbc", "BO_ 192 E: 2 X\n SG_ S : 0|16@1+ (0.5,0) [0|0] \"rpm\" X\n");
+        write("e.dbc", engine_dbc);
         write("f.dbc", "BO_ 193 F: 1 X\n SG_ T : 0|8@1+ (1,0) [0|0] \"\" X\n");
         write("x.log", "(1.0) can0 0C0#0400\n(2.0) can1 0C1#07\n(3.0) can1 0C0#0200\n");
         registered = tavi("register -d e.dbc -d f.dbc --storage file:c.db3");

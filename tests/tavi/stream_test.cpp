@@ -12,7 +12,7 @@ using ::testing::HasSubstr;
 class stream : public ::testing::Test, public workplace {
 protected:
     stream() {
-        write("e.dbc", "BO_ 192 E: 2 X\n SG_ S : 0|16@1+ (0.5,0) [0|0] \"rpm\" X\n");
+        write("e.dbc", engine_dbc);
         std::string log;
         for (int line = 0; line < 50000; ++line) {
             log += "(" + std::to_string(line) + ".0) can0 0C0#0400\n";
