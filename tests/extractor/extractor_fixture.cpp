@@ -1,6 +1,5 @@
 #include "tests/extractor/extractor_fixture.hpp"
 
-#include <algorithm>
 #include <cstring>
 #include <fstream>
 
@@ -18,27 +17,13 @@ fs::path copy_extractor(const fs::path& directory) {
     return directory / file_name;
 }
 
-std::string read_file(const fs::path& path) {
-    std::string bytes(fs::file_size(path), '\0');
-    std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
-}
-
-// Writes the kind's word over that of the metadata block; the block's rest is zero.
-void set_library_type(std::string& bytes, const std::string& word) {
-    const std::string key = "qor-library-type=";
-    const std::string placeholder = key + "fake-plugin";
-    const std::size_t place = bytes.find(placeholder);
-    ASSERT_NE(place, std::string::npos);
-    bytes.replace(place, std::max(placeholder.size(), key.size() + word.size()),
-                  key + word + std::string(word.size() < 11 ? 11 - word.size() : 0, '\0'));
-}
-
-// After this a look-up of the symbol finds nothing.
-void spoil_symbol(std::string& bytes, const std::string& symbol) {
-    const std::string whole = '\0' + symbol + '\0';
-    for (std::size_t place = bytes.find(whole); place != std::string::npos; place = bytes.find(whole, place + 1)) {
-        bytes[place + 1] = 'x';
+// Puts a text over each place of another; what is shorter is filled up with zeros.
+void overwrite(std::string& bytes, const std::string& old_text, std::string new_text) {
+    new_text.resize(std::max(new_text.size(), old_text.size()), '\0');
+    std::size_t place = bytes.find(old_text);
+    ASSERT_NE(place, std::string::npos) << old_text;
+    for (; place != std::string::npos; place = bytes.find(old_text, place + 1)) {
+        bytes.replace(place, new_text.size(), new_text);
     }
 }
 
@@ -46,8 +31,16 @@ void copy_text(char* target, std::size_t room, const std::string& text) {
     std::memcpy(target, text.data(), std::min(text.size(), room - 1));
 }
 
-std::string or_empty(const char* text) {
-    return text != nullptr ? text : "";
+// A catalogue of one description: View(cycle 5) / Object(0x100, 4 x 16) / Group(at 4, 2 x 4) / Signal(at 1, 3 x 1),
+// and View / Plain(0x200, 8) / Byte(at 3).
+std::vector<qor_type_node_t> sample_catalogue() {
+    using namespace fakes;
+    return {view_node(1, "View", 5),
+            object_node(2, 1, "Object", 0x100, 16, 4),
+            group_node(3, 2, "Group", 4, 4, 2),
+            signal_node(4, 3, "Signal", 1, 1, 3),
+            object_node(5, 1, "Plain", 0x200, 8),
+            signal_node(6, 5, "Byte", 3)};
 }
 
 } // namespace
@@ -70,21 +63,10 @@ fake_host::fake_host() {
     log.context = this;
     log.log = [](void* context, const qor_log_info_t* info, qor_error_details_t** error) -> uint32_t {
         auto& self = *static_cast<fake_host*>(context);
-        self.records.push_back({info->level, info->message, or_empty(info->module), or_empty(info->file),
-                                or_empty(info->function), info->line});
-        if (self.log_answer) {
-            return qor_error_details_create(error, *self.log_answer->code, self.log_answer->text->c_str());
-        }
-        return QOR_STATUS_OK;
+        self.records.push_back(std::to_string(info->level) + " " + info->message);
+        self.places.push_back(std::string(info->module) + " " + info->function);
+        return self.log_fails ? qor_error_details_create(error, QOR_STATUS_TIMED_OUT, "log is full") : QOR_STATUS_OK;
     };
-}
-
-strings fake_host::take_log() {
-    strings texts;
-    for (const log_record& record : std::exchange(records, {})) {
-        texts.push_back(std::to_string(record.level) + " " + record.message);
-    }
-    return texts;
 }
 
 package::package(std::uint16_t source_id, std::uint32_t instance, const std::string& format, const std::string& payload)
@@ -98,10 +80,6 @@ package::package(std::uint16_t source_id, std::uint32_t instance, const std::str
     std::memcpy(bytes_.data() + sizeof(header), payload.data(), payload.size());
 }
 
-std::ostream& operator<<(std::ostream& stream, const data_record& record) {
-    return stream << record.handle << ':' << ::testing::PrintToString(record.bytes) << '/' << record.declared_size;
-}
-
 qor_data_source_t make_source(std::uint16_t id, std::uint32_t instance, const std::string& name) {
     qor_data_source_t source{};
     source.source_id = id;
@@ -110,18 +88,8 @@ qor_data_source_t make_source(std::uint16_t id, std::uint32_t instance, const st
     return source;
 }
 
-std::vector<qor_type_node_t> sample_catalogue() {
-    using namespace fakes;
-    return {view_node(1, "View", 5),
-            object_node(2, 1, "Object", 0x100, 16, 4),
-            group_node(3, 2, "Group", 4, 4, 2),
-            signal_node(4, 3, "Signal", 1, 1, 3),
-            object_node(5, 1, "Plain", 0x200, 8),
-            signal_node(6, 5, "Byte", 3)};
-}
-
 extractor_test::extractor_test() : api(copy_extractor(directory.path()).string()) {
-    add_plugin("qor_signal_storage", "signal-storage");
+    add_plugin("qor_signal_storage", "signal-storage", {});
     host.control.nodes = sample_catalogue();
     host.control.description_ids["one"] = 1; // the description to which the sample catalogue belongs
 }
@@ -133,38 +101,19 @@ extractor_test::~extractor_test() {
     EXPECT_EQ(allocator.foreign, 0u) << "blocks were freed by an allocator that did not make them";
 }
 
-fakes::script& extractor_test::add_plugin(const std::string& name, const std::string& word,
+fakes::script& extractor_test::add_plugin(const std::string& name, const std::string& word, const formats& served,
                                           const std::string& without_symbol) {
-    std::string bytes = read_file(TAVI_FAKE_PLUGIN);
-    set_library_type(bytes, word);
+    std::string bytes(fs::file_size(TAVI_FAKE_PLUGIN), '\0');
+    std::ifstream(TAVI_FAKE_PLUGIN, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    overwrite(bytes, "qor-library-type=fake-plugin", "qor-library-type=" + word);
     if (!without_symbol.empty()) {
-        spoil_symbol(bytes, without_symbol);
+        overwrite(bytes, '\0' + without_symbol + '\0', '\0' + std::string(without_symbol.size(), 'x'));
     }
     const fs::path path = directory.path() / qor::platform::shared_library_file_name(name);
     fs::remove(path); // a new file, whoever still has the old one mapped
-    std::ofstream(path, std::ios::binary | std::ios::trunc)
-        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return host.control.scripts[name];
-}
-
-fakes::script& extractor_test::add_matcher(const std::string& name, std::initializer_list<std::string> formats) {
-    fakes::script& script = add_plugin(name, "data-matcher");
-    for (const std::string& format : formats) {
-        script.formats.push_back({format});
-    }
-    return script;
-}
-
-fakes::script& extractor_test::add_parser(const std::string& name, std::initializer_list<fakes::format> formats) {
-    fakes::script& script = add_plugin(name, "data-description-parser");
-    script.formats = formats;
-    return script;
-}
-
-fakes::script& extractor_test::add_processor(const std::string& name, std::initializer_list<fakes::format> formats) {
-    fakes::script& script = add_plugin(name, "data-processor");
-    script.formats = formats;
-    return script;
+    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    plugin(name).formats = served;
+    return plugin(name);
 }
 
 outcome extractor_test::create(const char* uri, std::uint32_t flags) {
@@ -186,14 +135,11 @@ outcome extractor_test::collect_signatures(outcome result, char** texts, std::si
 }
 
 outcome extractor_test::register_source(std::uint16_t id, std::uint32_t instance, const std::string& name,
-                                        const qor_data_source_provider_t* provider, bool sanitize) {
-    qor_data_source_t source = make_source(id, instance, name);
-    if (provider != nullptr) {
-        provider->get_data_source(provider->context, 0, &source, nullptr);
-    }
+                                        bool sanitize) {
+    const qor_data_source_t source = make_source(id, instance, name);
     char** texts = nullptr;
     std::size_t count = 0;
-    const outcome result = call(api.register_source, handle, &source, provider, sanitize, &texts, &count, &allocator);
+    const outcome result = call(api.register_source, handle, &source, nullptr, sanitize, &texts, &count, &allocator);
     return collect_signatures(result, texts, count);
 }
 
@@ -216,9 +162,8 @@ outcome extractor_test::register_descriptions(std::uint16_t id, std::uint32_t in
 
 outcome extractor_test::register_signatures(std::uint16_t id, std::uint32_t instance, const std::string& name,
                                             const std::vector<const char*>& given) {
-    const char* const none = nullptr;
-    return call(api.register_source_from_signal_storage, handle, id, instance, name.c_str(),
-                given.empty() ? &none : given.data(), given.size());
+    return call(api.register_source_from_signal_storage, handle, id, instance, name.c_str(), given.data(),
+                given.size());
 }
 
 std::uint64_t extractor_test::subscribe(const std::string& url) {
@@ -232,18 +177,21 @@ outcome extractor_test::try_subscribe(const std::string& url, bool lenient) {
     return call(api.subscribe, handle, url.c_str(), lenient, &subscription);
 }
 
-std::string extractor_test::filter() {
-    return read_text(
-        [&](char* buffer, std::size_t* size) { return call(api.get_reader_filter_expression, handle, buffer, size); });
+std::string extractor_test::names_of(qor_type_node_sequence_t* nodes) {
+    std::string text;
+    for (std::uint64_t i = 0; i < nodes->count; ++i) {
+        text += std::string(nodes->nodes[i].name) + " ";
+    }
+    EXPECT_EQ(qor_type_node_sequence_destroy(qor_get_default_allocator(), nodes, nullptr), QOR_STATUS_OK);
+    return text;
 }
 
-std::string extractor_test::schema(const std::string& url, bool lenient) {
-    return read_text([&](char* buffer, std::size_t* size) {
-        return call(api.get_type_schema_by_url, handle, url.c_str(), lenient, false, false, buffer, size);
-    });
+std::string extractor_test::root_nodes(std::uint16_t id, std::uint32_t instance) {
+    const qor_data_source_t source = make_source(id, instance, "any name");
+    return names_of(api.get_root_nodes, &source);
 }
 
-outcome extractor_test::try_match(const package& unit, bool strict, std::vector<std::uint64_t>& handles) {
+outcome extractor_test::try_match(const package& unit, bool strict) {
     std::uint64_t* found = nullptr;
     std::size_t count = 0;
     const outcome result = call(api.match, handle, unit.get(), strict, &found, &count, &allocator);
@@ -252,21 +200,11 @@ outcome extractor_test::try_match(const package& unit, bool strict, std::vector<
     return result;
 }
 
-outcome extractor_test::try_match(const package& unit, bool strict) {
-    std::vector<std::uint64_t> handles;
-    return try_match(unit, strict, handles);
-}
-
-std::vector<std::uint64_t> extractor_test::match(const package& unit, bool strict) {
-    std::vector<std::uint64_t> handles;
-    EXPECT_EQ(try_match(unit, strict, handles), succeeded);
-    return handles;
-}
-
-outcome extractor_test::try_process(const package& unit, bool strict, std::vector<data_record>& records) {
+outcome extractor_test::try_process(const package& unit, bool strict) {
     qor_dynamic_data_t** found = nullptr;
     std::size_t count = 0;
     const outcome result = call(api.process, handle, unit.get(), strict, &found, &count, &allocator);
+    records.clear();
     for (std::size_t i = 0; found != nullptr && i < count; ++i) {
         const qor_dynamic_data_t& data = *found[i];
         records.push_back({data.subscription_handle,
@@ -278,17 +216,6 @@ outcome extractor_test::try_process(const package& unit, bool strict, std::vecto
     }
     allocator.free(found, allocator.context);
     return result;
-}
-
-outcome extractor_test::try_process(const package& unit, bool strict) {
-    std::vector<data_record> records;
-    return try_process(unit, strict, records);
-}
-
-std::vector<data_record> extractor_test::process(const package& unit, bool strict) {
-    std::vector<data_record> records;
-    EXPECT_EQ(try_process(unit, strict, records), succeeded);
-    return records;
 }
 
 } // namespace tavi::test

@@ -5,11 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "tests/extractor/extractor_functions.hpp"
 #include "tests/fakes/fake_control.hpp"
 #include "tests/support/counting_allocator.hpp"
@@ -20,12 +15,6 @@ namespace tavi::test {
 
 using strings = std::vector<std::string>;
 
-struct log_record {
-    std::uint32_t level;
-    std::string message, module, file, function;
-    std::uint32_t line;
-};
-
 // The host's side: its locator with the control of the fakes and, when wanted, a log sink.
 class fake_host {
 public:
@@ -35,11 +24,9 @@ public:
     fakes::control control;
     bool offers_log = false;
     qor_log_t log;
-    std::vector<log_record> records;
-    std::optional<fakes::answer> log_answer;
-
-    // "level message" of each record so far; then they are forgotten.
-    strings take_log();
+    strings records; // "level message" of each
+    strings places;  // "module function" of each
+    bool log_fails = false;
 };
 
 // A package with its payload.
@@ -59,7 +46,6 @@ struct data_record {
     std::uint32_t declared_size = 0;
     bool operator==(const data_record&) const = default;
 };
-std::ostream& operator<<(std::ostream& stream, const data_record& record);
 
 struct description {
     std::string name, type, content;
@@ -70,56 +56,78 @@ protected:
     extractor_test();
     ~extractor_test() override;
 
-    // ---- the directory; a plug-in's script may be changed until it is used
-    // --------------------------------------------
-    fakes::script& add_plugin(const std::string& name, const std::string& word, const std::string& without_symbol = {});
-    fakes::script& add_matcher(const std::string& name, std::initializer_list<std::string> formats);
-    fakes::script& add_parser(const std::string& name, std::initializer_list<fakes::format> formats);
-    fakes::script& add_processor(const std::string& name, std::initializer_list<fakes::format> formats);
-    fakes::script& storage() { return host.control.scripts["qor_signal_storage"]; }
+    // ---- the directory; a plug-in's script may be changed until it is used ----------------------------------------
+    using formats = std::vector<fakes::format>;
+    fakes::script& add_plugin(const std::string& name, const std::string& word, const formats& served,
+                              const std::string& without_symbol = {});
+    fakes::script& add_matcher(const std::string& name, const formats& served) {
+        return add_plugin(name, "data-matcher", served);
+    }
+    fakes::script& add_parser(const std::string& name, const formats& served) {
+        return add_plugin(name, "data-description-parser", served);
+    }
+    fakes::script& add_processor(const std::string& name, const formats& served) {
+        return add_plugin(name, "data-processor", served);
+    }
+    fakes::script& plugin(const std::string& name) { return host.control.scripts[name]; }
+    fakes::script& storage() { return plugin("qor_signal_storage"); }
     strings take(const std::set<std::string>& functions) { return host.control.take(functions); }
 
-    // ---- life
-    // ---------------------------------------------------------------------------------------------------------
+    // ---- life -----------------------------------------------------------------------------------------------------
     outcome create(const char* uri = "file:signal_storage?mode=memory", std::uint32_t flags = 0);
     void start() { ASSERT_EQ(create(), succeeded); }
     void destroy();
 
-    // ---- sources; the signatures that come back stand in `signatures`
-    // -------------------------------------------------
-    outcome register_source(std::uint16_t id, std::uint32_t instance, const std::string& name,
-                            const qor_data_source_provider_t* provider = nullptr, bool sanitize = false);
+    // ---- sources; the signatures that come back stand in `signatures` ---------------------------------------------
+    outcome register_source(std::uint16_t id, std::uint32_t instance, const std::string& name, bool sanitize = false);
     outcome register_descriptions(std::uint16_t id, std::uint32_t instance, const std::string& name,
                                   const std::vector<description>& descriptions);
     outcome register_signatures(std::uint16_t id, std::uint32_t instance, const std::string& name,
                                 const std::vector<const char*>& given);
 
-    // ---- subscriptions and texts
-    // -------------------------------------------------------------------------------------- 0 when it fails, which is
-    // a failure of the test.
+    // ---- subscriptions and texts ----------------------------------------------------------------------------------
+    // 0 when it fails, which is a failure of the test.
     std::uint64_t subscribe(const std::string& url);
     outcome try_subscribe(const std::string& url, bool lenient = false);
-    // The text by the two-call protocol, or the outcome's text in angle brackets.
-    template<typename Ask>
-    static std::string read_text(Ask ask) {
+    // The text that `function` gives by the two-call protocol, or the outcome's text in angle brackets.
+    template<typename Function, typename... Arguments>
+    std::string text_of(Function* function, Arguments... arguments) {
         std::size_t size = 0;
-        const outcome queried = ask(static_cast<char*>(nullptr), &size);
+        const outcome queried = call(function, handle, arguments..., nullptr, &size);
         if (queried != too_small) {
             return "<" + queried.text.value_or("no text") + ">";
         }
-        std::string text(size + 1, 'x');
-        EXPECT_EQ(ask(text.data(), &size), succeeded);
+        std::string text(size, 'x');
+        EXPECT_EQ(call(function, handle, arguments..., text.data(), &size), succeeded);
         return text.substr(0, size - 1);
     }
-    std::string filter();
-    std::string schema(const std::string& url, bool lenient = false);
+    std::string filter() { return text_of(api.get_reader_filter_expression); }
+    std::string schema(const std::string& url, bool lenient = false) {
+        return text_of(api.get_type_schema_by_url, url.c_str(), lenient, false, false);
+    }
+    // The names of the nodes that `function` gives, a blank behind each, or the outcome's text in angle brackets.
+    template<typename Function, typename Argument>
+    std::string names_of(Function* function, Argument argument) {
+        qor_type_node_sequence_t* nodes = nullptr;
+        const outcome result = call(function, handle, argument, &nodes);
+        return result == succeeded ? names_of(nodes) : "<" + result.text.value_or("no text") + ">";
+    }
+    std::string root_nodes(std::uint16_t id, std::uint32_t instance);
+    std::string root_nodes(const std::string& name) {
+        return names_of(api.get_root_nodes_by_source_name, name.c_str());
+    }
 
-    // ---- packages
-    // -----------------------------------------------------------------------------------------------------
-    std::vector<std::uint64_t> match(const package& unit, bool strict = false);
+    // ---- packages; what comes back stands in `handles` and `records` too ------------------------------------------
     outcome try_match(const package& unit, bool strict = false);
-    std::vector<data_record> process(const package& unit, bool strict = false);
     outcome try_process(const package& unit, bool strict = false);
+    const std::vector<std::uint64_t>& match(const package& unit, bool strict = false) {
+        EXPECT_EQ(try_match(unit, strict), succeeded);
+        return handles;
+    }
+    const std::vector<data_record>& process(const package& unit, bool strict = false) {
+        EXPECT_EQ(try_process(unit, strict), succeeded);
+        return records;
+    }
 
     temporary_directory directory;
     fake_host host;
@@ -128,18 +136,15 @@ protected:
     qor_service_locator_t* host_locator = &host.locator;
     qor_tavi_extractor_t* handle = nullptr;
     strings signatures;
+    std::vector<std::uint64_t> handles;
+    std::vector<data_record> records;
 
 private:
     outcome collect_signatures(outcome result, char** texts, std::size_t count);
-    outcome try_process(const package& unit, bool strict, std::vector<data_record>& records);
-    outcome try_match(const package& unit, bool strict, std::vector<std::uint64_t>& handles);
+    static std::string names_of(qor_type_node_sequence_t* nodes);
 };
 
 qor_data_source_t make_source(std::uint16_t id, std::uint32_t instance, const std::string& name);
-
-// A catalogue of one description:  View(cycle 5) / Object(0x100, 4 x 16) / Group(at 4, 2 x 4) / Signal(at 1, 3 x 1),
-// and View / Plain(0x200, 8) / Byte(at 3).
-std::vector<qor_type_node_t> sample_catalogue();
 
 } // namespace tavi::test
 

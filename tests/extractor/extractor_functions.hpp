@@ -8,6 +8,18 @@
 #include "qor_tavi_extractor/qor_tavi_extractor.h"
 #include "qorcpp/platform/shared_library.hpp"
 
+// What the library exports beside its metadata, each without the prefix.
+// clang-format off
+#define TAVI_TEST_EXPORTS(each)                                                                                        \
+    each(create) each(destroy) each(get_service_locator)                                                               \
+    each(register_source) each(register_source_from_signal_storage) each(register_source_with_data_descriptions)       \
+    each(unregister_sources) each(checkpoint_signal_storage)                                                           \
+    each(get_root_nodes) each(get_root_nodes_by_source_name) each(get_node_children) each(get_type_schema_by_url)      \
+    each(subscribe) each(unsubscribe) each(unsubscribe_all) each(get_subscription_count) each(get_url)                 \
+    each(get_type_schema_by_subscription) each(get_reader_filter_expression)                                           \
+    each(match) each(process) each(has_data_processor)
+// clang-format on
+
 namespace tavi::test {
 
 class extractor_functions {
@@ -26,32 +38,11 @@ private:
     qor::platform::shared_library library_;
 
 public:
-// The names are those of the header: the type of each comes from there.
-#define TAVI_TEST_FUNCTION(verb)                                                                                       \
-    decltype(&qor_tavi_extractor_##verb) verb =                                                                        \
-        find(decltype (&qor_tavi_extractor_##verb)(), "qor_tavi_extractor_" #verb)
-    TAVI_TEST_FUNCTION(create);
-    TAVI_TEST_FUNCTION(destroy);
-    TAVI_TEST_FUNCTION(get_service_locator);
-    TAVI_TEST_FUNCTION(register_source);
-    TAVI_TEST_FUNCTION(register_source_from_signal_storage);
-    TAVI_TEST_FUNCTION(register_source_with_data_descriptions);
-    TAVI_TEST_FUNCTION(unregister_sources);
-    TAVI_TEST_FUNCTION(checkpoint_signal_storage);
-    TAVI_TEST_FUNCTION(get_root_nodes);
-    TAVI_TEST_FUNCTION(get_root_nodes_by_source_name);
-    TAVI_TEST_FUNCTION(get_node_children);
-    TAVI_TEST_FUNCTION(get_type_schema_by_url);
-    TAVI_TEST_FUNCTION(subscribe);
-    TAVI_TEST_FUNCTION(unsubscribe);
-    TAVI_TEST_FUNCTION(unsubscribe_all);
-    TAVI_TEST_FUNCTION(get_subscription_count);
-    TAVI_TEST_FUNCTION(get_url);
-    TAVI_TEST_FUNCTION(get_type_schema_by_subscription);
-    TAVI_TEST_FUNCTION(get_reader_filter_expression);
-    TAVI_TEST_FUNCTION(match);
-    TAVI_TEST_FUNCTION(process);
-    TAVI_TEST_FUNCTION(has_data_processor);
+// The type of each comes from the header.
+#define TAVI_TEST_FUNCTION(name)                                                                                       \
+    decltype(&qor_tavi_extractor_##name) name =                                                                        \
+        find(decltype (&qor_tavi_extractor_##name)(), "qor_tavi_extractor_" #name);
+    TAVI_TEST_EXPORTS(TAVI_TEST_FUNCTION)
 #undef TAVI_TEST_FUNCTION
 };
 

@@ -1,7 +1,7 @@
 // Packages: which subscriptions they serve, and the records that are cut from them or made by processors.
-#include "tests/extractor/extractor_fixture.hpp"
-
 #include <limits>
+
+#include "tests/extractor/extractor_fixture.hpp"
 
 namespace tavi::test {
 namespace {
@@ -12,40 +12,37 @@ using namespace fakes;
 
 constexpr std::uint64_t maximum = std::numeric_limits<std::uint64_t>::max();
 
+// With a matcher that is asked subscription by subscription and with one that is asked at once.
 class packages : public extractor_test, public ::testing::WithParamInterface<bool> {
 protected:
-    packages() : matcher(add_matcher("m", {"can"})), box(add_processor("box", {{"raw", 5}, {"can", 6}})) {
+    packages() : matcher(add_matcher("m", {{"can"}})), box(add_processor("box", {{"raw", 5}, {"can", 6}})) {
+        matcher.offers_batch = GetParam();
         add_parser("p", {{"dbc"}, {"sdl"}});
         box.answers = {{"register_type", returns(1)}};
-        matcher.match = [this](std::uint64_t subscription, const qor_package_t&) { return outcomes[subscription]; };
     }
     // Source 0x15#2, with a processor for "raw", and 0x16#2, with one for "can"; `count` subscriptions of each.
     void start_with_subscriptions(int count = 2) {
         start();
-        for (const std::uint16_t id : {0x15, 0x16}) {
-            ASSERT_EQ(register_descriptions(id, 2, "source" + std::to_string(id), {{"one", "dbc", ""}}), succeeded);
+        for (const std::string id : {"21", "22"}) {
+            ASSERT_EQ(register_descriptions(static_cast<std::uint16_t>(std::stoi(id)), 2, id, {{"one", "dbc", ""}}),
+                      succeeded);
             for (int i = 0; i < count; ++i) {
-                subscribe("source" + std::to_string(id) + ".View.Plain");
+                subscribe(id + "#2.View.Plain");
             }
         }
         take({});
     }
     script& matcher;
     script& box;
-    std::map<std::uint64_t, match_answer> outcomes;
     const package unit{0x15, 2, "can", "abcdefgh"};
+    const package raw{0x15, 2, "raw", ""};
+    const package both{0x16, 2, "can", "abc"}; // matcher and processor serve it
 };
 
-TEST_F(packages, without_a_format_are_refused_even_of_an_unknown_source) {
-    start_with_subscriptions();
-    const std::string text = "a generic package without format type specifier was received";
-    EXPECT_EQ(try_match(package(9, 9, "", "x")), failed(text));
-    EXPECT_EQ(try_process(package(9, 9, "", "x")), invalid(text));
-}
+INSTANTIATE_TEST_SUITE_P(one_by_one_and_at_once, packages, ::testing::Bool());
 
-TEST_F(packages, of_unknown_source_or_format_serve_nobody) {
+TEST_P(packages, of_unknown_source_or_format_serve_nobody) {
     start_with_subscriptions();
-    matcher.match = [](std::uint64_t, const qor_package_t&) { return match_answer{true}; };
     for (const package& other : {package(0x15, 1, "can", "x"), package(0x14, 2, "can", "x"),
                                  package(0x15, 2, "Can", "x"), package(0x15, 2, std::string(46, 'f'), "x")}) {
         allocator.callocs.clear();
@@ -53,157 +50,125 @@ TEST_F(packages, of_unknown_source_or_format_serve_nobody) {
         EXPECT_THAT(process(other), IsEmpty());
         EXPECT_THAT(allocator.callocs, ElementsAre(std::pair(0, 8), std::pair(0, 8)));
     }
-    EXPECT_THAT(take({"match", "process"}), IsEmpty());
+    EXPECT_THAT(take({"match", "match_batch", "process"}), IsEmpty());
+    const package nameless(9, 9, "", "x");
+    const std::string text = "a generic package without format type specifier was received";
+    bool answer = true;
+    EXPECT_EQ(try_match(nameless), failed(text));
+    EXPECT_EQ(try_process(nameless), invalid(text));
+    EXPECT_EQ(call(api.has_data_processor, handle, nameless.get(), &answer), invalid(text));
 }
 
-TEST_F(packages, serve_the_subscriptions_that_the_matcher_names_in_their_order) {
-    start_with_subscriptions(4); // 2 to 5 and 6 to 9
-    outcomes[5] = outcomes[3] = {true, 0, 1, 1};
+TEST_P(packages, serve_the_subscriptions_that_the_matcher_names_in_their_order) {
+    start_with_subscriptions(3); // 2 to 4 and 5 to 7
+    matcher.match = {{4, {true, 1, 2, 2}}, {2, {true, 0, 1, 1}}, {5, {true, 0, 1, 1}}};
     allocator.callocs.clear();
-    EXPECT_THAT(match(unit, true), ElementsAre(3u, 5u));
+    EXPECT_THAT(match(unit, true), ElementsAre(2u, 4u));
     EXPECT_THAT(allocator.callocs, ElementsAre(std::pair(2, 8)));
-    EXPECT_THAT(take({"match"}),
-                ElementsAre("m.match 2 strict", "m.match 3 strict", "m.match 4 strict", "m.match 5 strict"));
-    EXPECT_THAT(process(unit), ElementsAre(data_record{3, "a"}, data_record{5, "a"}));
-    EXPECT_THAT(take({"match"}), ::testing::Each(::testing::EndsWith(" lenient")));
-    matcher.answers = {{"match/5", reports(QOR_STATUS_TIMED_OUT, "no time")}};
+    EXPECT_THAT(process(unit), ElementsAre(data_record{2, "a"}, data_record{4, "bc"}));
+    const strings one_by_one = {"m.match 2 strict",  "m.match 3 strict",  "m.match 4 strict",
+                                "m.match 2 lenient", "m.match 3 lenient", "m.match 4 lenient"};
+    const strings at_once = {"m.match_batch strict 2 3 4", "m.match_batch lenient 2 3 4"};
+    EXPECT_EQ(take({"match", "match_batch"}), GetParam() ? at_once : one_by_one);
+    const std::string function = GetParam() ? "match_batch" : "match/4";
+    matcher.answers = {{function, reports(QOR_STATUS_TIMED_OUT, "no time")}};
     EXPECT_EQ(try_match(unit), failed("no time", QOR_STATUS_TIMED_OUT));
     EXPECT_EQ(try_process(unit), failed("no time", QOR_STATUS_TIMED_OUT));
-    matcher.answers = {{"match/5", throws_unknown()}};
+    matcher.answers = {{function, throws_unknown()}};
     EXPECT_EQ(try_process(unit), failed("unknown error"));
 }
 
-TEST_F(packages, are_matched_in_one_call_where_the_matcher_can) {
-    matcher.offers_batch = true;
-    start_with_subscriptions(3);
-    outcomes[4] = {true, 1, 2, 2};
-    outcomes[2] = {true, 0, 1, 1};
-    EXPECT_THAT(match(unit, true), ElementsAre(2u, 4u));
-    EXPECT_THAT(process(unit), ElementsAre(data_record{2, "a"}, data_record{4, "bc"}));
-    EXPECT_THAT(take({"match", "match_batch"}),
-                ElementsAre("m.match_batch strict 2 3 4", "m.match_batch lenient 2 3 4"));
-    matcher.answers = {{"match_batch", reports(QOR_STATUS_FILE_EXISTS, "again?")}};
-    EXPECT_EQ(try_match(unit), failed("again?", QOR_STATUS_FILE_EXISTS));
-    EXPECT_EQ(try_process(unit), failed("again?", QOR_STATUS_FILE_EXISTS));
-}
-
-TEST_F(packages, need_the_slots_of_matcher_and_processor) {
+TEST_P(packages, need_the_slots_of_matcher_and_processor) {
+    matcher.offers_batch = false;
     matcher.missing = {"match"};
     box.missing = {"process"};
     start_with_subscriptions();
     const auto refused = failed("invalid qor_data_matcher_support_t interface, missing 'match' function");
     EXPECT_EQ(try_match(unit), refused);
     EXPECT_EQ(try_process(unit), refused);
-    EXPECT_EQ(try_process(package(0x15, 2, "raw", "")),
-              failed("invalid qor_data_processor_support_t interface, missing 'process' function"));
+    EXPECT_EQ(try_process(raw), failed("invalid qor_data_processor_support_t interface, missing 'process' function"));
 }
 
 // The matcher says: from `offset` on `size` bytes are there of `expected`. The payload is "abcdefgh".
 TEST_P(packages, give_the_bytes_that_the_matcher_names_and_no_others) {
-    const bool batch = GetParam();
-    matcher.offers_batch = batch;
     start_with_subscriptions(1);
-    const auto too_far = [](std::uint64_t size, std::uint64_t offset) {
-        return failed("package payload size 8 is less than match size " + std::to_string(size) + " from offset " +
-                      std::to_string(offset));
-    };
-    const auto differs = [](std::uint64_t expected, std::uint64_t offset) {
-        return failed("package payload size 8 is less than expected size " + std::to_string(expected) +
+    const auto too_short = [](const std::string& what, std::uint64_t size, std::uint64_t offset) {
+        return failed("package payload size 8 is less than " + what + " size " + std::to_string(size) +
                       " from offset " + std::to_string(offset));
     };
     const struct {
         std::uint64_t offset, size, expected;
         bool strict;
         outcome result;
-        std::string bytes;
+        std::string bytes = {};
     } rows[] = {
         {0, 8, 8, true, succeeded, "abcdefgh"},
         {3, 2, 2, true, succeeded, "de"},
-        {6, 2, 2, false, succeeded, "gh"},
         {8, 0, 0, true, succeeded, ""},
-        {0, 0, 0, false, succeeded, ""},
         {2, 4, 3, false, succeeded, "cdef"}, // the match size decides while all fits
         {2, 3, 4, false, succeeded, "cde"},
         {6, 1, 4, false, succeeded, std::string("gh\0\0", 4)}, // short: room as expected, what is there, zeros
         {8, 0, 3, false, succeeded, std::string(3, '\0')},
-        {0, 2, 100, false, succeeded, "abcdefgh" + std::string(92, '\0')},
-        {0, 8, 9, true, differs(9, 0), ""},
-        {2, 4, 3, true, differs(3, 2), ""}, // strict looks at the sizes first, whatever the payload holds
-        {100, 1, 2, true, differs(2, 100), ""},
-        {7, 2, 2, true, too_far(2, 7), ""},
-        {7, 2, 2, false, too_far(2, 7), ""},
-        {9, 0, 0, false, too_far(0, 9), ""},
-        {0, maximum, maximum, true, too_far(maximum, 0), ""},
-        {maximum, 2, 2, false, too_far(2, maximum), ""}, // sums that wrap are beyond the payload
-        {2, maximum, 2, false, too_far(maximum, 2), ""},
-        {maximum, maximum, maximum, true, too_far(maximum, maximum), ""},
-        {1, maximum, 0, false, too_far(maximum, 1), ""},
+        {0, 8, 9, true, too_short("expected", 9, 0)},
+        {100, 1, 2, true, too_short("expected", 2, 100)}, // strict looks at the sizes first
+        {7, 2, 2, true, too_short("match", 2, 7)},
+        {7, 2, 2, false, too_short("match", 2, 7)},
+        {9, 0, 0, false, too_short("match", 0, 9)},
+        {maximum, 2, 2, false, too_short("match", 2, maximum)}, // sums that wrap are beyond the payload
+        {2, maximum, 2, false, too_short("match", maximum, 2)},
+        {maximum, maximum, maximum, true, too_short("match", maximum, maximum)},
     };
     for (const auto& row : rows) {
-        outcomes[2] = {true, row.offset, row.size, row.expected};
+        matcher.match[2] = {true, row.offset, row.size, row.expected};
         SCOPED_TRACE(::testing::Message() << row.offset << ' ' << row.size << ' ' << row.expected);
         EXPECT_EQ(try_process(unit, row.strict), row.result);
         if (row.result == succeeded) {
-            EXPECT_THAT(process(unit, row.strict), ElementsAre(data_record{2, row.bytes}));
+            EXPECT_THAT(records, ElementsAre(data_record{2, row.bytes}));
         }
-        EXPECT_EQ(allocator.alive(), 0u);
     }
     // A record that cannot be made: the sum of offset and expected size wraps, so the package is short.
-    outcomes[2] = {true, 4, 0, maximum - 2};
+    matcher.match[2] = {true, 4, 0, maximum - 2};
     EXPECT_NE(try_process(unit).status, QOR_STATUS_OK);
 }
 
-INSTANTIATE_TEST_SUITE_P(one_by_one_and_at_once, packages, ::testing::Bool());
-
-TEST_F(packages, leave_nothing_when_memory_runs_out) {
+TEST_P(packages, leave_nothing_when_memory_runs_out) {
     start_with_subscriptions(3);
-    outcomes[2] = outcomes[3] = outcomes[4] = {true, 0, 8, 200}; // short
-    outcomes[3] = {true, 0, 8, 8};
-    outcome result;
-    int failures = 0;
-    for (allocator.fail_at = 1; failures < 100; ++allocator.fail_at, ++failures) {
+    matcher.match = {{2, {true, 0, 8, 200}}, {3, {true, 0, 8, 8}}, {4, {true, 0, 8, 200}}}; // short, whole, short
+    // Three records of one block each, and the array.
+    for (allocator.fail_at = 1; allocator.fail_at <= 4; ++allocator.fail_at) {
         allocator.allocations = 0;
-        result = try_process(unit);
-        EXPECT_EQ(allocator.alive(), 0u) << allocator.fail_at;
-        if (result == succeeded) {
-            break;
-        }
+        const outcome result = try_process(unit);
         EXPECT_THAT(result.status, ::testing::AnyOf(QOR_STATUS_OUT_OF_MEMORY, QOR_STATUS_FAILURE));
         EXPECT_THAT(*result.text,
                     ::testing::AnyOf("memory allocation failed", "failed to allocate 'qor_dynamic_data_t' message"));
+        EXPECT_EQ(allocator.alive(), 0u) << allocator.fail_at;
     }
-    EXPECT_EQ(failures, 4) << "three records of one block each, and the array";
-    allocator.fail_at = 1;
-    allocator.allocations = 0;
+    allocator.fail_at = 0;
+    EXPECT_EQ(process(unit).size(), 3u);
+    allocator.fail_at = allocator.allocations + 1;
     EXPECT_EQ(try_match(unit), failed("memory allocation failed", QOR_STATUS_OUT_OF_MEMORY));
 }
 
-TEST_F(packages, that_a_processor_takes_give_its_records_as_they_are) {
+TEST_P(packages, that_a_processor_takes_give_its_records_as_they_are) {
     start_with_subscriptions(); // 2, 3 and 4, 5
-    box.process = [](std::uint64_t subscription) {
-        return subscription == 2 ? strings{"one", ""} : strings{"x" + std::to_string(subscription)};
-    };
-    EXPECT_THAT(process(package(0x15, 2, "raw", "")),
-                ElementsAre(data_record{1002, "one", 77}, data_record{1002, "", 77}, data_record{1003, "x3", 77}));
+    box.records = {{2, {"one", ""}}, {4, {"x4"}}};
+    EXPECT_THAT(process(raw), ElementsAre(data_record{1002, "one", 77}, data_record{1002, "", 77}));
     EXPECT_THAT(take({"process"}), ElementsAre("box.process 2", "box.process 3"));
+    allocator.frees = 0;
+    EXPECT_THAT(process(package(0x15, 2, "raw", "")).size(), 2u);
+    EXPECT_EQ(allocator.frees, 5u) << "two arrays of the processor, one of them empty, the result and its records";
     // Both roads: the matcher's records come first.
-    outcomes[4] = {true, 0, 2, 2};
-    EXPECT_THAT(process(package(0x16, 2, "can", "abc")),
-                ElementsAre(data_record{4, "ab"}, data_record{1004, "x4", 77}, data_record{1005, "x5", 77}));
+    matcher.match[4] = {true, 0, 2, 2};
+    EXPECT_THAT(process(both), ElementsAre(data_record{4, "ab"}, data_record{1004, "x4", 77}));
     box.answers["process/5"] = reports(QOR_STATUS_INVALID_ARGUMENT, "what is that?");
-    EXPECT_EQ(try_process(package(0x16, 2, "can", "abc")), invalid("what is that?"));
+    EXPECT_EQ(try_process(both), invalid("what is that?"));
     box.answers["process/5"] = throws_unknown();
-    EXPECT_EQ(try_process(package(0x16, 2, "can", "abc")), failed("unknown error"));
-}
-
-TEST_F(packages, free_a_processors_array_also_when_it_is_empty) {
-    start_with_subscriptions(1);
-    for (const bool null_array : {false, true}) {
-        box.null_array_when_empty = null_array;
-        allocator.frees = 0;
-        EXPECT_THAT(process(package(0x15, 2, "raw", "")), IsEmpty());
-        EXPECT_EQ(allocator.frees, 2u); // the processor's array and, by the test, the result
-    }
+    EXPECT_EQ(try_process(both), failed("unknown error"));
+    // Records that are not there fail the package.
+    box.records = {{2, {"ab", std::nullopt, "ef"}}};
+    EXPECT_EQ(try_process(raw), invalid("invalid dynamic data state"));
+    box.counts_only = true;
+    EXPECT_EQ(try_process(raw), invalid("invalid dynamic data state"));
 }
 
 } // namespace

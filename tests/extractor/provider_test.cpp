@@ -1,12 +1,71 @@
 // Registration with a host's provider: retries, checks of its record, and what it may get wrong.
-#include "tests/extractor/host_provider.hpp"
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#include "tests/extractor/extractor_fixture.hpp"
 
 namespace tavi::test {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using namespace fakes;
+// A host's provider of one source, whose answers the test sets.
+class host_provider : public qor_data_source_provider_t {
+public:
+    explicit host_provider(std::vector<description> offered)
+        : qor_data_source_provider_t{count_sources, give_source, nullptr, give_description, give_content, this},
+          descriptions(std::move(offered)) {
+        source.data_description_count = descriptions.size();
+    }
+
+    qor_data_source_t source = make_source(7, 2, "engine");
+    std::vector<description> descriptions;
+    int not_ready = 0;                            // how often each call is put off
+    std::map<std::string, fakes::answer> answers; // by "sources", "source", "description", "size", "content"
+    std::set<std::thread::id> threads;
+    std::map<std::string, int> calls;
+
+private:
+    static host_provider& of(void* context) { return *static_cast<host_provider*>(context); }
+
+    std::uint32_t perform(const std::string& function, qor_error_details_t** error, const std::function<void()>& work) {
+        threads.insert(std::this_thread::get_id());
+        if (const int call = calls[function]++; call % (not_ready + 1) != not_ready) {
+            return call % 2 == 0
+                       ? QOR_STATUS_NOT_READY
+                       : (qor_error_details_create(error, QOR_STATUS_INFORMATION, "in a moment"), QOR_STATUS_NOT_READY);
+        }
+        const auto scripted = answers.find(function);
+        if (scripted == answers.end()) {
+            return work(), function == "size" ? QOR_STATUS_BUFFER_TOO_SMALL : QOR_STATUS_OK;
+        }
+        const auto& [status, code, text, throws] = scripted->second;
+        return code ? qor_error_details_create(error, *code, text->c_str()) : status;
+    }
+    static std::uint32_t count_sources(void* context, std::size_t* count, qor_error_details_t** error) {
+        return of(context).perform("sources", error, [&] { *count = 1; });
+    }
+    static std::uint32_t give_source(void* context, std::size_t, qor_data_source_t* result,
+                                     qor_error_details_t** error) {
+        return of(context).perform("source", error, [&] { *result = of(context).source; });
+    }
+    static std::uint32_t give_description(void* context, std::size_t, std::size_t index, qor_data_description_t* result,
+                                          qor_error_details_t** error) {
+        return of(context).perform("description", error, [&] {
+            const description& given = of(context).descriptions[index];
+            std::memcpy(result->name, given.name.c_str(), given.name.size());
+            std::memcpy(result->format_type, given.type.c_str(), given.type.size());
+        });
+    }
+    static std::uint32_t give_content(void* context, std::size_t, std::size_t index, void* buffer, std::uint64_t* size,
+                                      qor_error_details_t** error) {
+        const std::string& content = of(context).descriptions[index].content;
+        if (buffer != nullptr) {
+            return of(context).perform("content", error, [&] { std::memcpy(buffer, content.data(), *size); });
+        }
+        *size = 100'000'000; // counts for nothing when the size is not ready
+        return of(context).perform("size", error, [&] { *size = content.size(); });
+    }
+};
 
 class provider : public extractor_test {
 protected:
@@ -14,58 +73,51 @@ protected:
         add_parser("p", {{"dbc"}});
         start();
     }
-    outcome register_from(const host_provider& given) { return register_source(7, 2, "engine", &given); }
-    host_provider host_side{make_source(7, 2, "engine"), {{"a", "dbc", "first"}, {"b", "dbc", ""}}};
+    outcome register_from(const qor_data_source_t& source, const qor_data_source_provider_t& given) {
+        return call(api.register_source, handle, &source, &given, false, nullptr, nullptr, nullptr);
+    }
+    outcome register_it() { return register_from(host_side.source, host_side); }
+    host_provider host_side{{{"a", "dbc", "first"}, {"b", "dbc", ""}}};
 };
 
-TEST_F(provider, is_asked_on_a_thread_of_the_library) {
-    ASSERT_EQ(register_from(host_side), succeeded);
-    EXPECT_THAT(signatures, ElementsAre("signature 2", "signature 3"));
-    EXPECT_THAT(take({"parse_buffer"}), ElementsAre("p.parse_buffer a type=0 'first'", "p.parse_buffer b type=0 ''"));
-    host_side.threads.erase(std::this_thread::get_id()); // the test's own look at the source
-    EXPECT_FALSE(host_side.threads.empty());
-    EXPECT_EQ(host_side.calls["content"], 2);
-}
-
-TEST_F(provider, is_asked_again_until_it_is_ready) {
-    host_provider patient(make_source(7, 2, "engine"), host_side.descriptions);
-    for (const bool chatty : {false, true}) {
-        patient.not_ready = 0;
-        ASSERT_EQ(call(patient.get_data_source, patient.context, std::size_t{0}, &patient.source), succeeded);
-        const qor_data_source_t source = patient.source;
-        patient.not_ready = 3;
-        patient.chatty = chatty;
-        patient.calls.clear();
-        EXPECT_EQ(call(api.register_source, handle, &source, &patient, false, nullptr, nullptr, nullptr), succeeded);
-        EXPECT_EQ(patient.calls["content"], 8);
-        EXPECT_EQ(patient.calls["size"], 8);
+TEST_F(provider, is_asked_on_a_thread_of_the_library_until_it_is_ready) {
+    for (const int not_ready : {0, 3}) {
+        host_side.not_ready = not_ready;
+        host_side.calls.clear();
+        ASSERT_EQ(register_it(), succeeded);
+        EXPECT_THAT(take({"parse_buffer"}),
+                    ::testing::ElementsAre("p.parse_buffer a type=0 'first'", "p.parse_buffer b type=0 ''"));
+        EXPECT_EQ(host_side.calls["size"], 2 * (not_ready + 1));
     }
+    EXPECT_FALSE(host_side.threads.contains(std::this_thread::get_id()));
 }
 
 TEST_F(provider, that_reports_fails_the_registration_with_its_status) {
     for (const char* function : {"sources", "source", "description", "content"}) {
-        host_provider failing(make_source(7, 2, "engine"), host_side.descriptions);
-        const qor_data_source_t source = failing.source;
-        failing.answers[function] = reports(QOR_STATUS_FILE_EXISTS, "not yours");
-        EXPECT_EQ(call(api.register_source, handle, &source, &failing, false, nullptr, nullptr, nullptr),
-                  failed("not yours", QOR_STATUS_FILE_EXISTS))
-            << function;
+        host_side.answers = {{function, fakes::reports(QOR_STATUS_FILE_EXISTS, "not yours")}};
+        EXPECT_EQ(register_it(), failed("not yours", QOR_STATUS_FILE_EXISTS)) << function;
+    }
+    // A query for the size has one good answer only.
+    for (const std::uint32_t status : {QOR_STATUS_OK, QOR_STATUS_FAILURE}) {
+        host_side.answers = {{"size", fakes::returns(status)}};
+        EXPECT_EQ(register_it(), failed("unexpected value received from 'get_data_description_content' function while "
+                                        "retrieving content size"));
     }
 }
 
 TEST_F(provider, with_a_hole_is_refused_before_any_call) {
-    const qor_data_source_t source = host_side.source;
-    for (int hole = 0; hole < 4; ++hole) {
+    const std::function<void(qor_data_source_provider_t&)> holes[] = {
+        [](auto& given) { given.context = nullptr; },
+        [](auto& given) { given.get_data_source_count = nullptr; },
+        [](auto& given) { given.get_data_source = nullptr; },
+        [](auto& given) { given.get_data_description = nullptr; },
+    };
+    for (const auto& make_hole : holes) {
         qor_data_source_provider_t given = host_side;
-        hole == 0   ? void(given.context = nullptr)
-        : hole == 1 ? void(given.get_data_source_count = nullptr)
-        : hole == 2 ? void(given.get_data_source = nullptr)
-                    : void(given.get_data_description = nullptr);
-        EXPECT_EQ(call(api.register_source, handle, &source, &given, false, nullptr, nullptr, nullptr),
-                  failed("invalid data source provider handle"))
-            << hole;
+        make_hole(given);
+        EXPECT_EQ(register_from(host_side.source, given), failed("invalid data source provider handle"));
     }
-    EXPECT_THAT(host_side.calls, IsEmpty());
+    EXPECT_THAT(host_side.calls, ::testing::IsEmpty());
 }
 
 TEST_F(provider, has_to_know_the_source_with_all_its_fields) {
@@ -78,28 +130,12 @@ TEST_F(provider, has_to_know_the_source_with_all_its_fields) {
     for (const auto& change : changes) {
         qor_data_source_t other = host_side.source;
         change(other);
-        EXPECT_EQ(call(api.register_source, handle, &other, &host_side, false, nullptr, nullptr, nullptr),
-                  failed("the specified data source was not found"));
+        EXPECT_EQ(register_from(other, host_side), failed("the specified data source was not found"));
     }
     // What stands behind a text's end does not count.
     qor_data_source_t same = host_side.source;
     same.name[200] = 'x';
-    EXPECT_EQ(call(api.register_source, handle, &same, &host_side, false, nullptr, nullptr, nullptr), succeeded);
-}
-
-TEST_F(provider, answers_a_size_query_with_one_status_only) {
-    for (const std::uint32_t status : {QOR_STATUS_OK, QOR_STATUS_FAILURE}) {
-        host_side.size_status = status;
-        EXPECT_EQ(register_from(host_side), failed("unexpected value received from 'get_data_description_content' "
-                                                   "function while retrieving content size"));
-    }
-}
-
-TEST_F(provider, without_descriptions_is_not_asked_for_any) {
-    host_provider empty(make_source(7, 2, "engine"), {});
-    ASSERT_EQ(register_from(empty), succeeded);
-    EXPECT_EQ(empty.calls.count("description"), 0u);
-    EXPECT_THAT(signatures, IsEmpty());
+    EXPECT_EQ(register_from(same, host_side), succeeded);
 }
 
 } // namespace

@@ -7,7 +7,6 @@ namespace tavi::test {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using namespace fakes;
 
 class startup : public extractor_test {
@@ -15,85 +14,65 @@ protected:
     const std::set<std::string> life{"open", "create", "destroy"};
 };
 
-TEST_F(startup, opens_the_storage_with_what_the_host_gave) {
-    ASSERT_EQ(create("", 7), succeeded);
-    EXPECT_THAT(take(life), ElementsAre("qor_signal_storage.open '' mode=0 flags=7 host"));
-}
-
-TEST_F(startup, needs_no_host_locator_and_logs_nothing_then) {
-    add_parser("p", {{"dbc"}});
-    host_locator = nullptr;
-    start();
-    EXPECT_EQ(register_source(1, 1, "engine"), succeeded);
-    EXPECT_THAT(take(life), IsEmpty()); // the fakes could not reach the host
-}
-
 TEST_F(startup, takes_matchers_then_parsers_by_file_name_and_ends_the_storage_last) {
     add_parser("a", {{"dbc"}});
-    add_parser("d", {{"sdl"}});
-    add_matcher("b", {"can"});
-    add_matcher("c", {"can", "lin"});
-    start();
+    add_matcher("b", {{"can"}});
+    add_matcher("c", {{"can"}, {"lin"}});
+    add_matcher("without_formats", {});
+    // What is no plug-in is passed over.
+    add_plugin("other", "data-reader", {});
+    std::ofstream(directory.path() / "libtext.so") << "qor-library-type=data-matcher";
+    std::ofstream(directory.path() / "libempty.so");
+    std::filesystem::create_directory(directory.path() / "libfolder.so");
+    ASSERT_EQ(create("", 7), succeeded);
     // All formats of b went to c, so b ends at once.
-    EXPECT_THAT(take(life),
-                ElementsAre("qor_signal_storage.open 'file:signal_storage?mode=memory' mode=0 flags=0 host",
-                            "b.create host", "c.create host", "b.destroy", "a.create host", "d.create host"));
+    EXPECT_THAT(take(life), ElementsAre("qor_signal_storage.open '' mode=0 flags=7", "b.create", "c.create",
+                                        "b.destroy", "without_formats.create", "without_formats.destroy", "a.create"));
     destroy();
-    const strings ended = take(life);
-    ASSERT_EQ(ended.size(), 4u);
-    EXPECT_THAT(strings(ended.begin(), ended.begin() + 2), ::testing::UnorderedElementsAre("a.destroy", "d.destroy"));
-    EXPECT_EQ(ended[2], "c.destroy");
-    EXPECT_EQ(ended[3], "qor_signal_storage.destroy");
+    EXPECT_THAT(take(life), ElementsAre("a.destroy", "c.destroy", "qor_signal_storage.destroy"));
 }
 
 TEST_F(startup, gives_a_matcher_format_to_the_later_and_a_parser_type_to_the_earlier_plugin) {
-    add_matcher("m1", {"x"});
-    add_matcher("m2", {"x"});
+    add_matcher("m1", {{"x"}});
+    add_matcher("m2", {{"x"}});
     add_parser("p1", {{"dbc"}});
     add_parser("p2", {{"dbc"}});
     start();
     ASSERT_EQ(register_descriptions(1, 1, "engine", {{"one", "dbc", "text"}}), succeeded);
-    EXPECT_THAT(take({"parse_buffer"}), ElementsAre("p1.parse_buffer one type=0 'text'"));
     subscribe("1#1.View.Plain");
-    EXPECT_THAT(take({"register_type"}), ElementsAre("m2.register_type 2 View/Plain at 512 of 8"));
+    EXPECT_THAT(take({"parse_buffer", "register_type"}),
+                ElementsAre("p1.parse_buffer one type=0 'text'", "m2.register_type 2 View/Plain at 512 of 8"));
 }
 
-TEST_F(startup, passes_over_what_is_no_plugin) {
-    std::ofstream(directory.path() / "libtext.so") << "qor-library-type=data-matcher";
-    std::ofstream(directory.path() / "libempty.so");
-    std::filesystem::create_directory(directory.path() / "libfolder.so");
-    add_plugin("other", "data-reader");
-    add_matcher("without_formats", {});
-    ASSERT_EQ(create(), succeeded);
-    EXPECT_THAT(take({"create", "destroy"}), ElementsAre("without_formats.create host", "without_formats.destroy"));
+TEST_F(startup, needs_no_host_locator_and_logs_nothing_then) {
+    host_locator = nullptr;
+    start();
+    EXPECT_EQ(register_source(1, 1, "engine"), succeeded);
+    EXPECT_THAT(take(life), ::testing::IsEmpty()); // the fakes could not reach the host
 }
 
-TEST_F(startup, fails_without_the_storage_library) {
-    std::filesystem::remove(directory.path() / "libqor_signal_storage.so");
-    const auto refused = failed("invalid shared library handle specified for the signal storage library");
-    handle = reinterpret_cast<qor_tavi_extractor_t*>(this);
-    EXPECT_EQ(create(), refused);
-    EXPECT_EQ(handle, nullptr);
-    std::ofstream(directory.path() / "libqor_signal_storage.so") << "no library";
-    EXPECT_EQ(create(), refused);
-}
-
-TEST_F(startup, refuses_a_log_sink_with_a_hole) {
+TEST_F(startup, fails_without_a_storage_library_and_with_half_a_log_sink) {
     host.offers_log = true;
-    const auto refused = failed("invalid logger interface passed to logger constructor");
     host.log.context = nullptr;
-    EXPECT_EQ(create(), refused);
-    host.log = {nullptr, &host};
-    EXPECT_EQ(create(), refused);
+    EXPECT_EQ(create(), failed("invalid logger interface passed to logger constructor"));
+    for (const bool present : {true, false}) {
+        std::ofstream(directory.path() / "libqor_signal_storage.so", std::ios::trunc) << "no library";
+        if (!present) {
+            std::filesystem::remove(directory.path() / "libqor_signal_storage.so");
+        }
+        handle = reinterpret_cast<qor_tavi_extractor_t*>(this);
+        EXPECT_EQ(create(), failed("invalid shared library handle specified for the signal storage library"));
+        EXPECT_EQ(handle, nullptr);
+    }
 }
 
 // ---- plug-ins that cannot be used -----------------------------------------------------------------------------------
 
 struct kind {
-    const char* name;  // of the file
-    const char* word;  // of the metadata
-    const char* stem;  // of the entry symbols
-    const char* begin; // the first of them
+    std::string name;  // of the file
+    std::string word;  // of the metadata
+    std::string stem;  // of the entry symbols
+    std::string begin; // the first of them
     strings tables;    // mandatory, in the order of the tests
 
     friend void PrintTo(const kind& printed, std::ostream* stream) { *stream << printed.word; }
@@ -125,86 +104,55 @@ const kind kinds[] = {
 class bad_plugin : public startup, public ::testing::WithParamInterface<kind> {
 protected:
     // The start, and for a processor the first registration with a provider. Nothing may stay alive of a failure.
-    outcome load(const script& with, const std::string& without_symbol = {}) {
-        destroy();
-        add_plugin(GetParam().name, GetParam().word, without_symbol) = with;
-        const outcome created = create();
-        return created == succeeded && is("box") ? register_descriptions(1, 1, "engine", {}) : created;
-    }
-    bool is(const std::string& name) const { return name == GetParam().name; }
-};
-
-TEST_P(bad_plugin, without_an_entry_symbol_is_told_by_its_name) {
-    for (const std::string& end :
-         {std::string(GetParam().begin), std::string("destroy"), std::string("get_service_locator")}) {
-        const std::string symbol = std::string(GetParam().stem) + "_" + end;
-        const outcome result = load({}, symbol);
-        EXPECT_EQ(result.status, QOR_STATUS_FAILURE);
-        EXPECT_THAT(result.text.value_or(""), ::testing::StartsWith("failed to access function '" + symbol + "', "));
-        EXPECT_GT(result.text.value_or("").size(), ("failed to access function '" + symbol + "', ").size());
-        EXPECT_THAT(take({"open", "create"}),
-                    ::testing::Not(::testing::Contains(::testing::HasSubstr(std::string(GetParam().name) + "."))));
-    }
-}
-
-TEST_P(bad_plugin, with_a_locator_that_cannot_be_used_is_refused_and_ended) {
-    const auto refused = failed("invalid service locator interface returned from '" + std::string(GetParam().stem) +
-                                "_get_service_locator' function");
-    for (const locator_form form : {locator_form::null, locator_form::without_resolve, locator_form::without_context}) {
-        script with;
-        with.locator = form;
-        host.control.take({});
-        EXPECT_EQ(load(with), refused);
-        EXPECT_THAT(take({"destroy"}), ::testing::Contains(std::string(GetParam().name) + ".destroy"));
-    }
-}
-
-TEST_P(bad_plugin, without_a_mandatory_table_is_refused_and_ended) {
-    for (const std::string& table : GetParam().tables) {
-        script with;
-        with.missing = {table};
-        // The storage is asked without a test before, so it is its own text that comes out.
-        EXPECT_EQ(load(with), failed(is("qor_signal_storage") ? "the fake has no " + table
-                                                              : "missing mandatory " + table + " interface"));
+    outcome load(const std::set<std::string>& missing, const std::map<std::string, answer>& answers = {},
+                 const std::string& without_symbol = {}) {
         destroy();
         EXPECT_EQ(host.control.instances, 0);
+        take({});
+        add_plugin(tested.name, tested.word, {}, without_symbol) = {.answers = answers, .missing = missing};
+        const outcome created = create();
+        return created == succeeded && tested.name == "box" ? register_descriptions(1, 1, "engine", {}) : created;
     }
-    script with;
-    with.locator = locator_form::without_can_resolve;
-    EXPECT_EQ(load(with), is("qor_signal_storage")
-                              ? succeeded
-                              : failed("missing mandatory " + GetParam().tables.front() + " interface"));
+    const kind& tested = GetParam();
+    const bool is_storage = tested.name == "qor_signal_storage";
+    const std::string table = tested.tables.front();
+};
+
+TEST_P(bad_plugin, without_one_of_its_parts_is_refused_and_ended) {
+    for (const std::string& end : {tested.begin, std::string("destroy"), std::string("get_service_locator")}) {
+        const std::string text = "failed to access function '" + tested.stem + "_" + end + "', ";
+        const outcome result = load({}, {}, tested.stem + "_" + end);
+        EXPECT_EQ(result.status, QOR_STATUS_FAILURE);
+        EXPECT_THAT(result.text.value_or(""), ::testing::MatchesRegex(text + ".+")); // and the linker's own words
+    }
+    for (const std::string part : {"locator", "resolve", "context"}) {
+        EXPECT_EQ(load({part}), failed("invalid service locator interface returned from '" + tested.stem +
+                                       "_get_service_locator' function"));
+        EXPECT_THAT(take({"destroy"}), ::testing::Contains(tested.name + ".destroy"));
+    }
+    // The storage is asked without a test before, so it is its own text that comes out.
+    for (const std::string& absent : tested.tables) {
+        EXPECT_EQ(load({absent}),
+                  failed(is_storage ? "the fake has no " + absent : "missing mandatory " + absent + " interface"));
+    }
+    EXPECT_EQ(load({"can_resolve"}), is_storage ? succeeded : failed("missing mandatory " + table + " interface"));
 }
 
-TEST_P(bad_plugin, that_fails_to_begin_fails_the_call_with_its_text) {
-    script with;
-    with.answers[GetParam().begin] = reports(QOR_STATUS_FILE_EXISTS, "in use");
+TEST_P(bad_plugin, that_reports_fails_the_call_where_its_details_count) {
+    const answer in_use = reports(QOR_STATUS_FILE_EXISTS, "in use");
+    const outcome refused = failed("in use", QOR_STATUS_FILE_EXISTS);
     // The storage's details are translated; of the other kinds only the text is taken.
-    EXPECT_EQ(load(with), is("qor_signal_storage") ? failed("in use", QOR_STATUS_FILE_EXISTS) : failed("in use"));
-    with.answers[GetParam().begin] = throws_unknown();
-    EXPECT_EQ(load(with), failed("unknown error"));
-    with.answers[GetParam().begin] = {.status = 0, .code = QOR_STATUS_INFORMATION, .text = "by the way"};
-    if (is("box")) {
-        with.missing = {"qor_data_processor_port_support_t"}; // it must come as far as the tables
-        EXPECT_EQ(load(with), failed("missing mandatory qor_data_processor_port_support_t interface"));
-    } else {
-        EXPECT_EQ(load(with), succeeded);
-    }
-}
-
-TEST_P(bad_plugin, details_beside_a_locator_count_for_storage_and_parsers_only) {
-    script with;
-    with.answers["get_service_locator"] = reports(QOR_STATUS_TIMED_OUT, "too slow");
-    const bool counts = is("qor_signal_storage") || is("p");
-    EXPECT_EQ(load(with), counts ? failed("too slow", QOR_STATUS_TIMED_OUT) : succeeded);
-    with.answers = {{"can_resolve/" + GetParam().tables.front(), reports(QOR_STATUS_TIMED_OUT, "still slow")}};
-    EXPECT_EQ(load(with), is("qor_signal_storage") ? succeeded : failed("still slow", QOR_STATUS_TIMED_OUT));
-    with.answers = {{"resolve/" + GetParam().tables.front(), reports(QOR_STATUS_INVALID_ARGUMENT, "what?")}};
-    EXPECT_EQ(load(with), invalid("what?"));
+    EXPECT_EQ(load({}, {{tested.begin, in_use}}), is_storage ? refused : failed("in use"));
+    EXPECT_EQ(load({}, {{tested.begin, throws_unknown()}}), failed("unknown error"));
+    EXPECT_EQ(load({}, {{tested.begin, {.code = QOR_STATUS_INFORMATION, .text = "by the way"}}}), succeeded);
+    const bool locator_counts = is_storage || tested.name == "p";
+    EXPECT_EQ(load({}, {{"get_service_locator", in_use}}), locator_counts ? refused : succeeded);
+    EXPECT_EQ(load({}, {{"can_resolve/" + table, in_use}}), is_storage ? succeeded : refused);
+    EXPECT_EQ(load({}, {{"resolve/" + table, in_use}}), refused);
 }
 
 INSTANTIATE_TEST_SUITE_P(kinds, bad_plugin, ::testing::ValuesIn(kinds),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(startup, fails_with_an_open_that_gives_neither_handle_nor_details) {
     storage().answers["open"] = returns(QOR_STATUS_FAILURE);
@@ -213,45 +161,37 @@ TEST_F(startup, fails_with_an_open_that_gives_neither_handle_nor_details) {
 }
 
 TEST_F(startup, fails_when_a_plugin_cannot_tell_its_formats) {
-    const std::string matcher_table = "invalid qor_data_matcher_format_support_t interface, missing '";
-    const std::string parser_table = "invalid qor_data_description_parser_format_support_t interface, missing '";
-    const std::pair<bool, std::pair<std::set<std::string>, std::string>> rows[] = {
-        {true, {{"get_supported_format"}, matcher_table + "get_supported_format' function"}},
-        {true, {{"get_supported_format_count"}, matcher_table + "get_supported_format_count' function"}},
-        {true,
-         {{"get_supported_format", "get_supported_format_count"}, matcher_table + "get_supported_format' function"}},
-        {false, {{"get_supported_file_format"}, parser_table + "get_supported_file_format' function"}},
-        {false, {{"get_supported_file_format_count"}, parser_table + "get_supported_file_format_count' function"}},
-        {false,
-         {{"get_supported_file_format", "get_supported_file_format_count"},
-          parser_table + "get_supported_file_format_count' function"}},
-        {false,
-         {{"qor_data_description_parser_format_support_t"},
-          "the fake has no qor_data_description_parser_format_support_t"}},
+    const struct {
+        std::string plugin, word, table, slot, first_missing;
+    } rows[] = {
+        {"m", "data-matcher", "qor_data_matcher_format_support_t", "get_supported_format", ""},
+        {"p", "data-description-parser", "qor_data_description_parser_format_support_t", "get_supported_file_format",
+         "_count"},
+        {"box", "data-processor", "qor_data_processor_format_support_t", "get_supported_format", ""},
     };
-    for (const auto& [is_matcher, fault] : rows) {
-        add_matcher("m", {"can"}) = {};
-        add_parser("p", {{"dbc"}}) = {};
-        host.control.scripts[is_matcher ? "m" : "p"].missing = fault.first;
-        EXPECT_EQ(create(), failed(fault.second));
+    for (const auto& row : rows) {
+        script& tested = add_plugin(row.plugin, row.word, {{"a"}, {"b"}});
+        const auto load = [&](const std::set<std::string>& missing, const std::map<std::string, answer>& answers) {
+            destroy();
+            tested.missing = missing;
+            tested.answers = answers;
+            const outcome created = create();
+            return created == succeeded ? register_descriptions(1, 1, "engine", {}) : created;
+        };
+        const std::string table = "invalid " + row.table + " interface, ";
+        const auto missing = [&](const std::string& slot) { return failed(table + "missing '" + slot + "' function"); };
+        const std::string count = row.slot + "_count";
+        EXPECT_EQ(load({row.slot}, {}), missing(row.slot));
+        EXPECT_EQ(load({count}, {}), missing(count));
+        EXPECT_EQ(load({row.slot, count}, {}), missing(row.slot + row.first_missing));
+        EXPECT_EQ(load({}, {{row.slot + "/1", reports(QOR_STATUS_INVALID_ARGUMENT, "what?")}}), invalid("what?"));
+        EXPECT_EQ(load({}, {{row.slot + "/1", returns(0)}}),
+                  failed(table + "no text from '" + row.slot + "' function"));
+        tested = {};
     }
-    host.control.scripts["p"] = {};
-    for (const char* plugin : {"m", "p"}) {
-        script with;
-        with.formats = {{"a"}, {"b"}, {"c"}};
-        with.answers["get_supported_format/1"] = reports(QOR_STATUS_INVALID_ARGUMENT, "no second one");
-        with.answers["get_supported_file_format/1"] = with.answers["get_supported_format/1"];
-        host.control.scripts[plugin] = with;
-        EXPECT_EQ(create(), invalid("no second one")) << plugin;
-        host.control.scripts[plugin] = {};
-    }
-}
-
-TEST_F(startup, lets_a_plugin_with_null_slots_in) {
-    add_matcher("m", {"can"}).missing = {"register_type", "unregister_type", "match"};
-    add_parser("p", {{"dbc"}}).missing = {"parse_buffer", "get_context_type"};
-    storage().missing = {"find_node", "create_context", "checkpoint"};
-    EXPECT_EQ(create(), succeeded);
+    destroy();
+    plugin("p").missing = {"qor_data_description_parser_format_support_t"};
+    EXPECT_EQ(create(), failed("the fake has no qor_data_description_parser_format_support_t"));
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -15,7 +14,6 @@
 #include <string>
 #include <vector>
 
-#include "qorc/extensibility/package.h"
 #include "qorc/status.h"
 #include "qorc/type_node.h"
 
@@ -26,22 +24,20 @@ inline constexpr const char* control_service = "fake_control_t";
 // What a function gives instead of doing its work.
 struct answer {
     std::uint32_t status = 0;
-    std::optional<std::uint32_t> code; // of a details record; none is made without it
-    std::optional<std::string> text;   // its description, null when absent
-    bool throws = false;               // a type that no handler knows
+    std::optional<std::uint32_t> code = {}; // of a details record; none is made without it
+    std::optional<std::string> text = {};   // its description, null when absent
+    bool throws = false;                    // a type that no handler knows
 };
 
 inline answer reports(std::uint32_t code, std::optional<std::string> text) {
     return {code, code, std::move(text)};
 }
 inline answer returns(std::uint32_t status) {
-    return {.status = status, .code = {}, .text = {}};
+    return {.status = status};
 }
 inline answer throws_unknown() {
-    return {.code = {}, .text = {}, .throws = true};
+    return {.throws = true};
 }
-
-enum class locator_form { whole, null, without_resolve, without_context, without_can_resolve };
 
 struct format {
     std::string word;
@@ -56,23 +52,28 @@ struct match_answer {
     std::uint64_t expected_size = 0;
 };
 
-// One plug-in. `answers` goes by function name, or by name and argument: "get_supported_format/1" (index),
-// "match/2" and the like (subscription handle), "resolve/qor_log_t" and "can_resolve/..." (service).
+// One plug-in. `answers` goes by function name, or by name and first argument: "get_supported_format/1" (index),
+// "match/2" (subscription handle), "resolve/qor_log_t" (service).
 struct script {
-    std::map<std::string, answer> answers;
-    std::set<std::string> missing; // names of tables not offered and of slots left null
-    locator_form locator = locator_form::whole;
-    std::vector<format> formats;
+    std::map<std::string, answer> answers = {};
+    std::set<std::string> missing = {}; // tables not offered and slots left null; "locator" for the locator itself
+    std::vector<format> formats = {};
     std::uint8_t context_type = 0;
-    std::function<match_answer(std::uint64_t handle, const qor_package_t& package)> match;
-    bool offers_batch = false; // a matcher's batch table
-    // The bytes of the records that a processor gives for a handle.
-    std::function<std::vector<std::string>(std::uint64_t handle)> process;
-    bool null_array_when_empty = false;
-    std::set<std::size_t> holes;          // which of a processor's records stay null
-    bool announces_without_array = false; // a processor counts its records and gives no array
-    bool nodes_without_records = false;   // a storage counts its nodes and gives none
-    std::vector<std::string> descriptions;
+    bool offers_batch = false;                        // a matcher's batch table
+    std::map<std::uint64_t, match_answer> match = {}; // by subscription handle; without one nothing matches
+    // The bytes of a processor's records, by subscription handle; a record without them stays null.
+    std::map<std::uint64_t, std::vector<std::optional<std::string>>> records = {};
+    bool counts_only = false; // a processor counts its records, a storage its nodes, and gives none
+    std::vector<std::string> descriptions = {};
+
+    const answer* find_answer(const std::string& function, const std::string& subject) const {
+        for (const std::string& key : {function + "/" + subject, function}) {
+            if (const auto found = answers.find(key); found != answers.end()) {
+                return &found->second;
+            }
+        }
+        return nullptr;
+    }
 };
 
 class control {
@@ -81,26 +82,21 @@ public:
     std::vector<qor_type_node_t> nodes;                   // the catalogue; description_id says where a node belongs
     std::map<std::string, std::uint64_t> description_ids; // by name of the description; a new name gets the next number
     std::map<std::uint64_t, std::string> signatures;      // others read "signature 7"
-    std::map<std::uint64_t, std::string> schemas;         // as they were announced, by subscription handle
     std::atomic<int> instances{0};                        // plug-in instances and description contexts alive
+    std::string last_schema;                              // of the last subscription that was announced
 
     void record(const std::string& library, const std::string& function, const std::string& arguments) {
         const std::lock_guard lock(mutex_);
-        trace_.push_back({library, function, arguments});
-    }
-
-    void keep_schema(std::uint64_t subscription, const char* schema) {
-        const std::lock_guard lock(mutex_);
-        schemas[subscription] = schema;
+        trace_.emplace_back(function, library + "." + function + (arguments.empty() ? "" : " ") + arguments);
     }
 
     // The calls of these functions so far, "library.function arguments" each; then the record starts anew.
     std::vector<std::string> take(const std::set<std::string>& functions) {
         const std::lock_guard lock(mutex_);
         std::vector<std::string> taken;
-        for (const auto& [library, function, arguments] : trace_) {
+        for (const auto& [function, line] : trace_) {
             if (functions.contains(function)) {
-                taken.push_back(library + "." + function + (arguments.empty() ? "" : " " + arguments));
+                taken.push_back(line);
             }
         }
         trace_.clear();
@@ -108,28 +104,26 @@ public:
     }
 
 private:
-    struct entry {
-        std::string library, function, arguments;
-    };
     std::mutex mutex_;
-    std::vector<entry> trace_;
+    std::vector<std::pair<std::string, std::string>> trace_;
 };
 
-// ---- nodes; names are literals --------------------------------------------------------------------------------------
+// ---- nodes of description 1; names are literals ---------------------------------------------------------------------
 
-inline qor_type_node_t node(std::uint8_t kind, std::uint64_t id, std::uint64_t parent, const char* name) {
+inline qor_type_node_t view_node(std::uint64_t id, const char* name, std::uint32_t cycle = 0) {
     qor_type_node_t record{};
     record.id = id;
-    record.parent_id = parent;
-    record.kind = kind;
+    record.kind = QOR_TYPE_NODE_VIEW;
     record.name = name;
     record.description_id = 1;
+    record.view.cycle = cycle;
     return record;
 }
 
-inline qor_type_node_t view_node(std::uint64_t id, const char* name, std::uint32_t cycle = 0) {
-    qor_type_node_t record = node(QOR_TYPE_NODE_VIEW, id, 0, name);
-    record.view.cycle = cycle;
+inline qor_type_node_t node(std::uint8_t kind, std::uint64_t id, std::uint64_t parent, const char* name) {
+    qor_type_node_t record = view_node(id, name);
+    record.kind = kind;
+    record.parent_id = parent;
     return record;
 }
 

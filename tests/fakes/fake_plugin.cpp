@@ -22,8 +22,23 @@ struct failure_of_its_own {
     std::string text = "a text that is too long for the room inside of a string";
 };
 
-script& find_script(control& shared) {
-    return shared.scripts[fake_plugin::name()];
+std::uint32_t resolve(void* context, const char* service, void* target, qor_error_details_t** error) {
+    fake_plugin& self = fake_plugin::of(context);
+    return self.perform("resolve", service, error, [&]() -> std::uint32_t {
+        const auto found = self.tables.find(service);
+        if (found == self.tables.end()) {
+            const std::string text = std::string("the fake has no ") + service;
+            return qor_error_details_create(error, QOR_STATUS_FAILURE, text.c_str());
+        }
+        *static_cast<void**>(target) = found->second.get();
+        return QOR_STATUS_OK;
+    });
+}
+
+std::uint32_t can_resolve(void* context, const char* service, bool* result, qor_error_details_t** error) {
+    fake_plugin& self = fake_plugin::of(context);
+    *result = self.tables.contains(service);
+    return self.perform("can_resolve", service, error, [] {});
 }
 
 } // namespace
@@ -35,32 +50,23 @@ const std::string& fake_plugin::name() {
 }
 
 control& fake_plugin::find_control(qor_service_locator_t* host_locator) {
-    void* found = nullptr;
-    if (host_locator != nullptr && host_locator->resolve != nullptr) {
-        qor_error_details_t* details = nullptr;
-        host_locator->resolve(host_locator->context, control_service, &found, &details);
-        qor_error_details_destroy(details);
-    }
     static control alone;
-    return found != nullptr ? *static_cast<control*>(found) : alone;
+    void* found = &alone;
+    if (host_locator != nullptr) {
+        host_locator->resolve(host_locator->context, control_service, &found, nullptr);
+    }
+    return *static_cast<control*>(found);
 }
 
 fake_plugin::fake_plugin(qor_service_locator_t* host_locator)
-    : shared(find_control(host_locator)), own(find_script(shared)), locator_{resolve, can_resolve, this} {
+    : shared(find_control(host_locator)),
+      own(shared.scripts[name()]), locator{slot("resolve", resolve), slot("can_resolve", can_resolve),
+                                           own.missing.contains("context") ? nullptr : this} {
     ++shared.instances;
 }
 
 fake_plugin::~fake_plugin() {
     --shared.instances;
-}
-
-const answer* fake_plugin::find_answer(const std::string& function, const std::string& subject) const {
-    for (const std::string& key : {function + "/" + subject, function}) {
-        if (const auto found = own.answers.find(key); found != own.answers.end()) {
-            return &found->second;
-        }
-    }
-    return nullptr;
 }
 
 std::uint32_t fake_plugin::give(const answer& scripted, qor_error_details_t** error) {
@@ -73,72 +79,41 @@ std::uint32_t fake_plugin::give(const answer& scripted, qor_error_details_t** er
     return scripted.status;
 }
 
-qor_service_locator_t* fake_plugin::locator() {
-    switch (own.locator) {
-    case locator_form::null:
-        return nullptr;
-    case locator_form::without_resolve:
-        locator_.resolve = nullptr;
-        break;
-    case locator_form::without_context:
-        locator_.context = nullptr;
-        break;
-    case locator_form::without_can_resolve:
-        locator_.can_resolve = nullptr;
-        break;
-    case locator_form::whole:
-        break;
+std::uint32_t register_type(void* handle, std::uint64_t subscription, const char* schema,
+                            const qor_type_node_sequence_t* hierarchy, std::uint64_t position, std::uint64_t extent,
+                            qor_error_details_t** error) {
+    std::string arguments = std::to_string(subscription);
+    for (std::uint64_t i = 0; i < hierarchy->count; ++i) {
+        arguments += (i == 0 ? " " : "/") + std::string(hierarchy->nodes[i].name);
     }
-    return &locator_;
+    arguments += " at " + std::to_string(position) + " of " + std::to_string(extent);
+    fake_plugin& self = fake_plugin::of(handle);
+    return self.perform("register_type", arguments, error, [&] { self.shared.last_schema = schema; });
 }
 
-std::uint32_t fake_plugin::resolve(void* context, const char* service, void* target, qor_error_details_t** error) {
-    auto& self = *static_cast<fake_plugin*>(context);
-    if (const answer* const scripted = self.find_answer("resolve", service)) {
-        return give(*scripted, error);
-    }
-    const auto found = self.tables_.find(service);
-    if (found == self.tables_.end()) {
-        const std::string text = std::string("the fake has no ") + service;
-        return qor_error_details_create(error, QOR_STATUS_FAILURE, text.c_str());
-    }
-    *static_cast<void**>(target) = found->second.get();
-    return QOR_STATUS_OK;
+std::uint32_t unregister_type(void* handle, std::uint64_t subscription, qor_error_details_t** error) {
+    return fake_plugin::of(handle).perform("unregister_type", std::to_string(subscription), error, [] {});
 }
 
-std::uint32_t fake_plugin::can_resolve(void* context, const char* service, bool* result, qor_error_details_t** error) {
-    auto& self = *static_cast<fake_plugin*>(context);
-    *result = self.tables_.contains(service);
-    const answer* const scripted = self.find_answer("can_resolve", service);
-    return scripted != nullptr ? give(*scripted, error) : QOR_STATUS_OK;
-}
-
-std::string names_of(const qor_type_node_sequence_t* nodes) {
-    std::string text;
-    for (std::uint64_t i = 0; i < nodes->count; ++i) {
-        text += (i == 0 ? "" : "/") + std::string(nodes->nodes[i].name);
-    }
-    return text;
+std::size_t get_format_count(void* handle) {
+    return fake_plugin::of(handle).own.formats.size();
 }
 
 namespace {
 
-using maker = std::unique_ptr<fake_plugin> (*)(qor_service_locator_t*);
-
-// The answer of `create` decides before there is an instance; an informational one creates all the same.
-std::uint32_t create_instance(maker make, const char* function, const std::string& arguments,
-                              qor_service_locator_t* host_locator, void** handle, qor_error_details_t** error) {
-    control& shared = fake_plugin::find_control(host_locator);
+// The answer of `function` decides before there is an instance; an informational one creates all the same.
+std::uint32_t create_instance(void (*become)(fake_plugin&), const char* function, const std::string& arguments,
+                              qor_service_locator_t* host, void** handle, qor_error_details_t** error) {
+    control& shared = fake_plugin::find_control(host);
     shared.record(fake_plugin::name(), function, arguments);
-    const script& own = find_script(shared);
-    if (const auto found = own.answers.find(function); found != own.answers.end()) {
-        const std::uint32_t status = fake_plugin::give(found->second, error);
-        if (status != QOR_STATUS_OK) {
-            return status;
-        }
+    const answer* const scripted = shared.scripts[fake_plugin::name()].find_answer(function, "");
+    const std::uint32_t status = scripted != nullptr ? fake_plugin::give(*scripted, error) : QOR_STATUS_OK;
+    if (status == QOR_STATUS_OK) {
+        auto made = std::make_unique<fake_plugin>(host);
+        become(*made);
+        *handle = made.release();
     }
-    *handle = make(host_locator).release();
-    return QOR_STATUS_OK;
+    return status;
 }
 
 void destroy_instance(void* handle) {
@@ -151,14 +126,9 @@ std::uint32_t give_locator(void* handle, qor_service_locator_t** locator, qor_er
     if (handle == nullptr) {
         return QOR_STATUS_OK;
     }
-    auto& self = *static_cast<fake_plugin*>(handle);
-    *locator = self.locator();
-    const answer* const scripted = self.find_answer("get_service_locator", "");
-    return scripted != nullptr ? fake_plugin::give(*scripted, error) : QOR_STATUS_OK;
-}
-
-std::string host_argument(const qor_service_locator_t* host_locator) {
-    return host_locator != nullptr ? "host" : "no host";
+    fake_plugin& self = fake_plugin::of(handle);
+    *locator = self.own.missing.contains("locator") ? nullptr : &self.locator;
+    return self.perform("get_service_locator", "", error, [] {});
 }
 
 } // namespace
@@ -167,53 +137,33 @@ std::string host_argument(const qor_service_locator_t* host_locator) {
 
 using namespace tavi::fakes;
 
+// The entry symbols that all kinds have, and the creation that all but the storage have.
+#define TAVI_FAKE_ENTRIES(kind)                                                                                        \
+    QOR_EXPORT void kind##_destroy(void* handle) {                                                                     \
+        destroy_instance(handle);                                                                                      \
+    }                                                                                                                  \
+    QOR_EXPORT uint32_t kind##_get_service_locator(void* handle, qor_service_locator_t** locator,                      \
+                                                   qor_error_details_t** error) {                                      \
+        return give_locator(handle, locator, error);                                                                   \
+    }
+#define TAVI_FAKE_CREATE(kind, become)                                                                                 \
+    QOR_EXPORT uint32_t kind##_create(void** handle, qor_service_locator_t* host, qor_error_details_t** error) {       \
+        return create_instance(become, "create", "", host, handle, error);                                             \
+    }
+
 extern "C" {
 
 QOR_EXPORT uint32_t qor_signal_storage_open(const char* uri, uint8_t open_mode, uint32_t flags,
                                             qor_service_locator_t* host, void** handle, qor_error_details_t** error) {
-    const std::string arguments = "'" + std::string(uri) + "' mode=" + std::to_string(open_mode) +
-                                  " flags=" + std::to_string(flags) + " " + host_argument(host);
-    return create_instance(make_storage, "open", arguments, host, handle, error);
+    const std::string arguments =
+        "'" + std::string(uri) + "' mode=" + std::to_string(open_mode) + " flags=" + std::to_string(flags);
+    return create_instance(become_storage, "open", arguments, host, handle, error);
 }
-QOR_EXPORT void qor_signal_storage_destroy(void* handle) {
-    destroy_instance(handle);
-}
-QOR_EXPORT uint32_t qor_signal_storage_get_service_locator(void* handle, qor_service_locator_t** locator,
-                                                           qor_error_details_t** error) {
-    return give_locator(handle, locator, error);
-}
-
-QOR_EXPORT uint32_t qor_data_matcher_create(void** handle, qor_service_locator_t* host, qor_error_details_t** error) {
-    return create_instance(make_matcher, "create", host_argument(host), host, handle, error);
-}
-QOR_EXPORT void qor_data_matcher_destroy(void* handle) {
-    destroy_instance(handle);
-}
-QOR_EXPORT uint32_t qor_data_matcher_get_service_locator(void* handle, qor_service_locator_t** locator,
-                                                         qor_error_details_t** error) {
-    return give_locator(handle, locator, error);
-}
-
-QOR_EXPORT uint32_t qor_data_description_parser_create(void** handle, qor_service_locator_t* host,
-                                                       qor_error_details_t** error) {
-    return create_instance(make_parser, "create", host_argument(host), host, handle, error);
-}
-QOR_EXPORT void qor_data_description_parser_destroy(void* handle) {
-    destroy_instance(handle);
-}
-QOR_EXPORT uint32_t qor_data_description_parser_get_service_locator(void* handle, qor_service_locator_t** locator,
-                                                                    qor_error_details_t** error) {
-    return give_locator(handle, locator, error);
-}
-
-QOR_EXPORT uint32_t qor_data_processor_create(void** handle, qor_service_locator_t* host, qor_error_details_t** error) {
-    return create_instance(make_processor, "create", host_argument(host), host, handle, error);
-}
-QOR_EXPORT void qor_data_processor_destroy(void* handle) {
-    destroy_instance(handle);
-}
-QOR_EXPORT uint32_t qor_data_processor_get_service_locator(void* handle, qor_service_locator_t** locator,
-                                                           qor_error_details_t** error) {
-    return give_locator(handle, locator, error);
-}
+TAVI_FAKE_ENTRIES(qor_signal_storage)
+TAVI_FAKE_CREATE(qor_data_matcher, become_matcher)
+TAVI_FAKE_ENTRIES(qor_data_matcher)
+TAVI_FAKE_CREATE(qor_data_description_parser, become_parser)
+TAVI_FAKE_ENTRIES(qor_data_description_parser)
+TAVI_FAKE_CREATE(qor_data_processor, become_processor)
+TAVI_FAKE_ENTRIES(qor_data_processor)
 }

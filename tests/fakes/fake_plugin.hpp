@@ -13,39 +13,37 @@ namespace tavi::fakes {
 class fake_plugin {
 public:
     explicit fake_plugin(qor_service_locator_t* host_locator);
-    virtual ~fake_plugin();
+    ~fake_plugin();
     fake_plugin(const fake_plugin&) = delete;
     fake_plugin& operator=(const fake_plugin&) = delete;
 
+    static fake_plugin& of(void* handle) { return *static_cast<fake_plugin*>(handle); }
     // What the fake is called in the test: its file name without "lib" and extension.
     static const std::string& name();
     static control& find_control(qor_service_locator_t* host_locator);
-
-    // Records the call, then gives the scripted answer or does `work`, which returns a status. `subject` selects among
-    // answers of one function.
-    template<typename Work>
-    std::uint32_t perform(const std::string& function, const std::string& subject, const std::string& arguments,
-                          qor_error_details_t** error, Work&& work) {
-        shared.record(name(), function, arguments);
-        const answer* const scripted = find_answer(function, subject);
-        return scripted != nullptr ? give(*scripted, error) : work();
-    }
-
-    const answer* find_answer(const std::string& function, const std::string& subject) const;
     static std::uint32_t give(const answer& scripted, qor_error_details_t** error);
 
-    // The locator as scripted, which may be null or incomplete.
-    qor_service_locator_t* locator();
+    // Records the call, then gives the scripted answer or does `work`, which may return a status. The first word of
+    // the arguments selects among answers of one function.
+    template<typename Work>
+    std::uint32_t perform(const std::string& function, const std::string& arguments, qor_error_details_t** error,
+                          Work&& work) {
+        shared.record(name(), function, arguments);
+        if (const answer* const scripted = own.find_answer(function, arguments.substr(0, arguments.find(' ')))) {
+            return give(*scripted, error);
+        }
+        if constexpr (std::is_void_v<decltype(work())>) {
+            return work(), std::uint32_t{QOR_STATUS_OK};
+        } else {
+            return work();
+        }
+    }
 
-    control& shared;
-    const script& own;
-
-protected:
     template<typename Table>
     void offer(const Table& table) {
         const std::string service = qor::service_name<Table>();
         if (!own.missing.contains(service)) {
-            tables_[service] = std::make_shared<Table>(table);
+            tables[service] = std::make_shared<Table>(table);
         }
     }
     // The slot, or null when the script leaves it out.
@@ -54,22 +52,25 @@ protected:
         return own.missing.contains(slot_name) ? nullptr : function;
     }
 
-private:
-    static std::uint32_t resolve(void* context, const char* service, void* target, qor_error_details_t** error);
-    static std::uint32_t can_resolve(void* context, const char* service, bool* result, qor_error_details_t** error);
-
-    qor_service_locator_t locator_;
-    std::map<std::string, std::shared_ptr<void>> tables_;
+    control& shared;
+    const script& own;
+    qor_service_locator_t locator;
+    std::map<std::string, std::shared_ptr<void>> tables;
+    std::vector<std::shared_ptr<void>> contexts; // of a storage; kept to its end
 };
 
-// The kinds; each fills its tables.
-std::unique_ptr<fake_plugin> make_storage(qor_service_locator_t* host_locator);
-std::unique_ptr<fake_plugin> make_parser(qor_service_locator_t* host_locator);
-std::unique_ptr<fake_plugin> make_matcher(qor_service_locator_t* host_locator);
-std::unique_ptr<fake_plugin> make_processor(qor_service_locator_t* host_locator);
+// Each fills the tables of one kind.
+void become_storage(fake_plugin& self);
+void become_parser(fake_plugin& self);
+void become_matcher(fake_plugin& self);
+void become_processor(fake_plugin& self);
 
-// "View/Object/Signal", the names of a list of nodes.
-std::string names_of(const qor_type_node_sequence_t* nodes);
+// Slots that matchers and processors have in common.
+std::uint32_t register_type(void* handle, std::uint64_t subscription, const char* schema,
+                            const qor_type_node_sequence_t* hierarchy, std::uint64_t position, std::uint64_t extent,
+                            qor_error_details_t** error);
+std::uint32_t unregister_type(void* handle, std::uint64_t subscription, qor_error_details_t** error);
+std::size_t get_format_count(void* handle);
 
 } // namespace tavi::fakes
 
