@@ -32,8 +32,20 @@ std::optional<arrived_frame> frame_of(const qor_package_t& package) noexcept {
     if (!read_can_frame(payload, result.frame) || (result.frame.id & (can_remote_bit | can_error_bit)) != 0) {
         return std::nullopt;
     }
-    result.is_j1939 = std::strcmp(package.format_type, j1939_format) == 0;
+    result.is_j1939 = package.format_type[0] == j1939_format[0] &&
+                      std::strncmp(package.format_type, j1939_format, sizeof(package.format_type)) == 0;
     return result;
+}
+
+// Where `handle` stands in an ascending list, or the first that is greater. Handles are numbers in a row: one that is
+// here mostly stands as far behind the first as it is greater, and never further.
+const std::uint64_t* find_handle(const std::uint64_t* at, const std::uint64_t* end, std::uint64_t handle) noexcept {
+    if (at == end || handle <= *at) {
+        return at;
+    }
+    const auto last = static_cast<std::uint64_t>(end - at) - 1;
+    const std::uint64_t furthest = std::min(handle - *at, last);
+    return at[furthest] == handle ? at + furthest : std::lower_bound(at, at + furthest + 1, handle);
 }
 
 // Two lists of entries as one, ascending by handle.
@@ -130,7 +142,7 @@ public:
         const std::uint64_t* const end = handles + handle_count;
         for (auto waiting = waiting_for(*arrived); !waiting.empty();) {
             const index_entry& entry = waiting.take();
-            at = std::lower_bound(at, end, entry.handle);
+            at = find_handle(at, end, entry.handle);
             if (at == end) {
                 break;
             }

@@ -3,13 +3,6 @@
 using namespace qor;
 using namespace qor::tavi::detail;
 
-namespace {
-
-// Records of a package that serves up to this many subscriptions travel to the host's array without touching the heap.
-constexpr size_t records_off_heap = 64;
-
-} // namespace
-
 uint32_t qor_tavi_extractor_match(qor_tavi_extractor_t* handle, const qor_package_t* package, bool strict,
                                   uint64_t** subscription_handles, size_t* subscription_handle_count,
                                   qor_memory_allocator_t* allocator, qor_error_details_t** error_details) {
@@ -20,12 +13,13 @@ uint32_t qor_tavi_extractor_match(qor_tavi_extractor_t* handle, const qor_packag
             check_argument(subscription_handles, "subscription_handles");
             check_argument(subscription_handle_count, "subscription_handle_count");
             check_argument(allocator, "allocator");
-            const auto matched = handle->object->match(*package, strict);
-            *subscription_handle_count = matched.size();
-            *subscription_handles = static_cast<uint64_t*>(allocate_elements(allocator, matched.size()));
-            if (!matched.empty()) {
-                std::memcpy(*subscription_handles, matched.data(), matched.size() * sizeof(uint64_t));
-            }
+            handle->object->match(*package, strict, [&](const std::vector<uint64_t>& matched) {
+                *subscription_handle_count = matched.size();
+                *subscription_handles = static_cast<uint64_t*>(allocate_elements(allocator, matched.size()));
+                if (!matched.empty()) {
+                    std::memcpy(*subscription_handles, matched.data(), matched.size() * sizeof(uint64_t));
+                }
+            });
         },
         error_details);
 }
@@ -40,16 +34,13 @@ uint32_t qor_tavi_extractor_process(qor_tavi_extractor_t* handle, const qor_pack
             check_argument(dynamic_data, "dynamic_data");
             check_argument(dynamic_data_count, "dynamic_data_count");
             check_argument(allocator, "allocator");
-            alignas(record_list::value_type) std::byte room[records_off_heap * sizeof(record_list::value_type)];
-            std::pmr::monotonic_buffer_resource resource(room, sizeof(room));
-            record_list records(&resource);
-            records.reserve(records_off_heap);
-            handle->object->process(*package, allocator, strict, records);
-            *dynamic_data_count = records.size();
-            *dynamic_data = static_cast<qor_dynamic_data_t**>(allocate_elements(allocator, records.size()));
-            for (size_t index = 0; index < records.size(); ++index) {
-                (*dynamic_data)[index] = records[index].release();
-            }
+            handle->object->process(*package, allocator, strict, [&](auto& records) {
+                *dynamic_data_count = records.size();
+                *dynamic_data = static_cast<qor_dynamic_data_t**>(allocate_elements(allocator, records.size()));
+                for (size_t index = 0; index < records.size(); ++index) {
+                    (*dynamic_data)[index] = records[index].release();
+                }
+            });
         },
         error_details);
 }

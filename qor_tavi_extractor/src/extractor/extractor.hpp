@@ -5,8 +5,8 @@
 #ifndef QOR_TAVI_EXTRACTOR_EXTRACTOR_HPP
 #define QOR_TAVI_EXTRACTOR_EXTRACTOR_HPP
 
+#include <array>
 #include <memory>
-#include <memory_resource>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -26,9 +26,6 @@ namespace qor::tavi::detail {
 
 class url;
 class url_context;
-
-// Records of one package; a caller that knows where they go can keep them off the heap.
-using record_list = std::pmr::vector<runtime::dynamic_data_holder>;
 
 // Thread: operations lock `mutex` and hold it during plug-in calls, so that calls on one extractor wait for one
 // another. Exceptions, which a host must not overlap with changes: get_url, get_reader_filter_expression, the node
@@ -68,10 +65,25 @@ public:
     std::string get_type_schema_by_subscription(uint64_t handle);
     std::string get_reader_filter_expression() const;
 
-    // Packages. Costs a look-up for each table, one call of the matcher's plug-in (or one for each subscription of the
+    // Packages. Costs one short look-up, one call of the matcher's plug-in (or one for each subscription of the
     // source where it has no batch table) and one record for each subscription served; nothing else is allocated.
-    std::vector<uint64_t> match(const qor_package_t& package, bool strict);
-    void process(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict, record_list& records);
+    // What comes out goes to `take` while the lock is held.
+    template<typename Take>
+    void match(const qor_package_t& package, bool strict, Take&& take) {
+        const std::lock_guard lock(mutex);
+        lend(spare_handles, [&](std::vector<uint64_t>& matched) {
+            find_matches(package, strict, matched);
+            take(matched);
+        });
+    }
+    template<typename Take>
+    void process(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict, Take&& take) {
+        const std::lock_guard lock(mutex);
+        lend(spare_records, [&](std::vector<runtime::dynamic_data_holder>& records) {
+            make_records(package, allocator, strict, records);
+            take(records);
+        });
+    }
     bool has_data_processor(const qor_package_t& package);
 
 private:
@@ -120,10 +132,24 @@ private:
                   const qor_type_node_sequence_t& hierarchy, const place& place);
     void withdraw(uint64_t handle);
 
-    const runtime::tavi::data_matcher_proxy* find_matcher(const qor_package_t& package) const;
+    const package_route& route_of(const qor_package_t& package);
+    void forget_routes() noexcept;
+    void find_matches(const qor_package_t& package, bool strict, std::vector<uint64_t>& matched);
+    void make_records(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
+                      std::vector<runtime::dynamic_data_holder>& records);
     void cut_records(const runtime::tavi::data_matcher_proxy& matcher, const std::vector<uint64_t>& handles,
                      const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
-                     record_list& records);
+                     std::vector<runtime::dynamic_data_holder>& records);
+
+    // Gives `work` an empty list with the room that the package before left. The list is its own meanwhile: plug-ins
+    // and allocators may call back.
+    template<typename Element, typename Work>
+    static void lend(std::vector<Element>& spare, Work&& work) {
+        std::vector<Element> list = std::move(spare);
+        work(list);
+        list.clear();
+        spare = std::move(list);
+    }
 
     std::shared_ptr<runtime::service_locator> service_locator;
     std::shared_ptr<extensibility::log::logger> logger;
@@ -135,8 +161,12 @@ private:
     table<uint64_t, source_record> sources;
     table<std::string, uint64_t> source_keys_by_name;
     table<uint64_t, std::vector<bound_processor>> processors;
-    // Room for a matcher's answers, kept between packages; used under `mutex`.
+    // The routes of the last sources, one of them at each place; used under `mutex`.
+    std::array<package_route, 8> routes;
+    // Room for a matcher's answers and for what goes to the host, kept between packages; used under `mutex`.
     std::vector<qor_match_outcome_t> outcomes;
+    std::vector<uint64_t> spare_handles;
+    std::vector<runtime::dynamic_data_holder> spare_records;
     std::recursive_mutex mutex;
 };
 

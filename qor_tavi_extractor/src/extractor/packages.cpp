@@ -21,10 +21,9 @@ std::string_view format_of(const qor_package_t& package) noexcept {
 }
 
 // The id is read byte by byte, low byte first, whatever the processor's own order.
-uint64_t key_of(const qor_package_t& package) noexcept {
+uint16_t source_id_of(const qor_package_t& package) noexcept {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(&package);
-    const auto source_id = static_cast<uint16_t>(bytes[0] | (bytes[1] << 8));
-    return source_key(source_id, package.instance);
+    return static_cast<uint16_t>(bytes[0] | (bytes[1] << 8));
 }
 
 // The sum of two sizes that came from a plug-in. One that wraps lies beyond any payload.
@@ -75,33 +74,49 @@ runtime::dynamic_data_holder make_record(const qor_match_outcome_t& outcome, con
 
 } // namespace
 
-const runtime::tavi::data_matcher_proxy* extractor::find_matcher(const qor_package_t& package) const {
-    const auto found = matchers.find(format_of(package));
-    return found != matchers.end() ? found->second.get() : nullptr;
+const package_route& extractor::route_of(const qor_package_t& package) {
+    const uint16_t source_id = source_id_of(package);
+    const uint32_t instance = package.instance;
+    const std::string_view format = format_of(package);
+    package_route& route = routes[(source_id ^ instance) % routes.size()];
+    if (route.is_set && route.source_id == source_id && route.instance == instance && route.format == format) {
+        return route;
+    }
+    route = {};
+    const uint64_t key = source_key(source_id, instance);
+    if (sources.contains(key)) {
+        const auto matcher = matchers.find(format);
+        const auto bound = processors.find(key);
+        route.handles = &subscriptions_by_source[key];
+        route.matcher = matcher != matchers.end() ? matcher->second.get() : nullptr;
+        route.processors = bound != processors.end() ? &bound->second : nullptr;
+    }
+    route.source_id = source_id;
+    route.instance = instance;
+    route.format = format;
+    route.is_set = true;
+    return route;
 }
 
-std::vector<uint64_t> extractor::match(const qor_package_t& package, bool strict) {
+void extractor::forget_routes() noexcept {
+    routes = {};
+}
+
+void extractor::find_matches(const qor_package_t& package, bool strict, std::vector<uint64_t>& matched) {
     if (format_of(package).empty()) {
         throw std::logic_error(generic_package);
     }
-    const uint64_t key = key_of(package);
-    std::vector<uint64_t> matched;
-    const std::lock_guard lock(mutex);
-    if (!sources.contains(key)) {
-        return matched;
+    const package_route& route = route_of(package);
+    if (route.handles == nullptr || route.matcher == nullptr) {
+        return;
     }
-    const auto* const matcher = find_matcher(package);
-    if (matcher == nullptr) {
-        return matched;
-    }
-    matcher->for_each_match(subscriptions_by_source[key], package, !strict, outcomes,
-                            [&](const auto& outcome) { matched.push_back(outcome.subscription_handle); });
-    return matched;
+    route.matcher->for_each_match(*route.handles, package, !strict, outcomes,
+                                  [&](const auto& outcome) { matched.push_back(outcome.subscription_handle); });
 }
 
 void extractor::cut_records(const runtime::tavi::data_matcher_proxy& matcher, const std::vector<uint64_t>& handles,
                             const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
-                            record_list& records) {
+                            std::vector<runtime::dynamic_data_holder>& records) {
     const uint64_t payload_size = package.payload_size;
     matcher.for_each_match(handles, package, !strict, outcomes, [&](const qor_match_outcome_t& outcome) {
         if (outcome.size != outcome.expected_size && strict) {
@@ -120,27 +135,25 @@ void extractor::cut_records(const runtime::tavi::data_matcher_proxy& matcher, co
     });
 }
 
-void extractor::process(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
-                        record_list& records) {
+void extractor::make_records(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
+                             std::vector<runtime::dynamic_data_holder>& records) {
     if (format_of(package).empty()) {
         throw std::invalid_argument(generic_package);
     }
-    const uint64_t key = key_of(package);
-    const std::lock_guard lock(mutex);
-    if (!sources.contains(key)) {
-        return;
+    // A copy of what is needed: plug-ins may call back, and another package may then take the place.
+    const auto [handles, matcher, bound] = [&] {
+        const package_route& route = route_of(package);
+        return std::tuple(route.handles, route.matcher, route.processors);
+    }();
+    if (handles != nullptr && matcher != nullptr) {
+        cut_records(*matcher, *handles, package, allocator, strict, records);
     }
-    const auto& handles = subscriptions_by_source[key];
-    if (const auto* const matcher = find_matcher(package)) {
-        cut_records(*matcher, handles, package, allocator, strict, records);
-    }
-    const auto bound = processors.find(key);
-    if (bound == processors.end()) {
+    if (bound == nullptr) {
         return;
     }
     const std::string_view format = format_of(package);
-    for (const uint64_t handle : handles) {
-        for (const bound_processor& element : bound->second) {
+    for (const uint64_t handle : *handles) {
+        for (const bound_processor& element : *bound) {
             if (element.format == format) {
                 auto made = element.proxy->process(handle, package, allocator);
                 std::move(made.begin(), made.end(), std::back_inserter(records));
@@ -154,14 +167,10 @@ bool extractor::has_data_processor(const qor_package_t& package) {
     if (format.empty()) {
         throw std::invalid_argument(generic_package);
     }
-    const uint64_t key = key_of(package);
     const std::lock_guard lock(mutex);
-    if (!sources.contains(key)) {
-        return false;
-    }
-    const auto bound = processors.find(key);
-    return bound != processors.end() && std::any_of(bound->second.begin(), bound->second.end(),
-                                                    [&](const auto& element) { return element.format == format; });
+    const auto* const bound = route_of(package).processors;
+    return bound != nullptr &&
+           std::any_of(bound->begin(), bound->end(), [&](const auto& element) { return element.format == format; });
 }
 
 } // namespace qor::tavi::detail

@@ -48,6 +48,7 @@ void extractor::bind_processor(std::unique_ptr<runtime::tavi::data_processor_pro
             continue;
         }
         auto& bound = processors[key];
+        forget_routes();
         const bool known = std::any_of(bound.begin(), bound.end(), [&](const bound_processor& element) {
             return element.proxy->get_library_path() == library_path;
         });

@@ -152,6 +152,7 @@ void extractor::store_source(uint16_t source_id, uint32_t instance, const std::s
                              const std::vector<uint64_t>& description_ids) {
     const uint64_t key = source_key(source_id, instance);
     const auto [place, added] = sources.try_emplace(key, source_record{key, source_id, instance, name, {}});
+    forget_routes();
     source_record& record = place->second;
     if (record.name != name) {
         throw std::invalid_argument("the specified data source name does not match the previously registered name");
@@ -195,6 +196,7 @@ void extractor::unregister_sources() {
     unsubscribe_all();
     reset_table(source_keys_by_name);
     reset_table(sources);
+    forget_routes();
 }
 
 void extractor::checkpoint_signal_storage() {

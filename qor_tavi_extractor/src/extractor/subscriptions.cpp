@@ -169,6 +169,7 @@ void extractor::unsubscribe_all() {
     }
     reset_table(subscriptions);
     reset_table(subscriptions_by_source);
+    forget_routes();
 }
 
 size_t extractor::get_subscription_count() {

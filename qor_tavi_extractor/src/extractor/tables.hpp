@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "qorcpp/fnv.hpp"
+#include "runtime/tavi/data_matcher_proxy.hpp"
 #include "runtime/tavi/data_processor_proxy.hpp"
 
 namespace qor::tavi::detail {
@@ -40,6 +41,20 @@ struct subscription_record {
 struct bound_processor {
     std::string format;
     std::unique_ptr<runtime::tavi::data_processor_proxy> proxy;
+};
+
+// Where packages of one source and format go: what all tables say of them, so that a stream of packages asks the tables
+// once. Points into the tables; forgotten when one of them changes.
+struct package_route {
+    bool is_set = false;
+    uint16_t source_id = 0;
+    uint32_t instance = 0;
+    std::string format;
+    // Null when nobody registered the source; the rest is null then, too.
+    const std::vector<uint64_t>* handles = nullptr;
+    // Null when there is none.
+    const runtime::tavi::data_matcher_proxy* matcher = nullptr;
+    const std::vector<bound_processor>* processors = nullptr;
 };
 
 struct parser_key {
