@@ -72,7 +72,8 @@ bool candump_reader::next_line() {
     for (;;) {
         const char* const from = text_ + begin_;
         const auto* const stop = static_cast<const char*>(std::memchr(from + scanned, '\n', end_ - begin_ - scanned));
-        if (stop != nullptr) {
+        line_has_end_ = stop != nullptr;
+        if (line_has_end_) {
             line_ = {from, static_cast<std::size_t>(stop - from)};
             begin_ += line_.size() + 1;
             break;

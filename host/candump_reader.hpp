@@ -82,6 +82,8 @@ public:
     // is longer than a block; valid until the next call).
     std::uint64_t line_number() const noexcept { return line_number_; }
     std::string_view line_text() const noexcept { return line_; }
+    // Whether it had a line end: the last line of a log need not have one.
+    bool line_has_end() const noexcept { return line_has_end_; }
     const candump_fault& fault() const noexcept { return fault_; }
 
     // The interfaces seen so far, in order of first appearance (of this reader alone when it reads pieces).
@@ -123,6 +125,7 @@ private:
     std::uint64_t line_number_ = 0;
     std::string_view line_;
     bool line_is_cut_ = false;
+    bool line_has_end_ = false;
     candump_fault fault_;
     std::vector<std::string> channels_;
     // The same, as a line has them behind its time, and the last frame's place among them.

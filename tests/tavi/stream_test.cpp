@@ -20,14 +20,20 @@ protected:
         write("long.log", log);
     }
 
-    // Shell functions: wait until a file has that many lines, for ten seconds at most.
-    const std::string wait_for_lines = "wait_for_lines() {\n"
-                                       "    for try in $(seq 200); do\n"
-                                       "        [ $(wc -l <$1) -ge $2 ] && return 0\n"
-                                       "        sleep 0.05\n"
-                                       "    done\n"
-                                       "    return 1\n"
-                                       "}\n";
+    // Decodes what the script writes to file 3; `wait_for_lines FILE COUNT` waits ten seconds at most.
+    ended fed(const std::string& script) {
+        return shell("wait_for_lines() {\n"
+                     "    for try in $(seq 200); do\n"
+                     "        [ $(wc -l <$1) -ge $2 ] && return 0\n"
+                     "        sleep 0.05\n"
+                     "    done\n"
+                     "    exit 1\n"
+                     "}\n"
+                     "rm -f in; mkfifo in\n"
+                     "\"$TAVI\" decode - -d e.dbc --report report <in >rows 2>account &\n"
+                     "exec 3>in\n" +
+                     script + "\nexec 3>&-\nwait $!");
+    }
 };
 
 TEST_F(stream, reads_standard_input) {
@@ -43,14 +49,7 @@ TEST_F(stream, reads_standard_input) {
 }
 
 TEST_F(stream, writes_what_it_has_before_it_waits_for_more) {
-    const ended run = shell(wait_for_lines + "mkfifo in\n"
-                                             "\"$TAVI\" decode - -d e.dbc <in >rows 2>account &\n"
-                                             "exec 3>in\n"
-                                             "echo '(1.0) can0 0C0#0400' >&3\n"
-                                             "wait_for_lines rows 2 || exit 1\n"
-                                             "printf '(2.0) can0 0C0#0400' >&3\n"
-                                             "exec 3>&-\n"
-                                             "wait $!");
+    const ended run = fed("echo '(1.0) can0 0C0#0400' >&3; wait_for_lines rows 2; printf '(2.0) can0 0C0#0400' >&3");
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(read("rows"), "timestamp,signal,value,unit\n1.0,can0.CAN.E.S,2,rpm\n2.0,can0.CAN.E.S,2,rpm\n");
 }
@@ -67,17 +66,12 @@ TEST_F(stream, ends_quietly_when_nobody_reads_on) {
 }
 
 TEST_F(stream, leaves_whole_lines_and_an_account_when_interrupted) {
-    for (const char* const signal : {"INT", "TERM"}) {
-        const ended run = shell(wait_for_lines +
-                                "rm -f in; mkfifo in\n"
-                                "\"$TAVI\" decode - -d e.dbc --report report <in >rows 2>account &\n"
-                                "exec 3>in\n"
-                                "printf '(1.0) can0 0C0#0400\\n(2.0) can0 0C' >&3\n"
-                                "wait_for_lines rows 2 || exit 1\n"
-                                "kill -" +
-                                std::string(signal) + " $!\nwait $!");
+    for (const std::string signal : {"INT", "TERM"}) {
+        const ended run =
+            fed("printf '(1.0) can0 0C0#0400\\n(2.0) can0 0C' >&3; wait_for_lines rows 2; kill -" + signal + " $!");
         EXPECT_EQ(run.code, 130) << run.err;
         EXPECT_EQ(read("rows"), "timestamp,signal,value,unit\n1.0,can0.CAN.E.S,2,rpm\n");
+        EXPECT_THAT(read("account"), HasSubstr("tavi: lost: nothing\n"));
         EXPECT_THAT(read("account"), EndsWith(", then interrupted\n"));
         EXPECT_THAT(read("report"), HasSubstr("\"interrupted\":true"));
     }

@@ -24,10 +24,11 @@ public:
 
     // Two pieces joined; takes no memory once the text was as long before.
     void assign(std::string_view first, std::string_view second = {}) {
-        bytes_.assign(first);
-        bytes_.append(second);
-        size_ = bytes_.size();
-        bytes_.resize((size_ / stride + 1) * stride);
+        size_ = first.size() + second.size();
+        if (const std::size_t room = (size_ / stride + 1) * stride; bytes_.size() < room) {
+            bytes_.resize(room);
+        }
+        second.copy(bytes_.data() + first.copy(bytes_.data(), first.size()), second.size());
     }
 
     std::string_view view() const noexcept { return {bytes_.data(), size_}; }

@@ -6,6 +6,7 @@
 
 #include "qorc/extensibility/data_source.h"
 #include "qorcpp/can_frame.hpp"
+#include "qorcpp/platform/stream.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/printable.hpp"
 #include "tools/tavi/record_rows.hpp"
@@ -44,6 +45,9 @@ void frame_decoder::decode_all(host::candump_reader& reader) {
     host::candump_frame frame;
     for (auto outcome = reader.next(frame); outcome != host::candump_reader::outcome::end;
          outcome = reader.next(frame)) {
+        if (!reader.line_has_end() && qor::platform::interrupted()) {
+            return; // the part of a line that was read before the interrupt
+        }
         if (outcome == host::candump_reader::outcome::frame) {
             decode(reader, frame);
         } else {
