@@ -3,7 +3,7 @@
 #define TESTS_NMEA_PROCESSOR_RECEIVER_VALUES_HPP
 
 #include <bit>
-#include <map>
+#include <sstream>
 #include <string>
 
 #include "plugins/nmea_processor/image.hpp"
@@ -35,12 +35,13 @@ inline bool is_updated(const image& values, const byte_range& range) {
     return updated;
 }
 
-// The values of the view GPS, but the satellites, that the last sentence gave.
-inline std::map<std::string, double> updated_values(const image& values) {
-    std::map<std::string, double> found;
+// The values of the view GPS, but the satellites, that the last sentence gave: "hour=22 minute=37 ".
+inline std::string updated_values(const image& values) {
+    std::ostringstream text;
+    text.precision(15);
     const auto look = [&]<typename Value>(const char* name, member<Value> member) {
         if (is_updated(values, {member.place, member.place + sizeof(Value)})) {
-            found[name] = value_of(values, member);
+            text << name << '=' << value_of(values, member) << ' ';
         }
     };
     look("year", year);
@@ -58,11 +59,11 @@ inline std::map<std::string, double> updated_values(const image& values) {
     look("quality", quality);
     look("mode", mode);
     look("used", satellites_used);
-    look("in view", satellites_in_view);
+    look("in_view", satellites_in_view);
     look("pdop", position_dilution);
     look("hdop", horizontal_dilution);
     look("vdop", vertical_dilution);
-    return found;
+    return text.str();
 }
 
 } // namespace nmea_processor

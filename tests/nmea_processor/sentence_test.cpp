@@ -54,22 +54,20 @@ TEST(Sentence, IsTakenApart) {
 
 TEST(Sentence, IsRefusedWhenItIsDamaged) {
     const std::string sound = sealed("GPGLL,1");
-    const std::string rows[] = {
-        "$GPGLL,1*00",
-        "$GPGLL,1*",
-        sound.substr(0, sound.size() - 1),
-        sound.substr(0, sound.size() - 1) + "G",
-        sound + "1",
-        sound + "*00",
-        "$",
-        "$*00",
-        sound.substr(1),
-        sealed(",1"),
-        sealed("GP LL,1"),
-        sealed("GPGLL,\x80"),
-        sealed("GPGLL,\t"),
-        sealed("GPGLL," + std::string(longest_sentence - 9, 'x')),
-    };
+    const std::string rows[] = {"$GPGLL,1*00",
+                                "$GPGLL,1*",
+                                sound.substr(0, sound.size() - 1),
+                                sound.substr(0, sound.size() - 1) + "G",
+                                sound + "1",
+                                sound + "*00",
+                                "$",
+                                "$*00",
+                                sound.substr(1),
+                                sealed(",1"),
+                                sealed("GP LL,1"),
+                                sealed("GPGLL,\x80"),
+                                sealed("GPGLL,\t"),
+                                sealed("GPGLL," + std::string(longest_sentence - 9, 'x'))};
     sentence read;
     for (const std::string& row : rows) {
         EXPECT_FALSE(read_sentence(row, read)) << row;
