@@ -64,6 +64,10 @@ TEST(Arena, FollowsTheContractOfTheTable) {
     auto* const moved = static_cast<char*>(table->realloc(grown, 100'000, table->context));
     ASSERT_NE(moved, grown);
     EXPECT_STREQ(moved, "abc");
+    void* const last = table->malloc(1, table->context);
+    const std::size_t most = 1 + memory.reserved() - memory.used();
+    EXPECT_EQ(table->realloc(last, most, table->context), last);
+    EXPECT_NE(table->realloc(last, most + 1, table->context), last) << "there is no room for one more";
 }
 
 } // namespace

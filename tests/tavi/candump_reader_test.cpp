@@ -131,6 +131,7 @@ TEST(candump_reader, reads_a_line_alike_whatever_came_before) {
                                             "(1.5) canbus0 001#AA",
                                             "(1.5) canbus 001#AA",
                                             "(1.5) can0 001",
+                                            "(1.5) can0 800#AA",
                                             "(1.5)",
                                             "(123456789.123456) c 001#",
                                             "(12345678.1) c 001#",

@@ -31,6 +31,8 @@ BO_ 300 Modes: 3 X
 BO_ 301 Exact: 8 X
  SG_ Real : 0|32@1- (1,0) [0|0] "" X
  SG_ Whole : 32|32@1+ (1,0) [0|0] "" X
+BO_ 302 Huge: 1 X
+ SG_ Beyond : 0|8@1+ (1e308,0) [0|0] "" X
 SIG_VALTYPE_ 301 Real : 1;
 )";
 
@@ -59,14 +61,15 @@ TEST_F(decode, writes_a_row_for_each_value_in_the_order_of_log_and_description) 
 
 TEST_F(decode, writes_json_lines_with_numbers_that_are_none_as_texts) {
     EXPECT_THAT(rows("(01.5) can0 12D#0000C07FFFFFFFFF\n(2.5) can0 12D#000080FF00000000\n"
-                     "(3.5) can0 0C0#01000000\n",
-                     "-f jsonl -s '*.Real' -s '*.Whole' -s '*.EngineTorque'"),
+                     "(3.5) can0 0C0#01000000\n(4.5) can0 12E#02\n",
+                     "-f jsonl -s '*.Real' -s '*.Whole' -s '*.EngineTorque' -s '*.Beyond'"),
                 ElementsAre(R"({"timestamp":1.5,"signal":"can0.CAN.Exact.Real","value":"NaN","unit":""})",
                             R"({"timestamp":1.5,"signal":"can0.CAN.Exact.Whole","value":4294967295,"unit":""})",
                             testing::AnyOf(HasSubstr("\"value\":\"NaN\""), HasSubstr("\"value\":\"-Infinity\"")),
                             R"({"timestamp":2.5,"signal":"can0.CAN.Exact.Whole","value":0,"unit":""})",
                             R"({"timestamp":3.5,"signal":"can0.CAN.EngineData.EngineTorque","value":0,)"
-                            R"("unit":"Nm, max"})"));
+                            R"("unit":"Nm, max"})",
+                            R"({"timestamp":4.5,"signal":"can0.CAN.Huge.Beyond","value":"Infinity","unit":""})"));
 }
 
 TEST_F(decode, selects_by_patterns) {
@@ -138,8 +141,9 @@ TEST_F(decode, decodes_the_sample_drive) {
 }
 
 TEST_F(decode, tells_the_same_account_as_a_line_of_json) {
-    write("x.log", "(1.0) can0 0C0#04000000\n(1.0) can0 0C1#00\n(1.0) can0 12C#01\n(1.0) can0 0C0#R\nnoise\n"
-                   "(1.0) can0 20000001#00\n(2.0) can0 0C0#0400\n(3.0) can0 0C0#\n");
+    write("x.log",
+          "(1.0) can0 0C0#04000000\n(1.0) can0 0C1#00\n(1.0) can0 12C#01\n(1.0) can0 0C0#R\n(1.0) can0 0C0#R\nnoise\n"
+          "(1.0) can0 20000001#00\n(2.0) can0 0C0#0400\n(3.0) can0 0C0#\n");
     const ended run = tavi("decode x.log -d e.dbc -s CAN.EngineData -o out.csv --report report.json");
     EXPECT_EQ(run.code, 3);
     const std::string text = read("report.json");
@@ -147,9 +151,9 @@ TEST_F(decode, tells_the_same_account_as_a_line_of_json) {
     auto report = nlohmann::json::parse(text);
     EXPECT_GE(report["seconds"].get<double>(), 0.0);
     report.erase("seconds");
-    EXPECT_EQ(report, nlohmann::json::parse(R"({"log":"x.log","frames":7,"matched":2,"unknown_ids":1,"not_selected":1,
-        "without_values":1,"remote":1,"error_frames":1,"short_frames":2,"first_short":"x.log:7","damaged_lines":1,
-        "first_damaged":"x.log:5","left_out":0,"first_left_out":null,"description_warnings":0,"values":3,"interrupted":false,"exit_code":3})"))
+    EXPECT_EQ(report, nlohmann::json::parse(R"({"log":"x.log","frames":8,"matched":2,"unknown_ids":1,"not_selected":1,
+        "without_values":1,"remote":2,"error_frames":1,"short_frames":2,"first_short":"x.log:8","damaged_lines":1,
+        "first_damaged":"x.log:6","left_out":0,"first_left_out":null,"description_warnings":0,"values":3,"interrupted":false,"exit_code":3})"))
         << run.err;
     EXPECT_EQ(lines_of(read("out.csv")).size(), 4u);
 }

@@ -44,7 +44,6 @@ TEST_F(exit_code, is_1_when_the_work_could_not_be_done) {
         {"decode . -d e.dbc", ".: error: cannot be read: Is a directory\n"},
         {"decode good.log -d none.dbc", "none.dbc: error: cannot be read: No such file or directory\n"},
         {"decode good.log -d no.dbc", "no.dbc:1:1: error: "},
-        {"tree -d no.dbc", "no.dbc:1:1: error: "},
         {"decode good.log -d good.log", "good.log: error: failed to find a data description parser for data "
                                         "description type 'log'\n"},
         {"decode good.log -d e.dbc -s CAN.E.T", "tavi: error: no signal fits 'CAN.E.T'\n  hint: "},

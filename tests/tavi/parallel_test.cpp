@@ -44,27 +44,18 @@ protected:
     std::size_t below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random); }
 
     std::string line(std::size_t interfaces) {
-        static const std::string frames[] = {"0C0#0400",
-                                             "0C1#0012345678",
-                                             "0C1#01FFFFFFFFFFFFFF",
-                                             "0C1#02",
-                                             "0C0#R2",
-                                             "20000080#00000000",
-                                             "7FF#11",
-                                             "98FEF100#1122",
-                                             "0C0#04",
-                                             "0C2#7F",
-                                             "18FEF100##1" + std::string(128, 'A'),
-                                             "0C0#040",
-                                             "0C0",
-                                             "0C0#11 T"};
+        static const std::string kinds =
+            "0C0#0400,0C1#0012345678,0C1#01FFFFFFFFFFFFFF,0C1#02,0C0#R2,20000080#00000000,7FF#11,98FEF100#1122,"
+            "0C0#04,0C2#7F,0C0#040,0C0,0C0#11 T,18FEF100##1" +
+            std::string(128, 'A');
+        static const auto frames = split(kinds, ',');
         if (below(30) == 0) {
             const std::string odd[] = {"", "  ", "noise", std::string(5000, 'x'), std::string(300000, '(')};
             return odd[below(below(20) == 0 ? 5 : 4)];
         }
         std::string name = "can" + std::to_string(below(interfaces));
         name += below(8) == 0 ? "-" : below(8) == 0 ? "_" : "";
-        return "(" + std::to_string(below(1000)) + ".5) " + name + ' ' + frames[below(std::size(frames))];
+        return "(" + std::to_string(below(1000)) + ".5) " + name + ' ' + std::string(frames[below(frames.size())]);
     }
 
     void write_log() {

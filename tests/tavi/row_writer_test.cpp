@@ -14,6 +14,7 @@ TEST(csv_field, is_quoted_only_where_needed) {
     EXPECT_EQ(csv_field("a,b"), "\"a,b\"");
     EXPECT_EQ(csv_field("5\" pipe"), "\"5\"\" pipe\"");
     EXPECT_EQ(csv_field("a\nb"), "\"a\nb\"");
+    EXPECT_EQ(csv_field("a\rb"), "\"a\rb\"");
 }
 
 TEST(json_text, escapes_and_mends) {
