@@ -32,7 +32,7 @@ protected:
                      "rm -f in; mkfifo in\n"
                      "\"$TAVI\" decode - -d e.dbc --report report <in >rows 2>account &\n"
                      "exec 3>in\n" +
-                     script + "\nexec 3>&-\nwait $!");
+                     script + "\nwait $!");
     }
 };
 
@@ -49,7 +49,8 @@ TEST_F(stream, reads_standard_input) {
 }
 
 TEST_F(stream, writes_what_it_has_before_it_waits_for_more) {
-    const ended run = fed("echo '(1.0) can0 0C0#0400' >&3; wait_for_lines rows 2; printf '(2.0) can0 0C0#0400' >&3");
+    const ended run =
+        fed("echo '(1.0) can0 0C0#0400' >&3; wait_for_lines rows 2; printf '(2.0) can0 0C0#0400' >&3\nexec 3>&-");
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(read("rows"), "timestamp,signal,value,unit\n1.0,can0.CAN.E.S,2,rpm\n2.0,can0.CAN.E.S,2,rpm\n");
 }
