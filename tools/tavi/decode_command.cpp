@@ -25,6 +25,7 @@
 #include "tools/tavi/progress_bar.hpp"
 #include "tools/tavi/row_writer.hpp"
 #include "tools/tavi/selection.hpp"
+#include "tools/tavi/written_files.hpp"
 
 namespace tavi::tool {
 
@@ -54,6 +55,7 @@ public:
           progress_(input_->size()) {
         totals_.log = log_name(options);
         messages_.set_before_print([this] { progress_.clear(); });
+        check_written_files(options);
         if (!options.report.empty()) {
             report_.emplace(options.report);
         }
@@ -113,8 +115,19 @@ private:
             messages_.print(format_account(totals_));
         }
         if (report_) {
+            write_report();
+        }
+    }
+
+    // Of two failures the first is told.
+    void write_report() {
+        try {
             report_->write(account_json(totals_));
             report_->close();
+        } catch (const command_error&) {
+            if (!failure_) {
+                throw;
+            }
         }
     }
 
@@ -143,10 +156,6 @@ void decode_run::decode() {
     }
     selection wanted(known, options_.patterns);
 
-    std::error_code ignored;
-    if (!options_.output.empty() && std::filesystem::equivalent(options_.output, options_.log, ignored)) {
-        throw command_error(printable(options_.output) + ": error: is the log that is read");
-    }
     block_output output(options_.output);
     row_writer rows(output, options_.format);
     started_ = true;
