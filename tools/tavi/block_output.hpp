@@ -34,13 +34,15 @@ public:
     std::string_view view() const noexcept { return {bytes_.data(), size_}; }
 
     // Room needed at `target`: size() + stride bytes, of which the first size() count. Gives the place behind them.
-    char* copy_to(char* target) const noexcept {
-        const char* source = bytes_.data();
+    char* copy_to(char* target) const noexcept { return copy(bytes_.data(), size_, target); }
+
+    // The same with a piece of a text that goes on for `stride` bytes behind it.
+    static char* copy(const char* source, std::size_t size, char* target) noexcept {
         std::memcpy(target, source, stride);
-        for (std::size_t done = stride; done < size_; done += stride) {
+        for (std::size_t done = stride; done < size; done += stride) {
             std::memcpy(target + done, source + done, stride);
         }
-        return target + size_;
+        return target + size;
     }
 
     std::size_t size() const noexcept { return size_; }

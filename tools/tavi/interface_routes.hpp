@@ -28,7 +28,7 @@ struct target {
     std::uint64_t handle = 0;
     const message_plan* plan = nullptr;
     // By row of the plan; rows that were not asked for are left empty.
-    std::vector<row_text> rows;
+    row_texts rows;
 };
 
 // The messages that a frame id belongs to.

@@ -44,7 +44,7 @@ private:
         std::uint64_t handle;
         const message* subscribed;
         const message_plan* plan;
-        std::vector<row_text> rows;
+        row_texts rows;
     };
 
     const object* find(std::uint64_t handle) const;

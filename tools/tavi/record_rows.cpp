@@ -4,31 +4,37 @@
 
 namespace tavi::tool {
 
-std::vector<row_text> make_rows(const row_writer& writer, const std::string& source_name, const message& subscribed,
-                                const message_plan& plan) {
+row_texts make_rows(const row_writer& writer, const std::string& source_name, const message& subscribed,
+                    const message_plan& plan) {
     const auto& rows = plan.plan.rows();
-    std::vector<row_text> texts(rows.size());
-    for (const std::uint32_t row : plan.rows) {
-        texts[row] = writer.make_row(source_name + '.' + row_path(subscribed, plan.plan, row), rows[row].unit);
+    row_texts texts;
+    auto wanted = plan.rows.begin();
+    for (std::uint32_t row = 0; row < rows.size(); ++row) {
+        if (wanted == plan.rows.end() || *wanted != row) {
+            texts.add({}, {});
+            continue;
+        }
+        ++wanted;
+        writer.add_row(texts, source_name + '.' + row_path(subscribed, plan.plan, row), rows[row].unit);
     }
     return texts;
 }
 
-std::uint64_t write_record(row_writer& writer, const message_plan& plan, const std::vector<row_text>& rows,
+std::uint64_t write_record(row_writer& writer, const message_plan& plan, const row_texts& rows,
                            std::span<const std::uint8_t> record, std::vector<host::reading>& readings) {
-    if (readings.size() < rows.size()) {
-        readings.resize(rows.size());
+    if (readings.size() < plan.plan.rows().size()) {
+        readings.resize(plan.plan.rows().size());
     }
     std::uint64_t written = 0;
     if (plan.whole) {
         for (const host::reading& value : plan.plan.read(record, readings)) {
-            writer.write(rows[value.row], plan.plan, value);
+            writer.write(rows, plan.plan, value);
             ++written;
         }
     } else {
         for (const std::uint32_t row : plan.rows) {
             if (const auto value = plan.plan.read_row(record, row)) {
-                writer.write(rows[row], plan.plan, *value);
+                writer.write(rows, plan.plan, *value);
                 ++written;
             }
         }

@@ -15,11 +15,11 @@
 namespace tavi::tool {
 
 // By row of the plan; rows that were not asked for are left empty.
-std::vector<row_text> make_rows(const row_writer& writer, const std::string& source_name, const message& subscribed,
-                                const message_plan& plan);
+row_texts make_rows(const row_writer& writer, const std::string& source_name, const message& subscribed,
+                    const message_plan& plan);
 
 // Writes what was asked for and is in the record; returns how many values. `readings` is grown as needed.
-std::uint64_t write_record(row_writer& writer, const message_plan& plan, const std::vector<row_text>& rows,
+std::uint64_t write_record(row_writer& writer, const message_plan& plan, const row_texts& rows,
                            std::span<const std::uint8_t> record, std::vector<host::reading>& readings);
 
 // How many of the values asked for would be there if the record went on with zeros.

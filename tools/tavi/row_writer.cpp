@@ -1,6 +1,7 @@
 #include "tools/tavi/row_writer.hpp"
 
 #include <cmath>
+#include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
@@ -27,12 +28,24 @@ void row_writer::write_header() {
     }
 }
 
-row_text row_writer::make_row(std::string_view signal, std::string_view unit) const {
-    if (format_ == output_format::csv) {
-        return {padded_text(',' + csv_field(signal) + ','), padded_text(',' + csv_field(unit) + '\n')};
+void row_texts::add(std::string_view before, std::string_view behind) {
+    const std::size_t begin = bytes_.size() - padded_text::stride;
+    bytes_.insert(begin, before);
+    bytes_.insert(begin + before.size(), behind);
+    const std::size_t end = begin + before.size() + behind.size();
+    if (end > UINT32_MAX) {
+        throw std::length_error("the names of a message have more than 4 GiB");
     }
-    return {padded_text(",\"signal\":" + json_text(signal) + ",\"value\":"),
-            padded_text(",\"unit\":" + json_text(unit) + "}\n")};
+    places_.push_back({static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(begin + before.size()),
+                       static_cast<std::uint32_t>(end)});
+}
+
+void row_writer::add_row(row_texts& texts, std::string_view signal, std::string_view unit) const {
+    if (format_ == output_format::csv) {
+        texts.add(',' + csv_field(signal) + ',', ',' + csv_field(unit) + '\n');
+    } else {
+        texts.add(",\"signal\":" + json_text(signal) + ",\"value\":", ",\"unit\":" + json_text(unit) + "}\n");
+    }
 }
 
 void row_writer::set_time(std::string_view time) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/record_plan.hpp"
 #include "tools/tavi/block_output.hpp"
@@ -12,10 +13,27 @@
 
 namespace tavi::tool {
 
-// What stands before and behind the value in all rows of one signal.
-struct row_text {
-    padded_text before;
-    padded_text behind;
+// What stands before and behind the value in all rows of a signal, for the signals of a message: side by side, since
+// they are read in this order for each frame.
+class row_texts {
+public:
+    row_texts() : bytes_(padded_text::stride, '\0') {}
+
+    // Of the next signal; two empty texts for one that is never written.
+    void add(std::string_view before, std::string_view behind);
+
+private:
+    friend class row_writer;
+
+    struct place {
+        std::uint32_t before;
+        std::uint32_t behind;
+        std::uint32_t end;
+    };
+
+    std::vector<place> places_;
+    // With as many bytes behind the last text as a step of copying reads.
+    std::string bytes_;
 };
 
 // A field of CSV: in quotes where it holds a comma, a quote or a line end.
@@ -32,16 +50,19 @@ public:
     void write_header();
 
     // signal  the full URL
-    row_text make_row(std::string_view signal, std::string_view unit) const;
+    void add_row(row_texts& texts, std::string_view signal, std::string_view unit) const;
 
     // The time of the rows that follow, a number as text; empty for none, in JSON null.
     void set_time(std::string_view time);
 
-    void write(const row_text& row, const host::record_plan& plan, const host::reading& value) {
-        char* at = output_.reserve(time_.size() + row.before.size() + row.behind.size() + slack);
-        at = row.before.copy_to(time_.copy_to(at));
+    // A value of a plan whose rows `texts` has.
+    void write(const row_texts& texts, const host::record_plan& plan, const host::reading& value) {
+        const row_texts::place row = texts.places_[value.row];
+        const char* const bytes = texts.bytes_.data();
+        char* at = output_.reserve(time_.size() + (row.end - row.before) + slack);
+        at = padded_text::copy(bytes + row.before, row.behind - row.before, time_.copy_to(at));
         at = value.kind == host::value_kind::floating ? write_floating(at, plan, value) : plan.write_text(value, at);
-        output_.commit(row.behind.copy_to(at));
+        output_.commit(padded_text::copy(bytes + row.behind, row.end - row.behind, at));
     }
 
 private:
