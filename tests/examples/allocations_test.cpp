@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
 
 #include "host/extractor.hpp"
@@ -29,19 +30,10 @@ void* count_and_allocate(std::size_t size) {
 void* operator new(std::size_t size) {
     return count_and_allocate(size);
 }
-void* operator new(std::size_t size, std::align_val_t) {
-    return count_and_allocate(size);
-}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
     std::free(memory);
 }
 
@@ -62,9 +54,13 @@ public:
     }
 
     std::size_t calls = 0;
+    std::function<void()> at_first_call;
 
 private:
     void* take(std::size_t size) {
+        if (calls == 0 && at_first_call) {
+            at_first_call();
+        }
         EXPECT_LE(size, sizeof(blocks_[0]));
         return blocks_[calls++ % std::size(blocks_)];
     }
@@ -135,6 +131,28 @@ TEST_F(steady_packages, allocate_nothing_where_it_is_asked_for_each_subscription
     expect_steady(package.build(std::span(bytes).first(9)), 2, false);
     bytes[0] = 3;
     expect_steady(package.build(bytes), 0, true);
+}
+
+TEST_F(steady_packages, survive_an_allocator_that_asks_for_another) {
+    extractor.register_source(0x10, 2, "can2", {{"x", "dbc", description}});
+    extractor.subscribe("can0.CAN.M1");
+    for (const char* const url : {"can2.CAN.M1", "can2.CAN.M1.a", "can2.CAN.M1.b", "can2.CAN.M2"}) {
+        extractor.subscribe(url);
+    }
+    const std::uint8_t bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    host::can_package other;
+    other.set_source(0x10, 2);
+    host::record_list inner;
+    memory.at_first_call = [&] { extractor.process(other.build(1, 0, bytes), host::lenient, inner); };
+    host::can_package package;
+    package.set_source(0x10, 0);
+    qor_dynamic_data_t** data = nullptr;
+    std::size_t count = 0;
+    qor_tavi_extractor_process(extractor.get(), &package.build(1, 0, bytes), true, &data, &count, &memory, nullptr);
+    ASSERT_EQ(count, 1u);
+    EXPECT_EQ(extractor.url(data[0]->subscription_handle), "can0.CAN.M1");
+    EXPECT_EQ(data[0]->length, 8u);
+    EXPECT_EQ(inner.size(), 3u);
 }
 
 } // namespace

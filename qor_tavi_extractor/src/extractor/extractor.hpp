@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -70,19 +71,20 @@ public:
     // What comes out goes to `take` while the lock is held.
     template<typename Take>
     void match(const qor_package_t& package, bool strict, Take&& take) {
+        check_is_matchable(package);
         const std::lock_guard lock(mutex);
-        lend(spare_handles, [&](std::vector<uint64_t>& matched) {
-            find_matches(package, strict, matched);
-            take(matched);
-        });
+        const lent<uint64_t> matched(spare_handles);
+        matched.list.clear();
+        find_matches(package, strict, matched.list);
+        take(matched.list);
     }
     template<typename Take>
     void process(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict, Take&& take) {
+        check_has_format(package);
         const std::lock_guard lock(mutex);
-        lend(spare_records, [&](std::vector<runtime::dynamic_data_holder>& records) {
-            make_records(package, allocator, strict, records);
-            take(records);
-        });
+        const lent<runtime::dynamic_data_holder> records(spare_records);
+        make_records(package, allocator, strict, records.list);
+        take(records.list);
     }
     bool has_data_processor(const qor_package_t& package);
 
@@ -134,6 +136,9 @@ private:
 
     const package_route& route_of(const qor_package_t& package);
     void forget_routes() noexcept;
+    // Throw for a package without format, each its own type.
+    static void check_is_matchable(const qor_package_t& package);
+    static void check_has_format(const qor_package_t& package);
     void find_matches(const qor_package_t& package, bool strict, std::vector<uint64_t>& matched);
     void make_records(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
                       std::vector<runtime::dynamic_data_holder>& records);
@@ -141,15 +146,23 @@ private:
                      const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
                      std::vector<runtime::dynamic_data_holder>& records);
 
-    // Gives `work` an empty list with the room that the package before left. The list is its own meanwhile: plug-ins
-    // and allocators may call back.
-    template<typename Element, typename Work>
-    static void lend(std::vector<Element>& spare, Work&& work) {
-        std::vector<Element> list = std::move(spare);
-        work(list);
-        list.clear();
-        spare = std::move(list);
-    }
+    // A list with the room that packages before left in it, which goes back at the end. It is its user's own meanwhile:
+    // plug-ins and allocators may call back.
+    template<typename Element>
+    struct lent {
+        explicit lent(std::vector<Element>& spare) noexcept : spare(spare), list(std::move(spare)) {}
+        lent(const lent&) = delete;
+        lent& operator=(const lent&) = delete;
+        ~lent() {
+            if constexpr (!std::is_trivially_destructible_v<Element>) {
+                list.clear();
+            }
+            spare = std::move(list);
+        }
+
+        std::vector<Element>& spare;
+        mutable std::vector<Element> list;
+    };
 
     std::shared_ptr<runtime::service_locator> service_locator;
     std::shared_ptr<extensibility::log::logger> logger;
@@ -164,7 +177,7 @@ private:
     // The routes of the last sources, one of them at each place; used under `mutex`.
     std::array<package_route, 8> routes;
     // Room for a matcher's answers and for what goes to the host, kept between packages; used under `mutex`.
-    std::vector<qor_match_outcome_t> outcomes;
+    std::vector<qor_match_outcome_t> spare_outcomes;
     std::vector<uint64_t> spare_handles;
     std::vector<runtime::dynamic_data_holder> spare_records;
     std::recursive_mutex mutex;

@@ -78,8 +78,9 @@ const package_route& extractor::route_of(const qor_package_t& package) {
     const uint16_t source_id = source_id_of(package);
     const uint32_t instance = package.instance;
     const std::string_view format = format_of(package);
-    package_route& route = routes[(source_id ^ instance) % routes.size()];
-    if (route.is_set && route.source_id == source_id && route.instance == instance && route.format == format) {
+    const auto mark = static_cast<unsigned char>(package.format_type[0]);
+    package_route& route = routes[(source_id ^ instance ^ mark) % routes.size()];
+    if (route.is_set && route.source_id == source_id && route.instance == instance && route.format() == format) {
         return route;
     }
     route = {};
@@ -93,7 +94,8 @@ const package_route& extractor::route_of(const qor_package_t& package) {
     }
     route.source_id = source_id;
     route.instance = instance;
-    route.format = format;
+    format.copy(route.format_text.data(), route.format_text.size());
+    route.format_size = static_cast<uint8_t>(format.size());
     route.is_set = true;
     return route;
 }
@@ -102,15 +104,25 @@ void extractor::forget_routes() noexcept {
     routes = {};
 }
 
-void extractor::find_matches(const qor_package_t& package, bool strict, std::vector<uint64_t>& matched) {
+void extractor::check_is_matchable(const qor_package_t& package) {
     if (format_of(package).empty()) {
         throw std::logic_error(generic_package);
     }
+}
+
+void extractor::check_has_format(const qor_package_t& package) {
+    if (format_of(package).empty()) {
+        throw std::invalid_argument(generic_package);
+    }
+}
+
+void extractor::find_matches(const qor_package_t& package, bool strict, std::vector<uint64_t>& matched) {
     const package_route& route = route_of(package);
     if (route.handles == nullptr || route.matcher == nullptr) {
         return;
     }
-    route.matcher->for_each_match(*route.handles, package, !strict, outcomes,
+    const lent<qor_match_outcome_t> outcomes(spare_outcomes);
+    route.matcher->for_each_match(*route.handles, package, !strict, outcomes.list,
                                   [&](const auto& outcome) { matched.push_back(outcome.subscription_handle); });
 }
 
@@ -118,7 +130,8 @@ void extractor::cut_records(const runtime::tavi::data_matcher_proxy& matcher, co
                             const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
                             std::vector<runtime::dynamic_data_holder>& records) {
     const uint64_t payload_size = package.payload_size;
-    matcher.for_each_match(handles, package, !strict, outcomes, [&](const qor_match_outcome_t& outcome) {
+    const lent<qor_match_outcome_t> outcomes(spare_outcomes);
+    matcher.for_each_match(handles, package, !strict, outcomes.list, [&](const qor_match_outcome_t& outcome) {
         if (outcome.size != outcome.expected_size && strict) {
             throw_short_payload(payload_size, "expected", outcome.expected_size, outcome.offset);
         }
@@ -137,9 +150,6 @@ void extractor::cut_records(const runtime::tavi::data_matcher_proxy& matcher, co
 
 void extractor::make_records(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
                              std::vector<runtime::dynamic_data_holder>& records) {
-    if (format_of(package).empty()) {
-        throw std::invalid_argument(generic_package);
-    }
     // A copy of what is needed: plug-ins may call back, and another package may then take the place.
     const auto [handles, matcher, bound] = [&] {
         const package_route& route = route_of(package);
@@ -163,10 +173,8 @@ void extractor::make_records(const qor_package_t& package, qor_memory_allocator_
 }
 
 bool extractor::has_data_processor(const qor_package_t& package) {
+    check_has_format(package);
     const std::string_view format = format_of(package);
-    if (format.empty()) {
-        throw std::invalid_argument(generic_package);
-    }
     const std::lock_guard lock(mutex);
     const auto* const bound = route_of(package).processors;
     return bound != nullptr &&

@@ -2,6 +2,7 @@
 #ifndef QOR_TAVI_EXTRACTOR_TABLES_HPP
 #define QOR_TAVI_EXTRACTOR_TABLES_HPP
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -9,6 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "qorc/extensibility/package.h"
 #include "qorcpp/fnv.hpp"
 #include "runtime/tavi/data_matcher_proxy.hpp"
 #include "runtime/tavi/data_processor_proxy.hpp"
@@ -47,14 +49,17 @@ struct bound_processor {
 // once. Points into the tables; forgotten when one of them changes.
 struct package_route {
     bool is_set = false;
+    uint8_t format_size = 0;
     uint16_t source_id = 0;
     uint32_t instance = 0;
-    std::string format;
+    std::array<char, sizeof(qor_package_t::format_type)> format_text{};
     // Null when nobody registered the source; the rest is null then, too.
     const std::vector<uint64_t>* handles = nullptr;
     // Null when there is none.
     const runtime::tavi::data_matcher_proxy* matcher = nullptr;
     const std::vector<bound_processor>* processors = nullptr;
+
+    std::string_view format() const noexcept { return {format_text.data(), format_size}; }
 };
 
 struct parser_key {
