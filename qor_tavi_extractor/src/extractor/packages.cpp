@@ -77,25 +77,21 @@ runtime::dynamic_data_holder make_record(const qor_match_outcome_t& outcome, con
 const package_route& extractor::route_of(const qor_package_t& package) {
     const uint16_t source_id = source_id_of(package);
     const uint32_t instance = package.instance;
-    const std::string_view format = format_of(package);
     const auto mark = static_cast<unsigned char>(package.format_type[0]);
     package_route& route = routes[(source_id ^ instance ^ mark) % routes.size()];
-    if (route.is_set && route.source_id == source_id && route.instance == instance && route.format() == format) {
+    if (route.is_of(package)) {
         return route;
     }
     route = {};
     const uint64_t key = source_key(source_id, instance);
     if (sources.contains(key)) {
-        const auto matcher = matchers.find(format);
+        const auto matcher = matchers.find(format_of(package));
         const auto bound = processors.find(key);
         route.handles = &subscriptions_by_source[key];
         route.matcher = matcher != matchers.end() ? matcher->second.get() : nullptr;
         route.processors = bound != processors.end() ? &bound->second : nullptr;
     }
-    route.source_id = source_id;
-    route.instance = instance;
-    format.copy(route.format_text.data(), route.format_text.size());
-    route.format_size = static_cast<uint8_t>(format.size());
+    std::memcpy(route.header.data(), &package, route.header.size());
     route.is_set = true;
     return route;
 }
@@ -105,13 +101,13 @@ void extractor::forget_routes() noexcept {
 }
 
 void extractor::check_is_matchable(const qor_package_t& package) {
-    if (format_of(package).empty()) {
+    if (package.format_type[0] == '\0') {
         throw std::logic_error(generic_package);
     }
 }
 
 void extractor::check_has_format(const qor_package_t& package) {
-    if (format_of(package).empty()) {
+    if (package.format_type[0] == '\0') {
         throw std::invalid_argument(generic_package);
     }
 }

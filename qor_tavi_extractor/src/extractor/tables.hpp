@@ -3,7 +3,9 @@
 #define QOR_TAVI_EXTRACTOR_TABLES_HPP
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -48,19 +50,31 @@ struct bound_processor {
 // Where packages of one source and format go: what all tables say of them, so that a stream of packages asks the tables
 // once. Points into the tables; forgotten when one of them changes.
 struct package_route {
+    // The packages' first bytes, up to the end of the format; what stands behind the format's zero is part of it, so
+    // that packages of one format may have several routes, but never the other way round.
+    static constexpr size_t header_size = offsetof(qor_package_t, payload_size);
+    std::array<unsigned char, header_size> header{};
     bool is_set = false;
-    uint8_t format_size = 0;
-    uint16_t source_id = 0;
-    uint32_t instance = 0;
-    std::array<char, sizeof(qor_package_t::format_type)> format_text{};
     // Null when nobody registered the source; the rest is null then, too.
     const std::vector<uint64_t>* handles = nullptr;
     // Null when there is none.
     const runtime::tavi::data_matcher_proxy* matcher = nullptr;
     const std::vector<bound_processor>* processors = nullptr;
 
-    std::string_view format() const noexcept { return {format_text.data(), format_size}; }
+    bool is_of(const qor_package_t& package) const noexcept {
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(&package);
+        uint64_t difference = is_set ? 0 : 1;
+        for (const size_t at : {0, 8, 16, 24, 32, 40, 47}) { // the last two overlap
+            uint64_t ours;
+            uint64_t theirs;
+            std::memcpy(&ours, header.data() + at, sizeof(ours));
+            std::memcpy(&theirs, bytes + at, sizeof(theirs));
+            difference |= ours ^ theirs;
+        }
+        return difference == 0;
+    }
 };
+static_assert(package_route::header_size == 55);
 
 struct parser_key {
     // 0 for any source.

@@ -24,11 +24,20 @@
 
 namespace qor {
 
+namespace detail {
+
+// Apart, so that the test itself is two instructions.
+[[noreturn]] inline void throw_uninitialized(const char* name) {
+    throw std::invalid_argument(std::string("argument '") + name + "' was not initialized");
+}
+
+} // namespace detail
+
 // Throws: std::invalid_argument "argument 'NAME' was not initialized" for a null pointer.
 template<typename Pointer>
-void check_argument(const Pointer& argument, const char* name) {
+inline void check_argument(const Pointer& argument, const char* name) {
     if (argument == nullptr) {
-        throw std::invalid_argument(std::string("argument '") + name + "' was not initialized");
+        detail::throw_uninitialized(name);
     }
 }
 
