@@ -194,6 +194,7 @@ bool candump_reader::parse(candump_frame& frame) {
     std::string_view new_channel;
     if (std::size_t length = 0; time_end_ != 0 && parse_known_beginning(frame, length)) {
         line.at += length;
+        line.skip_blanks();
     } else if (!parse_candump_beginning(line, frame.time, new_channel)) {
         return false;
     }

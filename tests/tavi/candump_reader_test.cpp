@@ -128,6 +128,7 @@ TEST(candump_reader, reads_a_line_alike_whatever_came_before) {
                                             "(1.5) c 001#AA",
                                             " (1.5) can0 001#AA",
                                             "(1.5) can0\t001#AA",
+                                            "(1.5) can0 \t001#AA",
                                             "(1.5) canbus0 001#AA",
                                             "(1.5) canbus 001#AA",
                                             "(1.5) can0 001",
