@@ -3,48 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
 #include "host/package_builder.hpp"
 #include "host/record_plan.hpp"
 #include "host/schema_reader.hpp"
-
-namespace {
-
-// Counts what the program asks of the heap; the libraries' own calls come through here too.
-std::atomic<std::size_t> allocations{0};
-
-} // namespace
-
-// The address sanitizer has an operator new of its own.
-#if defined(__SANITIZE_ADDRESS__)
-#define TAVI_TEST_COUNTS_ALLOCATIONS 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TAVI_TEST_COUNTS_ALLOCATIONS 0
-#endif
-#endif
-#ifndef TAVI_TEST_COUNTS_ALLOCATIONS
-#define TAVI_TEST_COUNTS_ALLOCATIONS 1
-#endif
-
-#if TAVI_TEST_COUNTS_ALLOCATIONS
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-#endif
 
 namespace tavi::test {
 namespace {
@@ -185,34 +146,6 @@ TEST(HostExtractor, MovesAndHandsMessagesToTheLogFunction) {
     EXPECT_EQ(first.roots("can0").size(), 1u);
     first.unregister_sources();
     EXPECT_TRUE(first.roots(0x10, 0).empty());
-}
-
-TEST(HostExtractor, AsksTheHeapForNothingInSteadyState) {
-#if !TAVI_TEST_COUNTS_ALLOCATIONS
-    GTEST_SKIP() << "the sanitizer has an operator new of its own";
-#endif
-    extractor extractor;
-    extractor.register_source(0x10, 0, "can0", {description});
-    const std::uint64_t handle = extractor.subscribe("can0.CAN.EngineData");
-    const host::record_plan plan(*host::read_schema(extractor.subscription_schema(handle)));
-    std::vector<host::reading> readings(plan.rows().size());
-    host::can_package package;
-    package.set_source(0x10, 0);
-    host::record_list records;
-    std::size_t values = 0;
-    const auto run = [&](int packages) {
-        for (int i = 0; i < packages; ++i) {
-            extractor.process(package.build(i % 2 == 0 ? 192 : 500, 0, oil_frame), lenient, records);
-            for (const qor_dynamic_data_t& record : records) {
-                values += plan.read(host::bytes_of(record), readings).size();
-            }
-        }
-    };
-    run(10);
-    const std::size_t before = allocations;
-    run(1000);
-    EXPECT_EQ(allocations - before, 0u);
-    EXPECT_EQ(values, 505u * plan.rows().size());
 }
 
 } // namespace
