@@ -18,26 +18,29 @@ using qor::introspection::xtypes::type_kind;
 
 constexpr const char* view_name = "CAN";
 
-template<typename Label>
-std::string settled_name(std::string_view name, unique_names& taken, size_t offset, const Label& label,
-                         const warning_sink& warn) {
-    const std::string sound = node_name_of(name);
-    std::string unique = taken.take(sound);
-    // A digit in front is common and the leading '_' documented; anything else is worth a word.
-    const bool only_digit = sound.size() == name.size() + 1 && std::string_view(sound).substr(1) == name;
-    if (unique != sound || (sound != name && !only_digit)) {
-        warn(offset, label() + " is called " + quoted_name(unique) + " in the catalogue");
+// Names messages, or the signals of one, and tells of those whose names changed.
+template<typename Named, typename Label>
+void settle_names(std::vector<Named>& siblings, const Label& label, const warning_sink& warn) {
+    std::vector<std::string_view> names;
+    names.reserve(siblings.size());
+    for (const Named& named : siblings) {
+        names.push_back(named.long_name.empty() ? named.name : named.long_name);
     }
-    return unique;
+    auto node_names = unique_node_names(names);
+    for (size_t index = 0; index < siblings.size(); ++index) {
+        std::string& name = siblings[index].node_name = std::move(node_names[index]);
+        // A digit in front is common and the leading '_' documented; anything else is worth a word.
+        const bool only_digit = name.size() == names[index].size() + 1 && name.ends_with(names[index]);
+        if (name != names[index] && !only_digit) {
+            warn(siblings[index].offset,
+                 label(siblings[index]) + " is called " + quoted_name(name) + " in the catalogue");
+        }
+    }
 }
 
-void settle_message(dbc_message& message, const warning_sink& warn) {
-    unique_names names;
+void settle_layout(dbc_message& message, const warning_sink& warn) {
     const uint32_t declared_size = message.size;
-    for (dbc_signal& signal : message.signals) {
-        const auto label = [&] { return label_of(message, signal.name); };
-        const auto name = signal.long_name.empty() ? signal.name : signal.long_name;
-        signal.node_name = settled_name(name, names, signal.offset, label, warn);
+    for (const dbc_signal& signal : message.signals) {
         if (signal.bits.end() > declared_size && declared_size != 0) {
             warn(signal.offset, label_of(message, signal.name) + " ends behind the message's " +
                                     std::to_string(declared_size) + " bytes");
@@ -206,12 +209,12 @@ private:
 } // namespace
 
 void settle_names_and_layout(dbc_file& file, const warning_sink& warn) {
-    unique_names names;
+    settle_names(
+        file.messages, [](const dbc_message& message) { return label_of(message); }, warn);
     for (dbc_message& message : file.messages) {
-        const auto label = [&] { return label_of(message); };
-        const auto name = message.long_name.empty() ? message.name : message.long_name;
-        message.node_name = settled_name(name, names, message.offset, label, warn);
-        settle_message(message, warn);
+        const auto label = [&](const dbc_signal& signal) { return label_of(message, signal.name); };
+        settle_names(message.signals, label, warn);
+        settle_layout(message, warn);
     }
 }
 

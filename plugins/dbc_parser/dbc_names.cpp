@@ -1,6 +1,9 @@
 #include "plugins/dbc_parser/dbc_names.hpp"
 
 #include <algorithm>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
 
 #include "plugins/dbc_parser/text_encoding.hpp"
 
@@ -54,16 +57,27 @@ std::string quoted_name(std::string_view name) {
     return "'" + text + "'";
 }
 
-std::string unique_names::take(const std::string& name) {
-    const auto [place, is_new] = taken_.try_emplace(name, 1);
-    if (is_new) {
-        return name;
+std::vector<std::string> unique_node_names(const std::vector<std::string_view>& names) {
+    std::vector<std::string> result(names.size());
+    std::unordered_map<std::string, uint64_t> next_numbers; // of every name that is taken
+    for (const bool as_it_is : {true, false}) {
+        for (size_t index = 0; index < names.size(); ++index) {
+            if (is_node_name(names[index]) == as_it_is) {
+                std::string name = node_name_of(names[index]);
+                result[index] = next_numbers.try_emplace(name, 1).second ? std::move(name) : "";
+            }
+        }
     }
-    uint64_t& number = place->second; // stays valid while others enter
-    std::string result;
-    do {
-        result = name + "_" + std::to_string(number++);
-    } while (!taken_.try_emplace(result, 1).second);
+    for (size_t index = 0; index < names.size(); ++index) {
+        if (!result[index].empty()) {
+            continue;
+        }
+        const std::string name = node_name_of(names[index]);
+        uint64_t& number = next_numbers.at(name); // stays valid while others enter
+        do {
+            result[index] = name + "_" + std::to_string(number++);
+        } while (!next_numbers.try_emplace(result[index], 1).second);
+    }
     return result;
 }
 

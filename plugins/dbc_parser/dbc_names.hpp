@@ -2,10 +2,9 @@
 #ifndef PLUGINS_DBC_PARSER_DBC_NAMES_HPP
 #define PLUGINS_DBC_PARSER_DBC_NAMES_HPP
 
-#include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace dbc_parser {
 
@@ -19,16 +18,9 @@ bool is_node_name(std::string_view name) noexcept;
 // For messages: in quotes, as UTF-8, cut when it is long.
 std::string quoted_name(std::string_view name);
 
-// Makes names different from one another: "x", "x_1", "x_2".
-class unique_names {
-public:
-    // `name`, or with a number behind it when it was taken before.
-    std::string take(const std::string& name);
-
-private:
-    // To the number that is tried next.
-    std::unordered_map<std::string, uint64_t> taken_;
-};
+// Names in the catalogue for siblings, in their order, all different. Names that can stand as they are keep themselves,
+// of two equal ones the first; then changed ones; the others get the first of "x_1", "x_2" that none of them has.
+std::vector<std::string> unique_node_names(const std::vector<std::string_view>& names);
 
 } // namespace dbc_parser
 
