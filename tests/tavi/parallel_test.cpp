@@ -1,11 +1,15 @@
 // Several threads give what one gives, and readers that filter what those give that do not: rows, messages, account,
 // exit code.
+#include <fstream>
+#include <future>
 #include <random>
 #include <regex>
 
 #include <gtest/gtest.h>
 
+#include "qorcpp/platform/stream.hpp"
 #include "tests/tavi/command.hpp"
+#include "tools/tavi/chunk_queue.hpp"
 #include "tools/tavi/decode_command.hpp"
 
 namespace tavi::test {
@@ -120,6 +124,24 @@ TEST_F(parallel, writes_rows_of_one_chunk_that_are_too_many_to_keep) {
     const outcome one = run(1);
     EXPECT_GT(one.rows.size(), std::size_t{9} << 20);
     EXPECT_TRUE(one == run(2));
+}
+
+// A pipe that brings nothing for a while must not keep back what went wrong.
+TEST_F(parallel, ends_a_wait_for_more_when_the_run_has_failed) {
+    shell("mkfifo in");
+    const std::fstream writer(path() / "in"); // opened for both, which waits for nobody
+    qor::platform::input_stream input((path() / "in").string());
+    std::promise<void> waits;
+    const auto source = [&](char* buffer, std::size_t room) {
+        waits.set_value();
+        return input.read(buffer, room);
+    };
+    tool::chunk_cutter cutter(source, true, 64, [&] { input.end(); });
+    tool::chunk_queue queue(2, cutter, [](const tool::log_chunk&) {});
+    auto taken = std::async(std::launch::async, [&] { return queue.take(); });
+    waits.get_future().wait();
+    queue.stop(std::make_exception_ptr(tool::abandoned()));
+    EXPECT_EQ(taken.get(), nullptr);
 }
 
 } // namespace

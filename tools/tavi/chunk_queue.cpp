@@ -78,6 +78,8 @@ void chunk_queue::stop(std::exception_ptr failure) noexcept {
     if (!stopped_) {
         stopped_ = true;
         failure_ = std::move(failure);
+        // One may wait for more of the log, which can be long in coming.
+        cutter_.end();
     }
     changed_.notify_all();
 }

@@ -248,7 +248,7 @@ void decode_run::read_frames(catalogue& known, selection& wanted, row_writer& ro
 void decode_run::read_frames_in_parallel(catalogue& known, selection& wanted, block_output& output) {
     output.flush();
     chunk_cutter cutter([&](char* buffer, std::size_t room) { return read_head_or_log(buffer, room); }, !input_->size(),
-                        options_.chunk_size);
+                        options_.chunk_size, [&] { input_->end(); });
     parallel_decoder decoder(options_, known, wanted, output, messages_, totals_,
                              [&](std::uint64_t bytes) { progress_.advance(bytes, totals_.values); });
     decoder.run(cutter);

@@ -30,8 +30,15 @@ void kept_messages::move_to(log_chunk& chunk) {
     kept_count_ = {};
 }
 
-chunk_cutter::chunk_cutter(host::byte_source source, bool live, std::size_t size)
-    : source_(std::move(source)), live_(live), size_(std::clamp<std::size_t>(size, 1, longest_line)) {}
+chunk_cutter::chunk_cutter(host::byte_source source, bool live, std::size_t size, std::function<void()> end)
+    : source_(std::move(source)), live_(live), size_(std::clamp<std::size_t>(size, 1, longest_line)),
+      end_(std::move(end)) {}
+
+void chunk_cutter::end() const {
+    if (end_) {
+        end_();
+    }
+}
 
 bool chunk_cutter::fill(log_chunk& chunk) {
     chunk.text.resize(std::max({chunk.text.size(), size_, rest_.size()}));

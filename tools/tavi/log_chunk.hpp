@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -84,10 +85,14 @@ class chunk_cutter {
 public:
     // live  the source gives what is there and waits only while nothing is: whole lines are handed on at once
     // size  bytes that a chunk should have; longer lines make it longer
-    chunk_cutter(host::byte_source source, bool live, std::size_t size);
+    // end   makes a source that waits end; empty when it never waits
+    chunk_cutter(host::byte_source source, bool live, std::size_t size, std::function<void()> end = {});
 
     // The next chunk; false at the end of the log. What the source throws becomes the chunk's failure.
     bool fill(log_chunk& chunk);
+
+    // Nothing more is wanted, of the source neither. Thread: any.
+    void end() const;
 
 private:
     bool read_more(log_chunk& chunk, std::size_t wanted);
@@ -97,6 +102,7 @@ private:
     host::byte_source source_;
     bool live_;
     std::size_t size_;
+    std::function<void()> end_;
     // The beginning of the line behind the last chunk.
     std::vector<char> rest_;
     bool ended_ = false;

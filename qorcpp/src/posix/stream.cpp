@@ -26,6 +26,16 @@ void note_interrupt(int) {
     errno = saved;
 }
 
+std::array<int, 2> make_pipe() noexcept {
+    std::array<int, 2> ends{-1, -1};
+    if (::pipe(ends.data()) == 0) {
+        for (const int end : ends) {
+            ::fcntl(end, F_SETFD, FD_CLOEXEC);
+        }
+    }
+    return ends;
+}
+
 [[noreturn]] void fail(const std::string& what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
@@ -36,6 +46,8 @@ input_stream::input_stream() noexcept : descriptor_(STDIN_FILENO) {
     struct stat status {};
     if (::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) {
         size_ = static_cast<std::uint64_t>(status.st_size);
+    } else {
+        end_pipe_ = make_pipe();
     }
 }
 
@@ -52,21 +64,33 @@ input_stream::input_stream(const std::string& path) : descriptor_(::open(path.c_
         }
         if (S_ISREG(status.st_mode)) {
             size_ = static_cast<std::uint64_t>(status.st_size);
+            return;
         }
     }
+    end_pipe_ = make_pipe();
 }
 
 input_stream::~input_stream() {
     if (descriptor_ > STDERR_FILENO) {
         ::close(descriptor_);
     }
+    for (const int end : end_pipe_) {
+        if (end >= 0) {
+            ::close(end);
+        }
+    }
+}
+
+void input_stream::end() noexcept {
+    const char byte = 0;
+    [[maybe_unused]] const auto written = ::write(end_pipe_[1], &byte, 1);
 }
 
 bool input_stream::wait() {
-    std::array<pollfd, 2> watched{{{descriptor_, POLLIN, 0}, {wake_pipe[0], POLLIN, 0}}};
+    std::array<pollfd, 3> watched{{{descriptor_, POLLIN, 0}, {wake_pipe[0], POLLIN, 0}, {end_pipe_[0], POLLIN, 0}}};
     while (!interrupted()) {
-        if (::poll(watched.data(), watched.size(), -1) > 0 && watched[0].revents != 0) {
-            return !interrupted();
+        if (::poll(watched.data(), watched.size(), -1) > 0 && (watched[0].revents | watched[2].revents) != 0) {
+            return !interrupted() && watched[2].revents == 0;
         }
     }
     return false;
@@ -130,11 +154,8 @@ void output_stream::close() {
 }
 
 void watch_interrupts() {
-    if (wake_pipe[0] < 0 && ::pipe(wake_pipe.data()) != 0) {
+    if (wake_pipe[0] < 0 && (wake_pipe = make_pipe())[0] < 0) {
         fail("cannot make a pipe");
-    }
-    for (const int end : wake_pipe) {
-        ::fcntl(end, F_SETFD, FD_CLOEXEC);
     }
     struct sigaction action {};
     action.sa_handler = note_interrupt;

@@ -3,6 +3,7 @@
 #ifndef QORCPP_PLATFORM_STREAM_HPP
 #define QORCPP_PLATFORM_STREAM_HPP
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -34,13 +35,19 @@ public:
     std::optional<std::uint64_t> size() const noexcept { return size_; }
 
     // Up to `room` bytes (`room` > 0): what is there at once, waiting only while nothing is. 0 at the end, and from an
-    // interrupt on. Throws: std::system_error.
+    // interrupt or `end` on. Throws: std::system_error.
     std::size_t read(char* buffer, std::size_t room);
+
+    // Ends a pipe or terminal for the reader, also for one that waits; nothing for regular files, where none waits.
+    // Thread: any.
+    void end() noexcept;
 
 private:
     bool wait();
 
     int descriptor_;
+    // A byte in it wakes the one who waits; none for regular files.
+    std::array<int, 2> end_pipe_{-1, -1};
     std::optional<std::uint64_t> size_;
 };
 
