@@ -25,6 +25,17 @@ TEST(receiver, gives_values_with_the_time_of_the_sentence) {
                             "1773567005.00,gps.GPS.SatelliteInView[5].Elevation,55,deg"));
 }
 
+TEST(receiver, gives_the_satellites_that_are_in_view) {
+    const workplace here;
+    here.write("x.nmea", "$GPGSV,1,1,02,05,01,047,,10,29,224,31\n$GPGSV,1,1,00\n$GPGSV,1,1,01,07,00,000,\n");
+    const ended run = here.tavi("decode x.nmea -s 'GPS.*.Number' -s 'GPS.Fix.SatellitesInView'");
+    EXPECT_THAT(rows_of(run.out),
+                ElementsAre(",gps.GPS.Fix.SatellitesInView,2,", ",gps.GPS.SatelliteInView[0].Number,5,",
+                            ",gps.GPS.SatelliteInView[1].Number,10,", ",gps.GPS.Fix.SatellitesInView,0,",
+                            ",gps.GPS.Fix.SatellitesInView,1,", ",gps.GPS.SatelliteInView[0].Number,7,"));
+    EXPECT_EQ(rows_of(here.tavi("decode x.nmea -s 'GPS.SatelliteInView[last()]'").out).size(), 0u);
+}
+
 TEST(receiver, tells_of_damage_and_wrong_use) {
     const workplace here;
     here.write("x.nmea", "$GPGSV,1,1,00*79\nnoise\n$GPGSV,1,1,00*78\n");

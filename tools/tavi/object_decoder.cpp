@@ -5,9 +5,25 @@
 
 namespace tavi::tool {
 
+namespace {
+
+// The record of an array without the elements at its end whose bytes are all zero.
+std::span<const std::uint8_t> without_zero_elements(std::span<const std::uint8_t> record,
+                                                    const qor_type_node_t& object) noexcept {
+    const std::size_t size = object.object.element_size;
+    if (object.object.element_count < 2 || size == 0) {
+        return record;
+    }
+    const auto last = std::find_if(record.rbegin(), record.rend(), [](std::uint8_t byte) { return byte != 0; });
+    const auto used = static_cast<std::size_t>(record.rend() - last);
+    return record.first(std::min(record.size(), (used + size - 1) / size * size));
+}
+
+} // namespace
+
 object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, std::string source_name,
-                               catalogue& catalogue, selection& selection, row_writer& rows)
-    : catalogue_(catalogue), writer_(rows) {
+                               catalogue& catalogue, selection& selection, row_writer& rows, zero_elements zeros)
+    : catalogue_(catalogue), writer_(rows), zeros_(zeros) {
     const std::string source = std::to_string(source_id) + '#' + std::to_string(instance) + '.';
     // A path that two descriptions have is that of the first.
     std::unordered_set<std::string_view> paths;
@@ -41,9 +57,12 @@ std::uint64_t object_decoder::decode(const qor_package_t& package, std::string_v
             continue;
         }
         ++found_count_;
-        const auto bytes = host::bytes_of(record);
+        auto bytes = host::bytes_of(record);
+        if (zeros_ == zero_elements::left_out) {
+            bytes = without_zero_elements(bytes, *served->subscribed->node);
+        }
         written += write_record(writer_, *served->plan, served->rows, bytes, readings_);
-        if (const std::size_t lost = lost_values(*served->plan, bytes); lost != 0 && report) {
+        if (const std::size_t lost = report ? lost_values(*served->plan, bytes) : 0; lost != 0) {
             report(*served->subscribed, bytes.size(), served->plan->plan.record_size(), lost);
         }
     }

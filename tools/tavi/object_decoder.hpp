@@ -18,6 +18,10 @@
 
 namespace tavi::tool {
 
+// What becomes of the last elements of an object that is an array, where all their bytes are zero: they are values like
+// others, or say that so many are not there.
+enum class zero_elements { written, left_out };
+
 // Thread: one at a time.
 class object_decoder {
 public:
@@ -29,7 +33,7 @@ public:
     // source_id, instance, source_name  a registered source, with the name that rows have
     // All of them must outlive the decoder. Throws: host::error, std::exception for a layout that has no reading.
     object_decoder(std::uint16_t source_id, std::uint32_t instance, std::string source_name, catalogue& catalogue,
-                   selection& selection, row_writer& rows);
+                   selection& selection, row_writer& rows, zero_elements zeros = zero_elements::written);
 
     // Writes the rows of a package of the source and returns their number; `time` as the rows have it, empty for none.
     // Throws: host::error when a plug-in fails, and what `report` throws.
@@ -51,6 +55,7 @@ private:
 
     catalogue& catalogue_;
     row_writer& writer_;
+    zero_elements zeros_;
     // Ascending by handle.
     std::vector<object> objects_;
     std::size_t found_count_ = 0;
