@@ -67,7 +67,15 @@ input_stream::~input_stream() {
 
 // An interrupt ends a read from a console at once, and one from a pipe with the next bytes.
 bool input_stream::wait() {
-    return !interrupted();
+    return !interrupted() && std::atomic_ref(end_pipe_[0]).load() < 0;
+}
+
+// There is no pipe here: its place says that the end was told, and the read that waits is called off.
+void input_stream::end() noexcept {
+    if (!size_) {
+        std::atomic_ref(end_pipe_[0]).store(0);
+        CancelIoEx(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor_)), nullptr);
+    }
 }
 
 std::size_t input_stream::read(char* buffer, std::size_t room) {
@@ -76,7 +84,7 @@ std::size_t input_stream::read(char* buffer, std::size_t room) {
     }
     const auto most = static_cast<unsigned>(std::min<std::size_t>(room, INT_MAX));
     const int count = _read(descriptor_, buffer, most);
-    if (interrupted()) {
+    if (!wait()) {
         return 0;
     }
     if (count < 0) {
