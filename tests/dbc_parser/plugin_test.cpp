@@ -1,16 +1,18 @@
 // The plug-in as the extractor drives it: its tables, its warnings in the host's log, its progress and its refusals.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "qorc/extensibility/data_description_parser.h"
 #include "qorc/extensibility/log.h"
-#include "qorcpp/call_frame.hpp"
-#include "qorcpp/platform/module.hpp"
-#include "qorcpp/platform/shared_library.hpp"
+#include "tests/support/loaded_plugin.hpp"
+#include "tests/support/outcome.hpp"
 
 namespace {
 
-using qor::rethrow_details;
-using strings = std::vector<std::string>;
+using tavi::test::call;
+using tavi::test::failed;
+using tavi::test::succeeded;
 
 // A host whose log keeps warnings.
 struct host {
@@ -29,41 +31,14 @@ struct host {
         return 0;
     }
 
-    strings warnings;
+    std::vector<std::string> warnings;
     qor_log_t table{log, this};
     qor_service_locator_t locator{resolve, can_resolve, this};
 };
 
 class DbcPlugin : public testing::Test {
 protected:
-    void SetUp() override {
-        qor_error_details_t* details = nullptr;
-        symbol<qor_plugin_create_t>("create")(&parser, &listener.locator, &details);
-        rethrow_details(details);
-        qor_service_locator_t* locator = nullptr;
-        symbol<qor_plugin_get_service_locator_t>("get_service_locator")(parser, &locator, &details);
-        support = table<qor_data_description_parser_support_t>(locator, "qor_data_description_parser_support_t");
-        formats = table<qor_data_description_parser_format_support_t>(locator,
-                                                                      "qor_data_description_parser_format_support_t");
-    }
-    void TearDown() override { symbol<qor_plugin_destroy_t>("destroy")(parser); }
-
-    template<typename Function>
-    Function symbol(const std::string& name) {
-        return reinterpret_cast<Function>(library.get_symbol(("qor_data_description_parser_" + name).c_str()));
-    }
-
-    template<typename Table>
-    static Table table(qor_service_locator_t* locator, const char* name) {
-        void* found = nullptr;
-        qor_error_details_t* details = nullptr;
-        locator->resolve(locator->context, name, &found, &details);
-        rethrow_details(details);
-        return *static_cast<Table*>(found);
-    }
-
-    // Empty, or the text of the failure.
-    std::string parse(const std::string& text, const char* name, qor_parse_progress_t progress = nullptr) {
+    tavi::test::outcome parse(const std::string& text, const char* name, qor_parse_progress_t progress = nullptr) {
         qor_signal_storage_context_t storage{};
         storage.add_nodes = [](void* context, const qor_type_node_t*, uint64_t count, uint64_t* ids,
                                qor_error_details_t**) -> uint32_t {
@@ -74,46 +49,37 @@ protected:
         };
         nodes = 0;
         storage.context = &nodes;
-        qor_error_details_t* details = nullptr;
-        support.parse_buffer(parser, &storage, 0, text.data(), text.size(), name, progress, &fractions, &details);
-        try {
-            rethrow_details(details);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "";
+        return call(plugin.table<qor_data_description_parser_support_t>().parse_buffer, plugin.handle(), &storage,
+                    uint8_t{0}, text.data(), text.size(), name, progress, &fractions);
     }
 
-    qor::platform::shared_library library{std::string(TAVI_LIBRARY_DIR) + "/" +
-                                          qor::platform::shared_library_file_name("qor_dbc_parser")};
     host listener;
-    void* parser = nullptr;
+    tavi::test::loaded_plugin plugin{"qor_dbc_parser", "qor_data_description_parser", &listener.locator};
     uint64_t nodes = 0;
     std::vector<float> fractions;
-    qor_data_description_parser_support_t support{};
-    qor_data_description_parser_format_support_t formats{};
 };
 
 const std::string small = "BO_ 1 M: 1 X\n SG_ s : 0|8@1+ (1,0) [0|0] \"\" X\n SG_ t : 0|0@1+ (1,0) [0|0] \"\" X\n";
 
 TEST_F(DbcPlugin, ServesDescriptionsOfBuses) {
-    EXPECT_EQ(formats.get_supported_file_format_count(parser), 1u);
+    const auto& formats = plugin.table<qor_data_description_parser_format_support_t>();
+    EXPECT_EQ(formats.get_supported_file_format_count(plugin.handle()), 1u);
     qor_data_description_file_format_t format{};
-    formats.get_supported_file_format(parser, 0, &format, nullptr);
+    EXPECT_EQ(call(formats.get_supported_file_format, plugin.handle(), size_t{0}, &format), succeeded);
     EXPECT_STREQ(format.description_type, "dbc");
     EXPECT_EQ(format.source_id_filter, 0);
-    EXPECT_EQ(formats.get_context_type(parser), QOR_CONTEXT_TYPE_BUS);
+    EXPECT_EQ(formats.get_context_type(plugin.handle()), QOR_CONTEXT_TYPE_BUS);
 }
 
 TEST_F(DbcPlugin, TellsWarningsAndRefusalsByNameLineAndColumn) {
-    EXPECT_EQ(parse(small, "car.dbc"), "");
+    EXPECT_EQ(parse(small, "car.dbc"), succeeded);
     EXPECT_EQ(nodes, 3u);
-    EXPECT_EQ(parse(small, nullptr), "");
+    EXPECT_EQ(parse(small, nullptr), succeeded);
     const std::string cause =
         ":3:12: warning: SG_ is left out: message 'M' signal 't': a signal has 1 to 64 bits, not 0";
-    EXPECT_EQ(listener.warnings, (strings{"car.dbc" + cause, "description" + cause}));
+    EXPECT_EQ(listener.warnings, (std::vector<std::string>{"car.dbc" + cause, "description" + cause}));
     EXPECT_EQ(parse("\nhello", "car.dbc"),
-              "car.dbc:2:1: expected a section of a DBC such as VERSION, BU_ or BO_, found 'hello'");
+              failed("car.dbc:2:1: expected a section of a DBC such as VERSION, BU_ or BO_, found 'hello'"));
     EXPECT_EQ(nodes, 0u);
 }
 
@@ -126,11 +92,12 @@ TEST_F(DbcPlugin, TellsItsProgressAndStopsWhenAsked) {
     while (large.size() < 2'000'000) {
         large += "CM_ \"a comment on everything\";\n";
     }
-    EXPECT_EQ(parse(large, "car.dbc", go_on), "");
+    EXPECT_EQ(parse(large, "car.dbc", go_on), succeeded);
     EXPECT_GE(fractions.size(), 5u);
     EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));
     EXPECT_EQ(fractions.back(), 1.0f);
-    EXPECT_EQ(parse(large, "car.dbc", [](float fraction, void*) { return fraction < 0.5f; }), "parsing was stopped");
+    const auto stop = [](float fraction, void*) { return fraction < 0.5f; };
+    EXPECT_EQ(parse(large, "car.dbc", stop), failed("parsing was stopped"));
     EXPECT_EQ(nodes, 0u);
 }
 

@@ -1,8 +1,7 @@
-// Reads a DBC into a list of nodes instead of a storage, with everything that was told on the way.
+// Reads a DBC into texts that people can read instead of a storage, with everything that was told on the way.
 #ifndef TESTS_DBC_PARSER_RECORDED_DESCRIPTION_HPP
 #define TESTS_DBC_PARSER_RECORDED_DESCRIPTION_HPP
 
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,25 +9,23 @@
 #include "qorc/type_node.h"
 
 struct recorded_node {
-    qor_type_node_t record{};
-    std::string path;
-    std::string comment;
-    std::string unit;
-    std::string value_table;
+    qor_type_node_t record{}; // its texts are gone
+    std::string path;         // "CAN.M.s"
     std::string presence;
 };
 
 struct recorded_description {
     std::vector<recorded_node> nodes;
-    // "PATH KEY" to text.
-    std::map<std::string, std::string> texts;
-    // "LINE:COLUMN CAUSE".
-    std::vector<std::string> warnings;
-    // Empty, or the refusal in the same form.
-    std::string refusal;
-
-    // The node of a path below the view; a node of kind 0 when there is none.
-    const recorded_node& at(const std::string& path) const;
+    // A line for each node and text, in the order in which they were written, what is not there left out:
+    //
+    //      CAN.M @ADDRESS 8 bytes, group "COMMENT"
+    //      CAN.M.s OFFSET+BIT_OFFSET|BITS@BYTE_ORDER 2 bytes int16 = float64(0.5*x-3) [-1|1] 'UNIT'
+    //      CAN.M KEY: TEXT
+    //
+    // Behind a signal also "selector", "if PRESENCE", "{VALUE TABLE}" and its comment.
+    std::string written;
+    // A line for each warning, then the refusal: "LINE:COLUMN CAUSE".
+    std::string told;
 };
 
 recorded_description read_dbc(std::string_view text);
