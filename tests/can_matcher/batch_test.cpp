@@ -1,6 +1,7 @@
 // One call for all subscriptions gives what the single calls give.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "tests/can_matcher/matcher_fixture.hpp"
@@ -46,22 +47,6 @@ private:
     std::mt19937 random_;
 };
 
-std::vector<qor_match_outcome_t> single_calls(matcher& matcher, const std::vector<std::uint64_t>& handles,
-                                              const test_package& package, bool lenient) {
-    std::vector<qor_match_outcome_t> outcomes;
-    for (const std::uint64_t handle : handles) {
-        if (const auto result = matcher.match(handle, package, lenient)) {
-            outcomes.push_back({handle, result->offset, result->size, result->expected_size});
-        }
-    }
-    return outcomes;
-}
-
-bool equal(const qor_match_outcome_t& left, const qor_match_outcome_t& right) {
-    return left.subscription_handle == right.subscription_handle && left.offset == right.offset &&
-           left.size == right.size && left.expected_size == right.expected_size;
-}
-
 TEST(CanMatcherBatch, EqualsTheSingleCalls) {
     std::size_t matched = 0;
     for (unsigned seed = 0; seed < 60; ++seed) {
@@ -85,13 +70,9 @@ TEST(CanMatcherBatch, EqualsTheSingleCalls) {
                                                 : matcher.register_type(handle, traffic.subscription()),
                           succeeded);
             }
-            const test_package package = traffic.package();
-            const bool lenient = traffic.below(2) == 0;
-            const auto expected = single_calls(matcher, handles, package, lenient);
-            const auto outcomes = matcher.match_batch(handles, package, lenient);
-            ASSERT_TRUE(std::equal(outcomes.begin(), outcomes.end(), expected.begin(), expected.end(), equal))
-                << "seed " << seed << ", package " << i << ": " << outcomes.size() << " instead of " << expected.size();
-            matched += outcomes.size();
+            const std::string matches = matcher.match(handles, traffic.package(), traffic.below(2) == 0);
+            matched += static_cast<std::size_t>(std::count(matches.begin(), matches.end(), ':'));
+            ASSERT_FALSE(testing::Test::HasFailure()) << "seed " << seed << ", package " << i;
         }
     }
     EXPECT_GT(matched, 10'000u) << "too few frames met a subscription";
@@ -104,11 +85,11 @@ TEST(CanMatcherBatch, ChecksItsArguments) {
     qor_match_outcome_t outcome{};
     std::size_t count = 5;
     const auto batch = matcher.batch.match_batch;
-    EXPECT_EQ(call(batch, matcher.handle, package.get(), nullptr, 0u, false, nullptr, &count), succeeded);
+    EXPECT_EQ(call(batch, matcher.plugin.handle(), package.get(), nullptr, 0u, false, nullptr, &count), succeeded);
     EXPECT_EQ(count, 0u);
-    EXPECT_EQ(call(batch, matcher.handle, nullptr, &handle, 1u, false, &outcome, &count),
+    EXPECT_EQ(call(batch, matcher.plugin.handle(), nullptr, &handle, 1u, false, &outcome, &count),
               invalid("argument 'package' was not initialized"));
-    EXPECT_EQ(call(batch, matcher.handle, package.get(), nullptr, 1u, false, &outcome, &count),
+    EXPECT_EQ(call(batch, matcher.plugin.handle(), package.get(), nullptr, 1u, false, &outcome, &count),
               invalid("argument 'handles' was not initialized"));
 }
 

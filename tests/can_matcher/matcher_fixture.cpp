@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <stdexcept>
-
-#include "qorcpp/platform/module.hpp"
 
 namespace tavi::test {
 
@@ -18,20 +15,12 @@ std::vector<std::uint8_t> frame_payload(std::uint32_t id, const std::vector<std:
     return payload;
 }
 
-template<typename Table>
-void resolve(qor_service_locator_t* locator, const char* name, Table& table) {
-    const Table* found = nullptr;
-    if (locator->resolve(locator->context, name, &found, nullptr) != QOR_STATUS_OK) {
-        throw std::runtime_error(std::string("no table ") + name);
-    }
-    table = *found;
+std::string text_of(const qor_match_outcome_t& match) {
+    return std::to_string(match.subscription_handle) + ": " + std::to_string(match.size) + " of " +
+           std::to_string(match.expected_size) + " at " + std::to_string(match.offset);
 }
 
 } // namespace
-
-std::ostream& operator<<(std::ostream& stream, const match_result& result) {
-    return stream << result.size << " of " << result.expected_size << " bytes at " << result.offset;
-}
 
 test_package::test_package(const std::vector<std::uint8_t>& payload, const std::string& format)
     : bytes_(sizeof(qor_package_t)) {
@@ -47,30 +36,11 @@ test_package::test_package(const std::vector<std::uint8_t>& payload, const std::
 test_package::test_package(std::uint32_t id, const std::vector<std::uint8_t>& data, const std::string& format)
     : test_package(frame_payload(id, data), format) {}
 
-matcher::matcher()
-    : library_(std::string(TAVI_LIBRARY_DIR "/") + qor::platform::shared_library_file_name("qor_can_matcher")) {
-    const auto create = reinterpret_cast<qor_plugin_create_t>(library_.get_symbol("qor_data_matcher_create"));
-    const auto get_locator =
-        reinterpret_cast<qor_plugin_get_service_locator_t>(library_.get_symbol("qor_data_matcher_get_service_locator"));
-    qor_service_locator_t* locator = nullptr;
-    if (create == nullptr || get_locator == nullptr || create(&handle, nullptr, nullptr) != QOR_STATUS_OK ||
-        get_locator(handle, &locator, nullptr) != QOR_STATUS_OK) {
-        throw std::runtime_error("cannot make a matcher: " + qor::platform::get_last_error());
-    }
-    resolve(locator, "qor_data_matcher_support_t", support);
-    resolve(locator, "qor_data_matcher_format_support_t", formats);
-    resolve(locator, "qor_data_matcher_batch_support_t", batch);
-}
-
-matcher::~matcher() {
-    reinterpret_cast<qor_plugin_destroy_t>(library_.get_symbol("qor_data_matcher_destroy"))(handle);
-}
-
 outcome matcher::register_nodes(std::uint64_t subscription, std::vector<qor_type_node_t> nodes, std::uint64_t position,
                                 std::uint64_t extent) {
     // Kept apart, so that the sanitizer sees a matcher that goes on reading them.
     const qor_type_node_sequence_t hierarchy{nodes.data(), nodes.size()};
-    return call(support.register_type, handle, subscription, "{}", &hierarchy, position, extent);
+    return call(support.register_type, plugin.handle(), subscription, "{}", &hierarchy, position, extent);
 }
 
 outcome matcher::register_type(std::uint64_t subscription, const wanted& what) {
@@ -89,28 +59,32 @@ outcome matcher::register_type(std::uint64_t subscription, const wanted& what) {
 }
 
 outcome matcher::unregister_type(std::uint64_t subscription) {
-    return call(support.unregister_type, handle, subscription);
+    return call(support.unregister_type, plugin.handle(), subscription);
 }
 
-std::optional<match_result> matcher::match(std::uint64_t subscription, const test_package& package, bool lenient) {
-    bool matched = false;
-    match_result result{};
-    EXPECT_EQ(call(support.match, handle, subscription, package.get(), lenient, &matched, &result.offset, &result.size,
-                   &result.expected_size),
-              succeeded);
-    return matched ? std::optional(result) : std::nullopt;
-}
-
-std::vector<qor_match_outcome_t> matcher::match_batch(const std::vector<std::uint64_t>& handles,
-                                                      const test_package& package, bool lenient) {
+std::string matcher::match(const std::vector<std::uint64_t>& handles, const test_package& package, bool lenient) {
+    std::string single;
+    for (const std::uint64_t subscription : handles) {
+        bool matched = false;
+        qor_match_outcome_t match{subscription, 0, 0, 0};
+        EXPECT_EQ(call(support.match, plugin.handle(), subscription, package.get(), lenient, &matched, &match.offset,
+                       &match.size, &match.expected_size),
+                  succeeded);
+        if (matched) {
+            single += text_of(match) + ", ";
+        }
+    }
     std::vector<qor_match_outcome_t> outcomes(handles.size());
     std::size_t count = 99;
-    EXPECT_EQ(call(batch.match_batch, handle, package.get(), handles.data(), handles.size(), lenient, outcomes.data(),
-                   &count),
+    EXPECT_EQ(call(batch.match_batch, plugin.handle(), package.get(), handles.data(), handles.size(), lenient,
+                   outcomes.data(), &count),
               succeeded);
-    EXPECT_LE(count, handles.size());
-    outcomes.resize(std::min(count, handles.size()));
-    return outcomes;
+    std::string all;
+    for (std::size_t at = 0; at < count; ++at) {
+        all += text_of(outcomes.at(at)) + ", ";
+    }
+    EXPECT_EQ(all, single);
+    return all.substr(0, all.rfind(", "));
 }
 
 } // namespace tavi::test

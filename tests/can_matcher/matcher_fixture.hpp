@@ -1,16 +1,15 @@
-// A matcher as the extractor has it: the library loaded, an instance, its tables.
+// A matcher as the extractor has it, and packages for it.
 #ifndef TESTS_CAN_MATCHER_MATCHER_FIXTURE_HPP
 #define TESTS_CAN_MATCHER_MATCHER_FIXTURE_HPP
 
 #include <cstdint>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "qorc/extensibility/data_matcher.h"
 #include "qorcpp/can_frame.hpp"
-#include "qorcpp/platform/shared_library.hpp"
+#include "tests/support/loaded_plugin.hpp"
 #include "tests/support/outcome.hpp"
 
 namespace tavi::test {
@@ -24,15 +23,6 @@ struct wanted {
     std::uint64_t extent = 8;
     const char* presence = nullptr;
 };
-
-struct match_result {
-    std::uint64_t offset;
-    std::uint64_t size;
-    std::uint64_t expected_size;
-
-    bool operator==(const match_result&) const = default;
-};
-std::ostream& operator<<(std::ostream& stream, const match_result& result);
 
 // A package with any bytes as payload.
 class test_package {
@@ -49,27 +39,17 @@ private:
 
 class matcher {
 public:
-    matcher();
-    matcher(const matcher&) = delete;
-    matcher& operator=(const matcher&) = delete;
-    ~matcher();
-
     outcome register_type(std::uint64_t handle, const wanted& subscription);
     outcome register_nodes(std::uint64_t handle, std::vector<qor_type_node_t> nodes, std::uint64_t position,
                            std::uint64_t extent);
     outcome unregister_type(std::uint64_t handle);
-    // Fails the test when the call reports details.
-    std::optional<match_result> match(std::uint64_t handle, const test_package& package, bool lenient);
-    std::vector<qor_match_outcome_t> match_batch(const std::vector<std::uint64_t>& handles, const test_package& package,
-                                                 bool lenient);
+    // "HANDLE: SIZE of EXPECTED_SIZE at OFFSET" for each subscription that matches, joined by ", ". Fails the test when
+    // one call for all says something else than a call for each.
+    std::string match(const std::vector<std::uint64_t>& handles, const test_package& package, bool lenient);
 
-    void* handle = nullptr;
-    qor_data_matcher_support_t support{};
-    qor_data_matcher_format_support_t formats{};
-    qor_data_matcher_batch_support_t batch{};
-
-private:
-    qor::platform::shared_library library_;
+    loaded_plugin plugin{"qor_can_matcher", "qor_data_matcher"};
+    qor_data_matcher_support_t support = plugin.table<qor_data_matcher_support_t>();
+    qor_data_matcher_batch_support_t batch = plugin.table<qor_data_matcher_batch_support_t>();
 };
 
 } // namespace tavi::test

@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::uint64_t extended = 0x80000000;
 constexpr std::uint32_t group_flag = QOR_OBJECT_PARAMETER_GROUP;
+const std::string whole = "7: 8 of 8 at 8";
 const std::vector<std::uint8_t> eight_bytes = {0, 1, 2, 3, 4, 5, 6, 7};
 
 TEST(CanMatcher, KnowsAMessageByItsIdOrParameterGroup) {
@@ -52,117 +53,92 @@ TEST(CanMatcher, KnowsAMessageByItsIdOrParameterGroup) {
         matcher matcher;
         ASSERT_EQ(matcher.register_type(7, {.address = row.address, .flags = row.flags}), succeeded);
         const test_package package(row.frame, eight_bytes, row.format);
-        EXPECT_EQ(matcher.match(7, package, false).has_value(), row.matches);
-        EXPECT_EQ(matcher.match_batch({7}, package, false).size(), row.matches ? 1u : 0u);
+        EXPECT_EQ(matcher.match({7}, package, false), row.matches ? whole : "");
     }
 }
 
 TEST(CanMatcher, TellsWhereTheBytesAre) {
     struct row {
         const char* what;
-        wanted subscription;
+        std::uint8_t kind;
+        std::uint32_t offset;
+        std::uint64_t extent;
         std::size_t data;
-        std::optional<match_result> strict;
-        std::optional<match_result> lenient;
+        const char* strict;
+        const char* lenient;
     };
-    const auto object = [](std::uint64_t extent) { return wanted{.address = 5, .extent = extent}; };
-    const auto signal = [](std::uint32_t offset, std::uint64_t extent) {
-        return wanted{.address = 5, .kind = QOR_TYPE_NODE_SIGNAL, .offset = offset, .extent = extent};
-    };
-    const auto group = [](std::uint32_t offset, std::uint64_t extent) {
-        return wanted{.address = 5, .kind = QOR_TYPE_NODE_GROUP, .offset = offset, .extent = extent};
-    };
+    constexpr std::uint8_t object = QOR_TYPE_NODE_OBJECT;
+    constexpr std::uint8_t group = QOR_TYPE_NODE_GROUP;
+    constexpr std::uint8_t signal = QOR_TYPE_NODE_SIGNAL;
     const row rows[] = {
-        {"a message", object(8), 8, {{8, 8, 8}}, {{8, 8, 8}}},
-        {"a longer frame", object(4), 8, {{8, 4, 4}}, {{8, 4, 4}}},
-        {"a cut message", object(8), 5, {{8, 5, 8}}, {{8, 5, 5}}},
-        {"a frame without data", object(8), 0, {{8, 0, 8}}, {{8, 0, 0}}},
-        {"a message without data", object(0), 0, {{8, 0, 0}}, {{8, 0, 0}}},
-        {"a CAN FD message", object(64), 64, {{8, 64, 64}}, {{8, 64, 64}}},
-        {"a signal", signal(2, 3), 8, {{10, 3, 3}}, {{10, 3, 3}}},
-        {"a signal up to the end", signal(5, 3), 8, {{13, 3, 3}}, {{13, 3, 3}}},
-        {"a cut signal", signal(6, 3), 8, {{14, 2, 3}}, std::nullopt},
-        {"a signal behind the frame", signal(9, 1), 8, {{17, 0, 1}}, std::nullopt},
-        {"a cut group", group(6, 4), 8, {{14, 2, 4}}, {{14, 2, 2}}},
-        {"a group behind the frame", group(8, 4), 8, {{16, 0, 4}}, std::nullopt},
+        {"a message", object, 0, 8, 8, "7: 8 of 8 at 8", "7: 8 of 8 at 8"},
+        {"a longer frame", object, 0, 4, 8, "7: 4 of 4 at 8", "7: 4 of 4 at 8"},
+        {"a cut message", object, 0, 8, 5, "7: 5 of 8 at 8", "7: 5 of 5 at 8"},
+        {"a frame without data", object, 0, 8, 0, "7: 0 of 8 at 8", "7: 0 of 0 at 8"},
+        {"a message without data", object, 0, 0, 0, "7: 0 of 0 at 8", "7: 0 of 0 at 8"},
+        {"a CAN FD message", object, 0, 64, 64, "7: 64 of 64 at 8", "7: 64 of 64 at 8"},
+        {"a signal up to the end", signal, 5, 3, 8, "7: 3 of 3 at 13", "7: 3 of 3 at 13"},
+        {"a cut signal", signal, 6, 3, 8, "7: 2 of 3 at 14", ""},
+        {"a signal behind the frame", signal, 9, 1, 8, "7: 0 of 1 at 17", ""},
+        {"a cut group", group, 6, 4, 8, "7: 2 of 4 at 14", "7: 2 of 2 at 14"},
+        {"a group behind the frame", group, 8, 4, 8, "7: 0 of 4 at 16", ""},
     };
     for (const row& row : rows) {
         SCOPED_TRACE(row.what);
         matcher matcher;
-        ASSERT_EQ(matcher.register_type(7, row.subscription), succeeded);
+        const wanted what{.address = 5, .kind = row.kind, .offset = row.offset, .extent = row.extent};
+        ASSERT_EQ(matcher.register_type(7, what), succeeded);
         const test_package package(5, std::vector<std::uint8_t>(row.data, 0xFF));
-        EXPECT_EQ(matcher.match(7, package, false), row.strict);
-        EXPECT_EQ(matcher.match(7, package, true), row.lenient);
+        EXPECT_EQ(matcher.match({7}, package, false), row.strict);
+        EXPECT_EQ(matcher.match({7}, package, true), row.lenient);
     }
 }
 
+// What the conditions themselves say is tested in presence_test.cpp.
 TEST(CanMatcher, AsksTheSelectorsOfThisFrame) {
-    struct row {
-        const char* what;
-        const char* presence;
-        std::vector<std::uint8_t> data;
-        bool matches;
-    };
-    const char* const cascade = "0:0:4:0:0:S0=2,5-7&0:4:4:0:0:S1=0";
-    const row rows[] = {
-        {"both hold", cascade, {0x02, 0, 0}, true},
-        {"inside a range", cascade, {0x06, 0, 0}, true},
-        {"no value of it", cascade, {0x03, 0, 0}, false},
-        {"the lower one fails", cascade, {0x12, 0, 0}, false},
-        {"no selector there", "3:0:8:0:0:S=0", {0, 0, 0}, false},
-    };
-    for (const row& row : rows) {
-        SCOPED_TRACE(row.what);
-        matcher matcher;
-        const wanted signal{
-            .address = 5, .kind = QOR_TYPE_NODE_SIGNAL, .offset = 1, .extent = 1, .presence = row.presence};
-        ASSERT_EQ(matcher.register_type(7, signal), succeeded);
-        EXPECT_EQ(matcher.match(7, test_package(5, row.data), false).has_value(), row.matches);
-        EXPECT_EQ(matcher.match(7, test_package(5, row.data), true).has_value(), row.matches);
-    }
-}
-
-TEST(CanMatcher, RefusesAPresenceTextThatIsNone) {
     matcher matcher;
-    const wanted signal{.address = 5, .kind = QOR_TYPE_NODE_SIGNAL, .extent = 1, .presence = "0:0:4:0:0:S=x"};
-    EXPECT_EQ(matcher.register_type(7, signal),
+    wanted signal{.address = 5, .kind = QOR_TYPE_NODE_SIGNAL, .offset = 1, .extent = 1, .presence = "0:0:4:0:0:S=2"};
+    ASSERT_EQ(matcher.register_type(7, signal), succeeded);
+    for (const bool lenient : {false, true}) {
+        EXPECT_EQ(matcher.match({7}, test_package(5, {0x02, 0}), lenient), "7: 1 of 1 at 9");
+        EXPECT_EQ(matcher.match({7}, test_package(5, {0x03, 0}), lenient), "");
+    }
+    signal.presence = "0:0:4:0:0:S=x";
+    EXPECT_EQ(matcher.register_type(8, signal),
               invalid("invalid presence condition '0:0:4:0:0:S=x': expected a number at 13"));
-    EXPECT_FALSE(matcher.match(7, test_package(5, {0}), false));
+    EXPECT_EQ(matcher.match({8}, test_package(5, {0, 0}), false), "");
 }
 
 TEST(CanMatcher, PassesOverPayloadsThatAreNoFrame) {
     matcher matcher;
     ASSERT_EQ(matcher.register_type(7, {.address = 5, .extent = 2}), succeeded);
-    const std::vector<std::vector<std::uint8_t>> payloads = {
-        {},
-        {5, 0, 0, 0, 2, 0, 0},          // a header cut short
-        {5, 0, 0, 0, 2, 0, 0, 0, 1},    // fewer bytes than the length says
-        {5, 0, 0, 0, 255, 0, 0, 0, 1},  // no such length
-        std::vector<std::uint8_t>(200), // another id
+    const std::pair<std::vector<std::uint8_t>, const char*> rows[] = {
+        {{}, ""},
+        {{5, 0, 0, 0, 2, 0, 0}, ""},                           // a header cut short
+        {{5, 0, 0, 0, 2, 0, 0, 0, 1}, ""},                     // fewer bytes than the length says
+        {{5, 0, 0, 0, 255, 0, 0, 0, 1}, ""},                   // no such length
+        {{5, 0, 0, 0, 1, 0, 0, 0, 1, 2, 3}, "7: 1 of 2 at 8"}, // what follows the data is not of the frame
     };
-    for (const auto& payload : payloads) {
-        EXPECT_FALSE(matcher.match(7, test_package(payload), true));
-        EXPECT_TRUE(matcher.match_batch({7}, test_package(payload), true).empty());
+    for (const auto& [payload, matches] : rows) {
+        EXPECT_EQ(matcher.match({7}, test_package(payload), false), matches);
     }
-    // What follows the data is not of the frame.
-    EXPECT_EQ(matcher.match(7, test_package({5, 0, 0, 0, 1, 0, 0, 0, 1, 2, 3}), false), (match_result{8, 1, 2}));
 }
 
 TEST(CanMatcher, KeepsWhatWasAnnouncedUntilItIsWithdrawn) {
     matcher first;
     matcher second;
-    const test_package package(5, eight_bytes);
+    const test_package five(5, eight_bytes);
+    const test_package six(6, eight_bytes);
     ASSERT_EQ(first.register_type(7, {.address = 5}), succeeded);
-    EXPECT_FALSE(second.match(7, package, false)) << "instances share state";
-    EXPECT_FALSE(first.match(8, package, false));
+    EXPECT_EQ(second.match({7}, five, false), "") << "instances share state";
+    EXPECT_EQ(first.match({8}, five, false), "");
     ASSERT_EQ(first.register_type(7, {.address = 6}), succeeded);
-    EXPECT_FALSE(first.match(7, package, false)) << "a second announcement replaces the first";
-    EXPECT_TRUE(first.match(7, test_package(6, eight_bytes), false));
+    EXPECT_EQ(first.match({7}, five, false), "") << "a second announcement replaces the first";
+    EXPECT_EQ(first.match({7}, six, false), whole);
     // Once for each format.
     EXPECT_EQ(first.unregister_type(7), succeeded);
     EXPECT_EQ(first.unregister_type(7), succeeded);
-    EXPECT_FALSE(first.match(7, test_package(6, eight_bytes), false));
-    EXPECT_TRUE(first.match_batch({7}, test_package(6, eight_bytes), false).empty());
+    EXPECT_EQ(first.match({7}, six, false), "");
 }
 
 TEST(CanMatcher, LeavesOtherKindsOfDescriptionsAlone) {
@@ -175,23 +151,24 @@ TEST(CanMatcher, LeavesOtherKindsOfDescriptionsAlone) {
     object.kind = QOR_TYPE_NODE_OBJECT;
     object.object.address = 5;
     EXPECT_EQ(matcher.register_nodes(9, {object}, UINT64_MAX, 8), succeeded);
-    EXPECT_TRUE(matcher.match_batch({7, 8, 9}, test_package(5, eight_bytes), true).empty());
+    EXPECT_EQ(matcher.match({7, 8, 9}, test_package(5, eight_bytes), true), "");
     // The last object of a hierarchy is the one that has the address.
     qor_type_node_t inner = object;
     inner.object.address = 6;
     EXPECT_EQ(matcher.register_nodes(10, {view, object, inner}, 6, 8), succeeded);
-    EXPECT_TRUE(matcher.match(10, test_package(6, eight_bytes), false));
+    EXPECT_EQ(matcher.match({10}, test_package(6, eight_bytes), false), "10: 8 of 8 at 8");
 }
 
 TEST(CanMatcher, NamesItsFormats) {
     matcher matcher;
-    ASSERT_EQ(matcher.formats.get_supported_format_count(matcher.handle), 2u);
-    const char* format = nullptr;
-    ASSERT_EQ(call(matcher.formats.get_supported_format, matcher.handle, 0u, &format), succeeded);
-    EXPECT_STREQ(format, "can");
-    ASSERT_EQ(call(matcher.formats.get_supported_format, matcher.handle, 1u, &format), succeeded);
-    EXPECT_STREQ(format, "j1939");
-    EXPECT_EQ(call(matcher.formats.get_supported_format, matcher.handle, 2u, &format), invalid("there is no format 2"));
+    void* const handle = matcher.plugin.handle();
+    const auto& formats = matcher.plugin.table<qor_data_matcher_format_support_t>();
+    ASSERT_EQ(formats.get_supported_format_count(handle), 2u);
+    const char* names[2] = {};
+    ASSERT_EQ(call(formats.get_supported_format, handle, 0u, &names[0]), succeeded);
+    ASSERT_EQ(call(formats.get_supported_format, handle, 1u, &names[1]), succeeded);
+    EXPECT_EQ(std::string(names[0]) + ' ' + names[1], "can j1939");
+    EXPECT_EQ(call(formats.get_supported_format, handle, 2u, &names[0]), invalid("there is no format 2"));
 }
 
 } // namespace

@@ -75,7 +75,9 @@ TEST(Presence, HoldsForTheValuesItNames) {
         {"0:0:8:0:0:S=300", 0x2C, false},
         {"0:0:1:0:0:=1", 0x01, true},
         {"0:0:1:0:0:a b=0-18446744073709551615", 0x01, true},
-        {"0:0:1:0:0:A=1&0:1:1:0:0:B=1", 1, false},
+        {"0:0:4:0:0:A=2,5-7&0:4:4:0:0:B=0", 0x06, true},
+        {"0:0:4:0:0:A=2,5-7&0:4:4:0:0:B=0", 0x16, false},
+        {"0:0:4:0:0:A=2,5-7&0:4:4:0:0:B=0", 0x03, false},
     };
     for (const row& row : rows) {
         EXPECT_EQ(qor::presence(row.text).holds({&row.byte, 1}), row.holds) << row.text;
