@@ -39,13 +39,16 @@ TEST_F(exit_code, is_0_when_all_was_decoded) {
 
 TEST_F(exit_code, is_1_when_the_work_could_not_be_done) {
     write("no.dbc", "this is no description\n");
+    write("no.json", "1");
     const std::pair<const char*, const char*> runs[] = {
         {"decode none.log -d e.dbc", "none.log: error: cannot be read: No such file or directory\n"},
         {"decode . -d e.dbc", ".: error: cannot be read: Is a directory\n"},
         {"decode good.log -d none.dbc", "none.dbc: error: cannot be read: No such file or directory\n"},
         {"decode good.log -d no.dbc", "no.dbc:1:1: error: "},
         {"decode good.log -d good.log", "good.log: error: failed to find a data description parser for data "
-                                        "description type 'log'\n"},
+                                        "description type 'log'\n  hint: "},
+        {"decode good.log -d no.json", "no.json: error: /: expected an object, found 1\n"},
+        {"plugins --check .", ".: error: is a directory\n"},
         {"decode good.log -d e.dbc -s CAN.E.T", "tavi: error: no signal fits 'CAN.E.T'\n  hint: "},
         {"decode good.log -d e.dbc -o nowhere/x.csv",
          "nowhere/x.csv: error: cannot be written: No such file or directory\n"},
@@ -102,7 +105,7 @@ TEST_F(exit_code, is_1_on_a_full_disk) {
 
 TEST_F(exit_code, is_2_for_a_wrong_command_line) {
     for (const char* const arguments :
-         {"", "nothing", "decode", "decode good.log", "decode good.log -d", "decode good.log -d e.dbc -f xml",
+         {"", "nothing", "decode", "decode good.log", "decode good.log -d", "decode good.log -d e.dbc -f 0",
           "decode good.log -d e.dbc --unknown", "decode good.log good.log -d e.dbc", "tree", "schema -d e.dbc",
           "decode good.log -d e.dbc -s ''", "decode good.log -d e.dbc -s 'CAN.\"E'"}) {
         const ended run = tavi(arguments);

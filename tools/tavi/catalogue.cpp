@@ -178,7 +178,9 @@ void catalogue::load_one(std::size_t description) {
                                        "description " + std::to_string(description + 1), {{name, type, content}});
         signatures_.push_back(signatures.empty() ? std::string() : signatures.front());
     } catch (const host::error& error) {
-        throw command_error(log_.refusal(error.what()));
+        const bool usual = type == "dbc" || type == "sdl";
+        throw command_error(log_.refusal(error.what()), exit_code::failed,
+                            usual ? "" : "descriptions end in .dbc, .sdl or .json");
     }
     log_.end();
     if (strict_ && warnings() != before) {

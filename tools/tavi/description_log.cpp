@@ -115,6 +115,8 @@ std::string description_log::refusal(std::string_view text) {
         message.column = parsed->column;
         message.cause = parsed->cause;
         message.source_line = line_of(content_, parsed->line);
+    } else if (!name_.empty() && text.starts_with(name_ + ": ")) {
+        message.cause.remove_prefix(name_.size() + 2);
     }
     std::string formatted = format_diagnostic(message);
     formatted.pop_back();

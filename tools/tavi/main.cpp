@@ -43,6 +43,11 @@ exit_code run(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        if (argc > 1 && argv[1][0] != '-' && app.get_subcommands().empty()) {
+            std::fprintf(stderr, "There is no command '%s'\nRun with --help for more information.\n",
+                         printable(argv[1]).c_str());
+            return exit_code::usage;
+        }
         return app.exit(error) == 0 ? exit_code::done : exit_code::usage;
     }
     if (app.got_subcommand("tree")) {

@@ -42,6 +42,24 @@ void add_pattern_option(CLI::App& command, std::vector<std::string>& patterns, c
         ->allow_extra_args(false);
 }
 
+// Words for the values of an enumeration, and nothing else.
+template<typename Value>
+CLI::Validator one_of(const std::map<std::string, Value>& values) {
+    return {[values](std::string& text) -> std::string {
+                const auto found = values.find(text);
+                if (found != values.end()) {
+                    text = std::to_string(static_cast<int>(found->second));
+                    return {};
+                }
+                std::string words;
+                for (const auto& [word, value] : values) {
+                    words += words.empty() ? word : " or " + word;
+                }
+                return "expected " + words + ", found '" + text + '\'';
+            },
+            ""};
+}
+
 } // namespace
 
 description_argument parse_description(const std::string& text) {
@@ -66,12 +84,12 @@ void add_decode_options(CLI::App& app, decode_options& options) {
     const std::map<std::string, output_format> formats{{"csv", output_format::csv}, {"jsonl", output_format::jsonl}};
     command.add_option("-f,--format", options.format, "Form of the output: csv (default) or jsonl")
         ->type_name("FORMAT")
-        ->transform(CLI::CheckedTransformer(formats).description(""));
+        ->transform(one_of(formats));
     const std::map<std::string, input_kind> inputs{{"candump", input_kind::candump}, {"nmea", input_kind::nmea}};
     CLI::Option& input =
         *command.add_option("--input", options.input, "What LOG is: candump or nmea (default: as it begins)")
              ->type_name("KIND")
-             ->transform(CLI::CheckedTransformer(inputs).description(""));
+             ->transform(one_of(inputs));
     command
         .add_option("--memory", options.memory,
                     "LOG is a piece of memory, read at address=0x20000000 or address=0x20000000,cycle=5")

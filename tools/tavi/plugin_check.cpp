@@ -362,9 +362,13 @@ std::vector<verdict> check_plugin(const std::string& path) {
         check_storage(plugin, check);
         return verdicts;
     }
-    type == "data-matcher"              ? check_matcher(plugin, check)
-    : type == "data-description-parser" ? check_parser(plugin, check)
-                                        : check_processor(plugin, check);
+    try {
+        type == "data-matcher"              ? check_matcher(plugin, check)
+        : type == "data-description-parser" ? check_parser(plugin, check)
+                                            : check_processor(plugin, check);
+    } catch (const std::exception& error) {
+        check.add(false, std::string("names its formats: ") + error.what());
+    }
     if (check.sound()) {
         check.attempt("names its formats", [&] {
             const auto formats = formats_of(plugin, type);

@@ -88,6 +88,9 @@ exit_code run_plugins(const plugins_options& options) {
     if (!std::filesystem::exists(options.check, error)) {
         throw command_error(printable(options.check) + ": error: there is no such file");
     }
+    if (std::filesystem::is_directory(options.check, error)) {
+        throw command_error(printable(options.check) + ": error: is a directory");
+    }
     return check(std::filesystem::absolute(options.check).string());
 }
 
