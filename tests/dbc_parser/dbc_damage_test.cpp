@@ -1,13 +1,16 @@
 // Files that were cut or damaged anywhere: never a crash, a hang or memory out of proportion, and what stands before
 // the damage is used.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <random>
 
-#include "tests/dbc_parser/recorded_description.hpp"
+#include "tests/support/described.hpp"
 
+namespace tavi::test {
 namespace {
+
+described read_dbc(std::string_view text) {
+    static parsing_plugin plugin("qor_dbc_parser");
+    return plugin.parse(text);
+}
 
 const std::string whole = "VERSION \"1\"\nNS_ :\n\tCM_\nBS_:\nBU_: A\n\nBO_ 100 M: 8 A\n"
                           " SG_ S0 M : 0|4@1+ (1,0) [0|0] \"\" A\n SG_ S1 m1 : 8|8@0- (0.5,-3) [-1|1] \"V\" A\n\n"
@@ -17,19 +20,19 @@ const std::string whole = "VERSION \"1\"\nNS_ :\n\tCM_\nBS_:\nBU_: A\n\nBO_ 100 
 
 TEST(DbcDamage, UsesWhatStandsBeforeACut) {
     for (size_t length = whole.find("\n\nCM_"); length <= whole.size(); ++length) {
-        ASSERT_EQ(read_dbc(std::string_view(whole).substr(0, length)).nodes.size(), 4u) << length;
+        ASSERT_EQ(read_dbc(std::string_view(whole).substr(0, length)).paths.size(), 4u) << length;
     }
 }
 
 TEST(DbcDamage, SurvivesDamageAnywhere) {
     std::mt19937 random(4711);
-    const std::string pieces[] = {"\"",    ";",
-                                  "\n",    "BO_ ",
-                                  " SG_ ", "-",
-                                  "0",     "99999999999999999999",
-                                  "|",     "m1M",
-                                  "\xFF",  std::string(1, '\0'),
-                                  "\\",    "SG_MUL_VAL_ 100 S0 S1 1-1;"};
+    static constexpr std::string_view pieces[] = {"\"",    ";",
+                                                  "\n",    "BO_ ",
+                                                  " SG_ ", "-",
+                                                  "0",     "99999999999999999999",
+                                                  "|",     "m1M",
+                                                  "\xFF",  {"\0", 1},
+                                                  "\\",    "SG_MUL_VAL_ 100 S0 S1 1-1;"};
     for (int round = 0; round < 20000; ++round) {
         std::string text = whole;
         for (unsigned faults = 1 + random() % 4; faults > 0; --faults) {
@@ -43,7 +46,7 @@ TEST(DbcDamage, SurvivesDamageAnywhere) {
                 text.erase(place, 1 + random() % 8);
             }
         }
-        ASSERT_LE(read_dbc(text).nodes.size(), 64u);
+        ASSERT_LE(read_dbc(text).paths.size(), 64u);
     }
 }
 
@@ -51,12 +54,8 @@ TEST(DbcDamage, SurvivesDamageAnywhere) {
 std::string times(size_t count, std::string_view piece) {
     std::string text;
     for (size_t number = 0; number < count; ++number) {
-        for (const char character : piece) {
-            if (character == '#' || character == '$') {
-                text += std::to_string(character == '#' ? number : number + 1);
-            } else {
-                text += character;
-            }
+        for (const char each : piece) {
+            text += each == '#' || each == '$' ? std::to_string(number + (each == '$')) : std::string(1, each);
         }
     }
     return text;
@@ -91,9 +90,10 @@ TEST(DbcDamage, TakesTimeAndMemoryInProportion) {
     };
     for (const auto& [name, text] : rows) {
         const auto file = read_dbc(text);
-        EXPECT_FALSE(file.nodes.empty()) << name;
+        EXPECT_FALSE(file.paths.empty()) << name;
         EXPECT_LT(file.written.size() + file.told.size(), 40 * text.size() + (4u << 20)) << name;
     }
 }
 
 } // namespace
+} // namespace tavi::test

@@ -95,6 +95,17 @@ TEST_F(MemoryLayout, MatchesTheCycleOfItsView) {
     EXPECT_EQ(extractor.reader_filter(), "(SourceId = 48 AND Instance = 0 AND Cycle = 10 AND Address = 0x20000080)");
 }
 
+TEST_F(MemoryLayout, CarriesTheBuiltInDescriptionsOfSources) {
+    const std::pair<std::uint16_t, const char*> signals[] = {{0x23F, "x.GPS.SatelliteInView.SignalStrength"},
+                                                             {0x80F, "x.ReferenceCamera.Frame.ExposureTime"},
+                                                             {0xA2F, "x.RtRange.Target.TimeToCollision"}};
+    for (const auto& [source, url] : signals) {
+        extractor.register_source(source, 0, "x", {});
+        EXPECT_NO_THROW(extractor.subscribe(url)) << url;
+        extractor.unregister_sources();
+    }
+}
+
 TEST_F(MemoryLayout, TellsOfTheByteOrderThatCannotBeRead) {
     register_text("memory", R"({"sdl": 1, "views": [{"name": "V", "objects": [{"name": "O", "address": 0, "members": [
         {"name": "a", "stored": "uint16", "byte_order": "big_endian"}, {"name": "b", "stored": "uint8"}]}]}]})");

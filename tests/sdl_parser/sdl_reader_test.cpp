@@ -1,32 +1,21 @@
 // Texts of descriptions: what is read, what defaults give, and what each broken rule is told.
-#include <gtest/gtest.h>
+#include "tests/support/described.hpp"
 
-#include <string>
-
-#include "introspection/xtypes/type_kind.hpp"
-#include "plugins/sdl_parser/sdl_reader.hpp"
-
-namespace sdl_parser {
+namespace tavi::test {
 namespace {
 
-using qor::introspection::xtypes::type_kind;
+described read_sdl(std::string_view text) {
+    static parsing_plugin plugin("qor_sdl_parser");
+    return plugin.parse(text);
+}
 
 std::string around(const std::string& members) {
     return R"({"sdl": 1, "views": [{"name": "V", "objects": [{"name": "O", "address": 4, "members": [)" + members +
            "]}]}]}";
 }
 
-std::string error_of(const std::string& text) {
-    try {
-        read_description(text);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
-}
-
 TEST(SdlReader, ReadsEverythingThatANodeHolds) {
-    const auto views = read_description(R"({"sdl": 1, "$schema": "x", "comment": "c", "views": [
+    const auto read = read_sdl(R"({"sdl": 1, "$schema": "x", "comment": "c", "views": [
         {"name": "Raw View", "cycle": 5, "comment": "first", "objects": [
           {"name": "O", "address": "0xFFFFFFFF00000000", "count": 3, "size": 64, "comment": "second", "members": [
             {"name": "g", "at": 2, "count": 4, "size": 13, "members": [
@@ -34,61 +23,35 @@ TEST(SdlReader, ReadsEverythingThatANodeHolds) {
                "physical": "float32", "byte_order": "little_endian", "encoding": "ones_complement",
                "coefficients": [1, 2, 3, 4, 5, 6], "unit": "km/h", "comment": "third", "minimum": -1.5, "maximum": 2,
                "values": {"-1": "a\\b", "2": "c\nd"}}]}]}]}]})");
-    ASSERT_EQ(views.size(), 1u);
-    EXPECT_EQ(views[0].name, "Raw View");
-    EXPECT_EQ(views[0].record.view.cycle, 5u);
-    const sdl_node& object = views[0].children.at(0);
-    EXPECT_EQ(object.record.object.address, 0xFFFFFFFF00000000u);
-    EXPECT_EQ(object.record.object.element_count, 3u);
-    EXPECT_EQ(object.record.object.element_size, 64u);
-    EXPECT_EQ(object.comment, "second");
-    const sdl_node& group = object.children.at(0);
-    EXPECT_EQ(group.record.kind, QOR_TYPE_NODE_GROUP);
-    EXPECT_EQ(group.record.group.offset, 2u);
-    EXPECT_EQ(group.record.group.element_count, 4u);
-    EXPECT_EQ(group.record.group.element_size, 13u);
-    const sdl_node& node = group.children.at(0);
-    const qor_signal_node_t& signal = node.record.signal;
-    EXPECT_EQ(signal.offset, 1u);
-    EXPECT_EQ(signal.bit_offset, 3u);
-    EXPECT_EQ(signal.bit_length, 12u);
-    EXPECT_EQ(signal.element_count, 2u);
-    EXPECT_EQ(signal.element_size, 6u);
-    EXPECT_EQ(signal.raw_kind, static_cast<uint16_t>(type_kind::int16));
-    EXPECT_EQ(signal.converted_kind, static_cast<uint16_t>(type_kind::float32));
-    EXPECT_EQ(signal.encoding, QOR_ENCODING_ONES_COMPLEMENT);
-    EXPECT_EQ(signal.byte_order, QOR_BYTE_ORDER_LITTLE_ENDIAN);
-    EXPECT_EQ(signal.numerator_x2, 1);
-    EXPECT_EQ(signal.denominator_x0, 6);
-    EXPECT_EQ(signal.minimum, -1.5);
-    EXPECT_EQ(signal.maximum, 2);
-    EXPECT_EQ(node.unit, "km/h");
-    EXPECT_EQ(node.value_table, "-1=a\\\\b\n2=c\\nd");
+    EXPECT_EQ(read.told, "");
+    EXPECT_EQ(read.written, R"(Raw View cycle 5 "first"
+Raw View.O @18446744069414584320 3*64 bytes "second"
+Raw View.O.g 2 4*13 bytes
+Raw View.O.g.s 1+3|12@0 2*6 bytes int16 = float32(1 2 3 / 4 5 6) encoding 2 [-1.5|2] 'km/h' {-1=a\\b
+2=c\nd} "third"
+)");
 }
 
 TEST(SdlReader, DefaultsFollowFromWhatStandsBefore) {
-    const auto views = read_description(around(
+    const auto read = read_sdl(around(
         R"({"name": "a", "stored": "uint16"},
            {"name": "b", "stored": "uint32", "bits": 20, "bit": 2, "count": 3},
            {"name": "c", "stored": "uint8", "factor": 0.5, "offset": -40},
            {"name": "g", "count": 2, "members": [{"name": "x", "stored": "float64"}, {"name": "y", "stored": "int8"}]},
            {"name": "d", "stored": "int16", "byte_order": "inconsistent_big_endian", "bits": 12, "bit": 12},
            {"name": "e", "stored": "int16", "byte_order": "inconsistent_big_endian"})"));
-    const sdl_node& object = views[0].children[0];
-    const auto& m = object.children;
-    EXPECT_EQ(m[1].record.signal.offset, 2u);
-    EXPECT_EQ(m[1].record.signal.element_size, 3u);
-    EXPECT_EQ(m[1].record.signal.converted_kind, static_cast<uint16_t>(type_kind::uint32));
-    EXPECT_EQ(m[2].record.signal.offset, 11u);
-    EXPECT_EQ(m[2].record.signal.converted_kind, static_cast<uint16_t>(type_kind::float64));
-    EXPECT_EQ(m[2].record.signal.numerator_x1, 0.5);
-    EXPECT_EQ(m[2].record.signal.numerator_x0, -40);
-    EXPECT_EQ(m[3].record.group.offset, 12u);
-    EXPECT_EQ(m[3].record.group.element_size, 9u);
-    EXPECT_EQ(m[4].record.signal.offset, 30u);
-    EXPECT_EQ(m[4].record.signal.element_size, 2u);
-    EXPECT_EQ(m[5].record.signal.element_size, 2u);
-    EXPECT_EQ(object.record.object.element_size, 34u);
+    EXPECT_EQ(read.told, "");
+    EXPECT_EQ(read.written, R"(V
+V.O @4 34 bytes
+V.O.a 0+0|16@0 2 bytes uint16
+V.O.b 2+2|20@0 3*3 bytes uint32
+V.O.c 11+0|8@0 1 bytes uint8 = float64(0 0.5 -40 / 0 0 1)
+V.O.g 12 2*9 bytes
+V.O.d 30+12|12@2 2 bytes int16
+V.O.e 32+0|16@2 2 bytes int16
+V.O.g.x 0+0|64@0 8 bytes float64
+V.O.g.y 8+0|8@0 1 bytes int8
+)");
 }
 
 TEST(SdlReader, NamesThePlaceOfEachFault) {
@@ -97,6 +60,7 @@ TEST(SdlReader, NamesThePlaceOfEachFault) {
         {"",
          "1:1: expected JSON, parse error at line 1, column 1: syntax error while parsing value - unexpected end of "
          "input; expected '[', '{', or a literal"},
+        {std::string(1, '\0'), "there is no built-in description named 'x'"},
         {"[]", "/: expected an object, found an array of 0"},
         {R"({"views": []})", R"(/: expected an object with the key "sdl", found an object)"},
         {R"({"sdl": 2, "views": []})", "/sdl: expected an integer from 1 to 1, found 2"},
@@ -136,6 +100,9 @@ TEST(SdlReader, NamesThePlaceOfEachFault) {
          members + "/0/size: expected an integer from 4 to 4294967295, found 3"},
         {around(R"({"name": "a", "stored": "float32", "bits": 12})"),
          members + "/0/bits: expected 32, since a floating value is whole, found 12"},
+        {around(R"({"name": "a", "stored": "int8", "coefficients": [0, 1, 0, 0, 0]})"),
+         members + "/0/coefficients: expected an array of 6 numbers: x squared, x and constant of the numerator, then "
+                   "of the denominator, found an array of 5"},
         {around(R"({"name": "a", "stored": "int8", "coefficients": [0, 1, 0, 0, 0, 0]})"),
          members + "/0/coefficients: the denominator, the last three, is 0"},
         {around(R"({"name": "a", "stored": "int8", "minimum": 1})"),
@@ -150,9 +117,11 @@ TEST(SdlReader, NamesThePlaceOfEachFault) {
          members + "/1: the members before this one end behind byte 4294967295"},
     };
     for (const auto& [text, expected] : rows) {
-        EXPECT_EQ(error_of(text), expected) << text;
+        const auto read = read_sdl(text);
+        EXPECT_EQ(read.told, expected + '\n') << text;
+        EXPECT_EQ(read.written, "") << text;
     }
-    EXPECT_EQ(error_of("{\n \"sdl\": 1,\n \"views\": ]").substr(0, 18), "3:11: expected JSO");
+    EXPECT_EQ(read_sdl("{\n \"sdl\": 1,\n \"views\": ]").told.substr(0, 18), "3:11: expected JSO");
 }
 
 TEST(SdlReader, BoundsTheDepthOfGroups) {
@@ -161,12 +130,12 @@ TEST(SdlReader, BoundsTheDepthOfGroups) {
         for (int level = 0; level < depth; ++level) {
             text = R"({"name": "g", "members": [)" + text + "]}";
         }
-        return error_of(around(text));
+        return read_sdl(around(text)).told;
     };
-    EXPECT_EQ(nested(31), "no error");
+    EXPECT_EQ(nested(31), "");
     EXPECT_NE(nested(32).find("groups are nested deeper than 32"), std::string::npos);
-    EXPECT_EQ(error_of(std::string(200000, '[')), "/: nested deeper than 128 levels");
+    EXPECT_EQ(read_sdl(std::string(200000, '[')).told, "/: nested deeper than 128 levels\n");
 }
 
 } // namespace
-} // namespace sdl_parser
+} // namespace tavi::test

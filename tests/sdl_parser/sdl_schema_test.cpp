@@ -1,18 +1,14 @@
-// The JSON Schema says what the reader does: a small validator of the keywords that it uses, and texts that both take
-// or refuse.
-#include <gtest/gtest.h>
-
-#include <algorithm>
+// The JSON Schema says what the plug-in does: a validator of the keywords that it uses, and texts that both take or
+// refuse.
 #include <fstream>
-#include <functional>
 #include <regex>
 #include <set>
 
 #include <nlohmann/json.hpp>
 
-#include "plugins/sdl_parser/sdl_reader.hpp"
+#include "tests/support/described.hpp"
 
-namespace sdl_parser {
+namespace tavi::test {
 namespace {
 
 using nlohmann::json;
@@ -23,203 +19,159 @@ json read_json(const std::string& name) {
     return json::parse(file);
 }
 
-class validator {
-public:
-    bool accepts(const json& value) const { return accepts(value, schema_); }
-    const json& schema() const { return schema_; }
+const json& schema() {
+    static const json read = read_json("docs/sdl.schema.json");
+    return read;
+}
 
-private:
-    bool accepts(const json& value, const json& rule) const {
-        const auto holds = [&](const auto& item) { return holds_keyword(value, rule, item.key(), item.value()); };
-        const auto items = rule.items();
-        return std::all_of(items.begin(), items.end(), holds);
-    }
+bool accepts(const json& value, const json& rule);
 
-    bool holds_keyword(const json& value, const json& rule, const std::string& key, const json& says) const {
-        const auto any = [&](const json& list) {
-            return std::any_of(list.begin(), list.end(), [&](const json& each) { return accepts(value, each); });
+template<typename Holds>
+bool all(const json& list, Holds holds) {
+    return std::all_of(list.begin(), list.end(), holds);
+}
+
+// Keywords that stand beside others are looked at with those.
+bool holds(const json& value, const json& rule, const std::string& keyword, const json& says) {
+    const auto fits = [&](const json& each) { return accepts(value, each); };
+    if (keyword == "$ref") {
+        return fits(schema().at(json::json_pointer(says.get<std::string>().substr(1))));
+    } else if (keyword == "const") {
+        return value == says;
+    } else if (keyword == "enum") {
+        return std::find(says.begin(), says.end(), value) != says.end();
+    } else if (keyword == "anyOf") {
+        return std::any_of(says.begin(), says.end(), fits);
+    } else if (keyword == "not") {
+        return !fits(says);
+    } else if (keyword == "if") {
+        return fits(rule.at(fits(says) ? "then" : "else"));
+    } else if (keyword == "type") {
+        return says == "integer" ? value.is_number_integer()
+                                 : says == (value.is_number() ? "number" : value.type_name());
+    } else if (keyword == "minimum" || keyword == "maximum") {
+        return !value.is_number() || (keyword == "minimum" ? value >= says : value <= says);
+    } else if (keyword == "minItems" || keyword == "maxItems") {
+        return !value.is_array() || (keyword == "minItems" ? value.size() >= says : value.size() <= says);
+    } else if (keyword == "pattern") {
+        return !value.is_string() || std::regex_match(value.get<std::string>(), std::regex(says.get<std::string>()));
+    } else if (keyword == "items") {
+        return !value.is_array() || all(value, [&](const json& each) { return accepts(each, says); });
+    } else if (keyword == "required") {
+        return !value.is_object() || all(says, [&](const json& name) { return value.contains(name); });
+    } else if (keyword == "propertyNames" || keyword == "additionalProperties") {
+        const json known = rule.value("properties", json::object());
+        const auto is_right = [&](const auto& item) {
+            return keyword == "propertyNames"
+                       ? accepts(item.key(), says)
+                       : known.contains(item.key()) || (says != false && accepts(item.value(), says));
         };
-        const auto each_of = [&](const auto& range, const auto& holds) {
-            return std::all_of(range.begin(), range.end(), holds);
+        const auto items = value.items();
+        return !value.is_object() || std::all_of(items.begin(), items.end(), is_right);
+    } else if (keyword == "properties") {
+        const auto is_right = [&](const auto& item) {
+            return !value.contains(item.key()) || accepts(value.at(item.key()), item.value());
         };
-        if (key == "$ref") {
-            return accepts(value, schema_.at(json::json_pointer(says.get<std::string>().substr(1))));
-        }
-        if (key == "const" || key == "enum") {
-            return key == "const" ? value == says : std::find(says.begin(), says.end(), value) != says.end();
-        }
-        if (key == "anyOf") {
-            return any(says);
-        }
-        if (key == "not") {
-            return !accepts(value, says);
-        }
-        if (key == "if") {
-            return accepts(value, rule.at(accepts(value, says) ? "then" : "else"));
-        }
-        if (key == "type") {
-            return says == "integer" ? value.is_number_integer()
-                                     : says == (value.is_number() ? "number" : value.type_name());
-        }
-        if (key == "minimum" || key == "maximum") {
-            return !value.is_number() || (key == "minimum" ? value >= says : value <= says);
-        }
-        if (key == "pattern") {
-            return !value.is_string() ||
-                   std::regex_match(value.get<std::string>(), std::regex(says.get<std::string>()));
-        }
-        if (key == "minItems" || key == "maxItems") {
-            return !value.is_array() || (key == "minItems" ? value.size() >= says : value.size() <= says);
-        }
-        if (key == "items") {
-            return !value.is_array() || each_of(value, [&](const json& each) { return accepts(each, says); });
-        }
-        if (key == "required") {
-            return !value.is_object() || each_of(says, [&](const json& name) { return value.contains(name); });
-        }
-        if (key == "properties" || key == "propertyNames" || key == "additionalProperties") {
-            return !value.is_object() || each_of(value.items(), [&](const auto& item) {
-                return holds_property(item.key(), item.value(), rule, key, says);
-            });
-        }
-        static const std::set<std::string> no_rules = {"$schema", "$defs", "title", "description", "then", "else"};
-        EXPECT_TRUE(no_rules.contains(key)) << key;
-        return true;
+        const auto items = says.items();
+        return !value.is_object() || std::all_of(items.begin(), items.end(), is_right);
     }
+    static const std::set<std::string> no_rules = {"$schema", "$defs", "title", "description", "then", "else"};
+    EXPECT_TRUE(no_rules.contains(keyword)) << keyword;
+    return true;
+}
 
-    bool holds_property(const std::string& name, const json& value, const json& rule, const std::string& key,
-                        const json& says) const {
-        if (key == "propertyNames") {
-            return accepts(name, says);
-        }
-        const bool known = rule.contains("properties") && rule.at("properties").contains(name);
-        if (key == "properties") {
-            return !known || accepts(value, says.at(name));
-        }
-        return known || (says.is_object() && accepts(value, says));
-    }
+bool accepts(const json& value, const json& rule) {
+    const auto items = rule.items();
+    return std::all_of(items.begin(), items.end(),
+                       [&](const auto& item) { return holds(value, rule, item.key(), item.value()); });
+}
 
-    json schema_ = read_json("docs/sdl.schema.json");
-};
-
-bool reader_accepts(const json& text) {
-    try {
-        read_description(text.dump());
-        return true;
-    } catch (const std::runtime_error&) {
-        return false;
-    }
+// What the plug-in tells of a text: nothing when it takes it.
+std::string told(const json& text) {
+    static parsing_plugin plugin("qor_sdl_parser");
+    return plugin.parse(text.dump()).told;
 }
 
 TEST(SdlSchema, TakesTheDescriptionsThatWeShip) {
-    const validator schema;
-    for (const char* const name :
-         {"plugins/sdl_parser/descriptions/gps.sdl", "plugins/sdl_parser/descriptions/reference-camera.sdl",
-          "plugins/sdl_parser/descriptions/rt-range.sdl", "examples/memory_layout/layout.sdl"}) {
+    const std::string built_in = "plugins/sdl_parser/descriptions/";
+    for (const std::string& name : {built_in + "gps.sdl", built_in + "reference-camera.sdl", built_in + "rt-range.sdl",
+                                    std::string("examples/memory_layout/layout.sdl")}) {
         const json text = read_json(name);
-        EXPECT_TRUE(schema.accepts(text)) << name;
-        EXPECT_TRUE(reader_accepts(text)) << name;
+        EXPECT_TRUE(accepts(text, schema())) << name;
+        EXPECT_EQ(told(text), "") << name;
     }
 }
 
-// The keys that the reader names when it meets one that it does not know.
-std::set<std::string> keys_of_reader(json text, const json::json_pointer& place) {
-    text[place]["no such key"] = 1;
-    std::set<std::string> keys;
-    try {
-        read_description(text.dump());
-    } catch (const std::runtime_error& error) {
-        const std::string message = error.what();
-        static const std::regex quoted("\"([^\"]*)\"");
-        for (std::sregex_iterator match(message.begin(), message.end(), quoted), end; match != end; ++match) {
-            keys.insert((*match)[1]);
-        }
-    }
-    return keys;
-}
+const json sample =
+    json::parse(R"({"sdl": 1, "views": [{"name": "V", "objects": [{"name": "O", "address": 1, "members": [
+    {"name": "g", "members": [{"name": "s", "stored": "int8"}]}, {"name": "t", "stored": "uint16"}]}]}]})");
 
-const char* const sample = R"({"sdl": 1, "views": [{"name": "V", "objects": [{"name": "O", "address": 1, "members": [
-    {"name": "g", "members": [{"name": "s", "stored": "int8"}]}, {"name": "t", "stored": "uint16"}]}]}]})";
-
-TEST(SdlSchema, HasTheKeysOfTheReader) {
-    const validator schema;
-    const std::pair<const char*, const char*> rows[] = {
-        {"", ""},
-        {"/$defs/view", "/views/0"},
-        {"/$defs/object", "/views/0/objects/0"},
-        {"/$defs/group", "/views/0/objects/0/members/0"},
-        {"/$defs/signal", "/views/0/objects/0/members/1"},
-    };
+// The plug-in names its keys when it meets one that it does not know.
+TEST(SdlSchema, HasTheKeysOfThePlugin) {
+    const std::pair<const char*, const char*> rows[] = {{"", ""},
+                                                        {"/$defs/view", "/views/0"},
+                                                        {"/$defs/object", "/views/0/objects/0"},
+                                                        {"/$defs/group", "/views/0/objects/0/members/0"},
+                                                        {"/$defs/signal", "/views/0/objects/0/members/1"}};
     for (const auto& [rule, place] : rows) {
         std::set<std::string> keys;
-        for (const auto& item : schema.schema().at(json::json_pointer(rule)).at("properties").items()) {
-            keys.insert(item.key());
+        for (const auto& item : schema().at(json::json_pointer(rule)).at("properties").items()) {
+            keys.insert('"' + item.key() + '"');
         }
-        EXPECT_EQ(keys, keys_of_reader(json::parse(sample), json::json_pointer(place))) << rule;
+        json text = sample;
+        text[json::json_pointer(place)]["no such key"] = 1;
+        const std::string message = told(text);
+        static const std::regex quoted("\"[^\"]*\"");
+        const std::sregex_token_iterator found(message.begin(), message.end(), quoted);
+        EXPECT_EQ(keys, std::set<std::string>(found, {})) << message;
     }
 }
 
-TEST(SdlSchema, TakesAndRefusesWhatTheReaderDoes) {
-    const validator schema;
+// JSON texts that may stand at a place, and behind "not" those that may not.
+TEST(SdlSchema, TakesAndRefusesWhatThePluginDoes) {
     const std::string object = "/views/0/objects/0";
     const std::string signal = object + "/members/1";
-    struct row {
-        std::string place;
-        const char* value;
-        bool good;
+    const std::vector<std::string> rows[] = {
+        {"/sdl", "1", "not", "2"},
+        {"/comment", "not", "5"},
+        {"/views", "[]", "not", "{}"},
+        {"/views/0/name", "\"Every 10 ms\"", "not", "\"10 ms\""},
+        {"/views/0/cycle", "4294967295", "not", "4294967296"},
+        {"/views/0/comment", "not", "\"a\\u0000b\""},
+        {"/views/0/objects", "[]"},
+        {object + "/name", "not", "\"a b\""},
+        {object + "/address", R"("0x0000ffffffffffffFF00")", "not", R"("0x1ffffffffffffffff")", "\"20\"", "-1"},
+        {object + "/count", "not", "0", "\"0x0\""},
+        {object + "/members", "not", "[]"},
+        {object + "/members/0/members", "not", "[]"},
+        {object + "/members/0/stored", "not", "\"int8\""},
+        {signal + "/stored", "\"char8\"", "not", "\"float16\""},
+        {signal + "/bit", "\"0x1000\"", "not", "\"0x1001\""},
+        {signal + "/bits", "\"0x10\"", "not", "0", "65"},
+        {signal + "/byte_order", "not", "\"motorola\""},
+        {signal + "/encoding", "\"ones_complement\""},
+        {signal + "/factor", "not", "\"1\""},
+        {signal + "/coefficients", "[0, 1, 0, 0, 0, 1]", "not", "[0, 1, 0, 0, 0]"},
+        {signal + "/unit", "not", "1"},
+        {signal + "/maximum", "1e3"},
+        {signal + "/values", R"({"-1": "a", "2": "b"})", "not", R"({"a": "a"})", R"({"1": 1})", "[]"},
+        {signal, "not", R"({"name": "s", "stored": "int8", "factor": 1, "coefficients": [0, 1, 0, 0, 0, 1]})",
+         R"({"name": "s"})", R"({"stored": "int8"})", "1"},
     };
-    const row rows[] = {
-        {"/sdl", "1", true},
-        {"/sdl", "2", false},
-        {"/comment", "5", false},
-        {"/views", "{}", false},
-        {"/views", "[]", true},
-        {"/views/0/name", "\"Every 10 ms\"", true},
-        {"/views/0/name", "\"10 ms\"", false},
-        {"/views/0/cycle", "4294967295", true},
-        {"/views/0/cycle", "4294967296", false},
-        {"/views/0/comment", "\"a\\u0000b\"", false},
-        {"/views/0/objects", "[]", true},
-        {object + "/name", "\"a b\"", false},
-        {object + "/address", "\"0x0000ffffffffffffFF00\"", true},
-        {object + "/address", "\"0x1ffffffffffffffff\"", false},
-        {object + "/address", "\"20\"", false},
-        {object + "/address", "-1", false},
-        {object + "/count", "0", false},
-        {object + "/count", "\"0x0\"", false},
-        {object + "/members", "[]", false},
-        {object + "/members/0/members", "[]", false},
-        {object + "/members/0/stored", "\"int8\"", false},
-        {signal + "/stored", "\"float16\"", false},
-        {signal + "/stored", "\"char8\"", true},
-        {signal + "/bit", "\"0x1000\"", true},
-        {signal + "/bit", "\"0x1001\"", false},
-        {signal + "/bits", "\"0x10\"", true},
-        {signal + "/bits", "0", false},
-        {signal + "/bits", "65", false},
-        {signal + "/byte_order", "\"motorola\"", false},
-        {signal + "/encoding", "\"ones_complement\"", true},
-        {signal + "/factor", "\"1\"", false},
-        {signal + "/coefficients", "[0, 1, 0, 0, 0]", false},
-        {signal + "/coefficients", "[0, 1, 0, 0, 0, 1]", true},
-        {signal + "/unit", "1", false},
-        {signal + "/maximum", "1e3", true},
-        {signal + "/values", "{\"-1\": \"a\", \"2\": \"b\"}", true},
-        {signal + "/values", "{\"a\": \"a\"}", false},
-        {signal + "/values", "{\"1\": 1}", false},
-        {signal + "/values", "[]", false},
-        {signal, "{\"name\": \"s\", \"stored\": \"int8\", \"factor\": 1, \"coefficients\": [0, 1, 0, 0, 0, 1]}", false},
-        {signal, "{\"name\": \"s\"}", false},
-        {signal, "{\"stored\": \"int8\"}", false},
-        {signal, "1", false},
-    };
-    for (const row& row : rows) {
-        json text = json::parse(sample);
-        text[json::json_pointer(row.place)] = json::parse(row.value);
-        EXPECT_EQ(schema.accepts(text), row.good) << row.place << " " << row.value;
-        EXPECT_EQ(reader_accepts(text), row.good) << row.place << " " << row.value;
+    for (const auto& row : rows) {
+        bool good = true;
+        for (const std::string& value : std::vector(row.begin() + 1, row.end())) {
+            if (value == "not") {
+                good = false;
+                continue;
+            }
+            json text = sample;
+            text[json::json_pointer(row[0])] = json::parse(value);
+            EXPECT_EQ(accepts(text, schema()), good) << row[0] << " " << value;
+            EXPECT_EQ(told(text).empty(), good) << row[0] << " " << value;
+        }
     }
 }
 
 } // namespace
-} // namespace sdl_parser
+} // namespace tavi::test
