@@ -27,6 +27,11 @@ else()
       -fsanitize=${TAVI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(tavi_compile_options INTERFACE -fsanitize=${TAVI_SANITIZE})
   endif()
+  if(TAVI_BUILD_FUZZ)
+    # A fuzzer learns from what it reached: so every library counts, not the target's own file alone.
+    target_compile_options(tavi_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(tavi_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+  endif()
 endif()
 
 # tavi_shared_library(TARGET): a library of the private directory, named lib<base>.so with that very name as SONAME.
