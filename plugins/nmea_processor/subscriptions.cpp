@@ -34,10 +34,11 @@ void subscriptions::begin_package() noexcept {
 void subscriptions::serve(const image& values) {
     const auto updates = values.updates();
     for (auto& [handle, entry] : by_handle_) {
+        const byte_range& range = entry.range;
         const bool updated = std::any_of(updates.begin(), updates.end(),
-                                         [&](const byte_range& update) { return update.meets(entry.range); });
+                                         [&range](const byte_range& update) { return update.meets(range); });
         if (updated) {
-            const auto bytes = values.bytes().subspan(entry.range.begin, entry.range.end - entry.range.begin);
+            const auto bytes = values.bytes().subspan(range.begin, range.end - range.begin);
             entry.owed.insert(entry.owed.end(), bytes.begin(), bytes.end());
         }
     }

@@ -52,8 +52,9 @@ TEST(signal_type, raw_kinds_and_their_longest_signals) {
     for (const auto& [raw, longest] : std::initializer_list<std::pair<type_kind, std::uint32_t>>{
              {type_kind::char8, 8}, {u16, 16}, {type_kind::float32, 256}, {type_kind::float64, 512}}) {
         EXPECT_EQ(make({.raw = raw, .length = longest})->raw_kind(), raw);
-        EXPECT_EQ(thrown<std::invalid_argument>([&, raw = raw] { make({.raw = raw, .length = longest + 1}); }),
-                  "the specified underlying primitive type cannot store the specified bit length of the signal");
+        EXPECT_EQ(
+            thrown<std::invalid_argument>([raw = raw, over = longest + 1] { make({.raw = raw, .length = over}); }),
+            "the specified underlying primitive type cannot store the specified bit length of the signal");
     }
     for (const type_kind other : {type_kind::boolean, type_kind::float128, type_kind::string, type_kind{0x6006}}) {
         EXPECT_EQ(make({.converted = other}), nullptr);
