@@ -11,6 +11,11 @@ namespace tavi::host {
 namespace {
 
 constexpr std::size_t block_size = 65536;
+// Recorders fill up their buffers with zeros.
+constexpr std::string_view blanks(" \t\0", 3);
+constexpr const char* form = "a sentence reads $GPGGA,...*hh";
+// No clock of a receiver is older; it makes seconds that are never negative.
+constexpr unsigned first_year = 1970;
 constexpr std::int64_t seconds_per_day = 86400;
 // Two-digit years from here on are of the last century.
 constexpr unsigned first_year_of_1900 = 80;
@@ -39,7 +44,7 @@ std::string_view field(std::string_view sentence, std::size_t number) {
 
 std::optional<std::int64_t> day_of(std::optional<unsigned> year, std::optional<unsigned> month,
                                    std::optional<unsigned> day) {
-    if (!year || !month || !day) {
+    if (!year || !month || !day || *year < first_year) {
         return std::nullopt;
     }
     const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(*year)), std::chrono::month(*month),
@@ -59,15 +64,14 @@ constexpr std::array<time_field, 8> time_fields{
 } // namespace
 
 std::optional<bool> nmea_reader::recognise(std::string_view beginning) {
+    constexpr std::string_view starts = "$!\\(";
     while (!beginning.empty()) {
-        const std::size_t stop = beginning.find('\n');
-        if (const char first = beginning.front(); first != '#' && first != '\r' && first != '\n') {
-            return first == '$' || first == '!' || first == '\\';
+        const std::string_view line = beginning.substr(0, beginning.find_first_of("\r\n"));
+        const std::size_t first = line.find_first_not_of(blanks);
+        if (first != line.npos && starts.find(line[first]) != starts.npos) {
+            return line[first] != '(';
         }
-        if (stop == std::string_view::npos) {
-            break;
-        }
-        beginning.remove_prefix(stop + 1);
+        beginning.remove_prefix(std::min(line.size() + 1, beginning.size()));
     }
     return std::nullopt;
 }
@@ -85,13 +89,19 @@ bool nmea_reader::next_line() {
                 return has_line;
             }
         }
+        // The second half of a line end of two.
+        if (std::exchange(after_return_, false) && block_[begin_] == '\n') {
+            ++begin_;
+            continue;
+        }
         has_line = true;
-        const std::size_t stop = std::min(block_.find('\n', begin_), block_.size());
+        const std::size_t stop = std::min(block_.find_first_of("\r\n", begin_), block_.size());
         const std::size_t room = line_limit - line_.size();
         is_too_long_ = is_too_long_ || stop - begin_ > room;
         line_.append(block_, begin_, std::min(stop - begin_, room));
         begin_ = stop;
         if (begin_ < block_.size()) {
+            after_return_ = block_[begin_] == '\r';
             ++begin_;
             ++line_number_;
             return true;
@@ -100,15 +110,23 @@ bool nmea_reader::next_line() {
 }
 
 nmea_reader::outcome nmea_reader::next(nmea_sentence& sentence) {
-    while (next_line()) {
-        if (line_.ends_with('\r')) {
-            line_.pop_back();
+    while (at_ == line_.size()) {
+        if (!next_line()) {
+            at_ = line_.size();
+            return outcome::end;
         }
-        if (!line_.empty() && line_[0] != '#') {
-            return parse(sentence) ? outcome::sentence : outcome::damaged;
+        if (is_too_long_) {
+            at_ = line_.size();
+            fail(line_limit, "the line is longer than any sentence", form);
+            return outcome::damaged;
+        }
+        line_.resize(line_.find_last_not_of(blanks) + 1);
+        at_ = std::min(line_.find_first_not_of(blanks), line_.size());
+        if (at_ < line_.size() && line_[at_] == '#') {
+            at_ = line_.size();
         }
     }
-    return outcome::end;
+    return take_piece(sentence) ? outcome::sentence : outcome::damaged;
 }
 
 bool nmea_reader::fail(std::size_t at, const char* cause, const char* hint) {
@@ -118,42 +136,58 @@ bool nmea_reader::fail(std::size_t at, const char* cause, const char* hint) {
     return false;
 }
 
-bool nmea_reader::parse(nmea_sentence& sentence) {
-    const char* const form = "a sentence reads $GPGGA,...*hh";
-    if (is_too_long_) {
-        return fail(line_limit, "the line is longer than any sentence", form);
-    }
-    std::size_t begin = 0;
-    if (line_[0] == '\\') {
-        begin = line_.find('\\', 1);
-        if (begin == std::string::npos) {
-            return fail(0, "the tag block is not closed", "a tag block stands between two backslashes");
+// What is left of the line, up to where the next sentence begins: nothing else has the characters that sentences begin
+// with, so what comes before one is a sentence that was cut, or noise.
+bool nmea_reader::take_piece(nmea_sentence& sentence) {
+    std::size_t begin = at_;
+    const auto next_start = [this](std::size_t from) {
+        return from < line_.size() ? std::min(line_.find_first_of("$!", from), line_.size()) : line_.size();
+    };
+    if (line_[begin] == '\\') {
+        const std::size_t close = line_.find('\\', begin + 1);
+        if (close == std::string::npos) {
+            at_ = next_start(begin);
+            return fail(begin, "the tag block is not closed", "a tag block stands between two backslashes");
         }
-        ++begin;
+        begin = close + 1;
     }
-    if (begin == line_.size() || (line_[begin] != '$' && line_[begin] != '!')) {
+    at_ = next_start(begin + 1);
+    std::size_t end = at_;
+    while (end > begin && blanks.find(line_[end - 1]) != std::string_view::npos) {
+        --end;
+    }
+    return parse(begin, end, sentence);
+}
+
+bool nmea_reader::parse(std::size_t begin, std::size_t end, nmea_sentence& sentence) {
+    if (begin >= end || (line_[begin] != '$' && line_[begin] != '!')) {
         return fail(begin, "expected '$' or '!'", form);
     }
     unsigned sum = 0;
-    std::size_t at = begin + 1;
-    for (; at < line_.size() && line_[at] != '*'; ++at) {
-        if (line_[at] < ' ' || line_[at] > '~') {
-            return fail(at, "a character that no sentence has", "sentences are printable ASCII");
+    std::size_t star = begin + 1;
+    for (; star < end && line_[star] != '*'; ++star) {
+        if (line_[star] < ' ' || line_[star] > '~') {
+            return fail(star, "a character that no sentence has", "sentences are printable ASCII");
         }
-        sum ^= static_cast<unsigned char>(line_[at]);
+        sum ^= static_cast<unsigned char>(line_[star]);
     }
-    if (at < line_.size()) {
+    if (star < end) {
         unsigned told = 0;
-        const char* const end = line_.data() + line_.size();
-        const auto [stop, failure] = std::from_chars(line_.data() + at + 1, end, told, 16);
-        if (failure != std::errc() || stop != end || line_.size() - at != 3) {
-            return fail(at + 1, "the checksum is no two hexadecimal digits", form);
+        const char* const stop = line_.data() + end;
+        const auto [read, failure] = std::from_chars(line_.data() + star + 1, stop, told, 16);
+        if (failure != std::errc() || read != stop || end - star != 3) {
+            return fail(star + 1, "the checksum is no two hexadecimal digits", form);
         }
         if (told != sum) {
-            return fail(at + 1, "the checksum does not fit", "a character was lost or changed on the way");
+            return fail(star + 1, "the checksum does not fit", "a character was lost or changed on the way");
         }
+        checksums_came_ = true;
+    } else if (at_ < line_.size()) {
+        return fail(at_, "another sentence begins here", "the end of the one before was lost on the way");
+    } else if (checksums_came_) {
+        return fail(end, "the checksum is missing", "sentences before have one: the end of this one was lost");
     }
-    sentence.text = std::string_view(line_).substr(begin);
+    sentence.text = std::string_view(line_).substr(begin, end - begin);
     take_time(sentence.text);
     sentence.time = time_;
     return true;

@@ -4,8 +4,10 @@
 //     $GNGGA,223745.00,3806.62964,N,12237.61382,W,2,12,0.54,83.1,M,-29.5,M,,0000*44
 //     \s:rx1,c:1594507065*2B\$GPGSV,1,1,00,1*65     with a tag block, which is passed over
 //
-// Lines end in LF or CRLF; blank lines and those that begin with '#' are passed over. A sentence begins with '$' or
-// '!', holds printable ASCII only and ends in a checksum that fits, or in none.
+// Lines end in LF, CR or both; blank lines and those that begin with '#' are passed over, so are blanks and zero bytes
+// around a sentence. A sentence begins with '$' or '!', holds printable ASCII without these two and ends in a checksum
+// that fits, or in none while no sentence had one. One that begins within a line is read even if what stands before it
+// is damaged.
 #ifndef HOST_NMEA_READER_HPP
 #define HOST_NMEA_READER_HPP
 
@@ -38,8 +40,8 @@ public:
 
     explicit nmea_reader(byte_source source) : source_(std::move(source)) {}
 
-    // The next sentence, a line that is none (then see fault(), line_text()), or the end. What the source throws goes
-    // through.
+    // The next sentence, a line or a piece of one that is none (then see fault(), line_text()), or the end. What the
+    // source throws goes through.
     outcome next(nmea_sentence& sentence);
 
     // Of the line that `next` told of last: its number from 1, its text (the beginning, when it is too long).
@@ -47,13 +49,14 @@ public:
     std::string_view line_text() const noexcept { return line_; }
     const candump_fault& fault() const noexcept { return fault_; }
 
-    // Whether a text looks like the beginning of such a log: its first line that is neither blank nor a comment begins
-    // with '$', '!' or '\'. Nothing when there is no such line yet.
+    // Whether a text looks like the beginning of such a log: a line begins with '$', '!' or '\' before one begins with
+    // '(' as lines of candump do. Nothing when there is no such line yet.
     static std::optional<bool> recognise(std::string_view beginning);
 
 private:
     bool next_line();
-    bool parse(nmea_sentence& sentence);
+    bool take_piece(nmea_sentence& sentence);
+    bool parse(std::size_t begin, std::size_t end, nmea_sentence& sentence);
     void take_time(std::string_view sentence);
     void take_clock(std::string_view clock);
     bool fail(std::size_t at, const char* cause, const char* hint);
@@ -64,6 +67,12 @@ private:
     std::string line_;
     std::uint64_t line_number_ = 0;
     bool is_too_long_ = false;
+    // Whether the last line ended in CR, which LF may follow.
+    bool after_return_ = false;
+    // Where the rest of the line begins.
+    std::size_t at_ = 0;
+    // From then on a sentence without one is one that was cut.
+    bool checksums_came_ = false;
     candump_fault fault_;
     // Days since 1970 and seconds of the day.
     std::optional<std::int64_t> day_;

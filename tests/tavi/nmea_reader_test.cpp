@@ -9,6 +9,8 @@
 namespace tavi::host {
 namespace {
 
+using namespace std::string_literals;
+
 // With its checksum.
 std::string sentence(const std::string& body) {
     unsigned sum = 0;
@@ -44,11 +46,11 @@ TEST(nmea_reader, gives_each_sentence_its_time) {
                             sentence("GPGLL,,,,,000000.25,A,A") + sentence("GNRMC,000000.25,A,,,,,,,120720,,,D") +
                             sentence("GPZDA,010203,29,02,2024,00,00") + sentence("GPGGA,250000,,,,,0,,,,,,,,") +
                             sentence("GPRMC,000001,A,,,,,,,310299,,,D") + sentence("GPRMC,000001,A,,,,,,,311299,,,D") +
-                            "\\s:a*00\\$GPTXT,no checksum";
+                            sentence("GPZDA,010203,01,01,0000,00,00") + "\\s:a*00\\" + sentence("GPTXT,tagged");
     for (const std::size_t step : {1U, 7U, 5000U}) {
         EXPECT_EQ(read(log, step),
                   "GGA@ RMC@1594511999.00 GSV@1594511999.00 GLL@1594512000.25 RMC@1594512000.25 ZDA@1709168523 "
-                  "GGA@1709168523 RMC@1709168523 RMC@946598401 TXT@946598401 ");
+                  "GGA@1709168523 RMC@1709168523 RMC@946598401 ZDA@946598401 TXT@946598401 ");
     }
 }
 
@@ -59,10 +61,13 @@ TEST(nmea_reader, tells_where_a_line_is_damaged) {
         {"\n#\n$GPGLL,1*5", "3:10 "},
         {"$GPGLL,\xFF*00", "1:8 "},
         {"$GPGLL,1*0x1", "1:10 "},
-        {"\\s:a $GPGLL", "1:1 "},
+        {"\\s:a $GPGLL", "1:1 GLL@ "},
         {"\\s:a\\GPGLL", "1:6 "},
         {"\\\\", "1:3 "},
         {'$' + std::string(100000, 'a') + "\n$GPTXT", "1:4097 TXT@ "},
+        {"$GPRMC,2\r$GPGLL,1*4D\r\n\n$GPTXT,cut", "RMC@ GLL@ 4:11 "},
+        {"$GPRMC,2$GPGLL,1*4D!AIVDM*57\0 \n \t"s, "1:9 GLL@ VDM@ "},
+        {"\xB5\x62 $GPGLL,1*4D", "1:1 GLL@ "},
     };
     for (const auto& [log, result] : cases) {
         EXPECT_EQ(read(log, 3), result) << log.substr(0, 50);
@@ -71,6 +76,7 @@ TEST(nmea_reader, tells_where_a_line_is_damaged) {
 
 TEST(nmea_reader, recognises_its_logs) {
     EXPECT_EQ(nmea_reader::recognise("# (1.0)\r\n\r\n!AIVDM"), true);
+    EXPECT_EQ(nmea_reader::recognise("1,N*47\r $GP"), true);
     EXPECT_EQ(nmea_reader::recognise("(1.0) can0 0C0#"), false);
     EXPECT_EQ(nmea_reader::recognise("# only comments\n# $"), std::nullopt);
 }

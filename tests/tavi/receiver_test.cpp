@@ -38,13 +38,14 @@ TEST(receiver, gives_the_satellites_that_are_in_view) {
 
 TEST(receiver, tells_of_damage_and_wrong_use) {
     const workplace here;
-    here.write("x.nmea", "$GPGSV,1,1,00*79\nnoise\n$GPGSV,1,1,00*78\n");
+    here.write("x.nmea", "$GPGSV,1,1,00*79\nnoise\n$GPGSV,1,1,00*78\n$GPGSV,2*4B\n");
     const ended run = here.tavi("decode x.nmea");
     EXPECT_EQ(run.code, 3);
     EXPECT_THAT(run.err, StartsWith("x.nmea:2:1: error: expected '$' or '!'\n"));
     EXPECT_THAT(run.err, HasSubstr("x.nmea:3:15: error: the checksum does not fit\n"));
+    EXPECT_THAT(run.err, HasSubstr("x.nmea:4: error: the processor cannot read the sentence\n"));
     EXPECT_THAT(run.err, HasSubstr("tavi: 1 sentence read: 1 matched\n"
-                                   "tavi: lost: 2 damaged lines (first: x.nmea:2)\n"));
+                                   "tavi: lost: 3 damaged lines (first: x.nmea:2)\n"));
     here.write("e.dbc", engine_dbc);
     EXPECT_EQ(here.tavi("decode x.nmea -d e.dbc").code, 2);
     EXPECT_EQ(here.tavi("decode x.nmea -d e.dbc --input candump").code, 3);

@@ -69,4 +69,9 @@ std::uint64_t object_decoder::decode(const qor_package_t& package, std::string_v
     return written;
 }
 
+bool object_decoder::served(std::uint64_t handle) const noexcept {
+    return std::any_of(records_.begin(), records_.end(),
+                       [&](const qor_dynamic_data_t& record) { return record.subscription_handle == handle; });
+}
+
 } // namespace tavi::tool

@@ -39,6 +39,9 @@ public:
     // Throws: host::error when a plug-in fails, and what `report` throws.
     std::uint64_t decode(const qor_package_t& package, std::string_view time, const short_record& report = {});
 
+    // Whether the last package gave a record to a subscription, also one that the decoder knows nothing of.
+    bool served(std::uint64_t handle) const noexcept;
+
     // Objects that were asked for, and of how many the last package gave a record.
     std::size_t object_count() const noexcept { return objects_.size(); }
     std::size_t found_count() const noexcept { return found_count_; }
