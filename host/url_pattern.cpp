@@ -100,9 +100,14 @@ url_pattern::url_pattern(std::string_view pattern) : text_(pattern) {
 std::size_t url_pattern::read_filter(level& read, std::size_t at) {
     const std::size_t close = text_.find(']', at);
     std::string inside = text_.substr(at + 1, std::min(close, text_.size()) - at - 1);
-    inside.erase(std::remove(inside.begin(), inside.end(), ' '), inside.end());
+    // Blanks stand between words, not within a number.
+    inside.erase(inside.find_last_not_of(' ') + 1);
+    inside.erase(0, inside.find_first_not_of(' '));
     const char* const end = inside.data() + inside.size();
     const auto number = std::from_chars(inside.data(), end, read.index);
+    if (number.ec == std::errc::invalid_argument) {
+        inside.erase(std::remove(inside.begin(), inside.end(), ' '), inside.end());
+    }
     if (inside == "last()") {
         read.filter = filter_kind::last;
     } else if (inside == "first()" || (number.ec == std::errc() && number.ptr == end)) {
