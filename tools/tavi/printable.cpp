@@ -32,8 +32,12 @@ std::size_t character_length(std::string_view text) {
     }
     const bool overlong = (length == 3 && value < 0x800) || (length == 4 && value < 0x10000);
     const bool surrogate = value >= 0xD800 && value <= 0xDFFF;
-    // The second block of control characters moves cursors as the first does.
-    return overlong || surrogate || value > 0x10FFFF || value < 0xA0 ? 0 : length;
+    // Marks of direction make the rest of a line read in another order than it stands.
+    const bool turns = value == 0x200E || value == 0x200F || value == 0x061C || (value >= 0x202A && value <= 0x202E) ||
+                       (value >= 0x2066 && value <= 0x2069);
+    // The second block of control characters moves cursors as the first does, and so do both ends of lines.
+    const bool moves = value < 0xA0 || value == 0x2028 || value == 0x2029;
+    return overlong || surrogate || value > 0x10FFFF || turns || moves ? 0 : length;
 }
 
 // What stands for the text's first character, and how many bytes that took.
