@@ -1,6 +1,7 @@
 #include "plugins/sdl_parser/sdl_json.hpp"
 
 #include <algorithm>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <unordered_set>
@@ -44,6 +45,16 @@ public:
         return true;
     }
 
+    // The JSON pointer of the value that is read, or comes next.
+    std::string pointer() const {
+        std::string text;
+        for (const level& level : open_) {
+            text += '/';
+            text += (level.is_array ? std::to_string(level.elements) : escaped(level.last_key));
+        }
+        return text.empty() ? "/" : text;
+    }
+
 private:
     struct level {
         bool is_array = false;
@@ -61,33 +72,41 @@ private:
     void take_key(const std::string& key) {
         open_.back().last_key = key;
         if (!open_.back().keys.insert(key).second) {
-            std::string pointer;
-            for (const level& level : open_) {
-                pointer += '/';
-                pointer += (level.is_array ? std::to_string(level.elements) : escaped(level.last_key));
-            }
-            throw sdl_error(pointer + ": the key stands here twice");
+            throw sdl_error(pointer() + ": the key stands here twice");
         }
     }
 
     std::vector<level> open_;
 };
 
+// The library counts bytes from 1; people look for lines and columns.
+[[noreturn]] void fail_at(std::string_view text, size_t byte, const std::string& cause) {
+    const std::string_view before = text.substr(0, std::min(byte > 0 ? byte - 1 : 0, text.size()));
+    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    const size_t column = before.size() - (before.find_last_of('\n') + 1) + 1;
+    throw std::runtime_error(std::to_string(line) + ":" + std::to_string(column) + ": expected JSON, " + cause);
+}
+
+std::string text_of(const json::exception& error) {
+    const std::string text = error.what();
+    const size_t end_of_id = text.find("] ");
+    return end_of_id == std::string::npos ? text : text.substr(end_of_id + 2);
+}
+
 } // namespace
 
 json parse_json(std::string_view text) {
+    // The library takes one for the end of the text.
+    if (const size_t zero = text.find('\0'); zero != std::string_view::npos) {
+        fail_at(text, zero + 1, "found a zero byte");
+    }
+    key_check check;
     try {
-        return json::parse(text, key_check());
-    } catch (const json::exception& error) {
-        // The library counts bytes from 1; people look for lines and columns. Numbers beyond a double have no place.
-        const auto* const place = dynamic_cast<const json::parse_error*>(&error);
-        const size_t offset = place != nullptr && place->byte > 0 ? place->byte - 1 : 0;
-        const std::string_view before = text.substr(0, std::min(offset, text.size()));
-        const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-        const size_t column = before.size() - (before.find_last_of('\n') + 1) + 1;
-        std::string cause = error.what();
-        cause.erase(0, cause.find("] ") == std::string::npos ? 0 : cause.find("] ") + 2);
-        throw std::runtime_error(std::to_string(line) + ":" + std::to_string(column) + ": expected JSON, " + cause);
+        return json::parse(text, std::ref(check));
+    } catch (const json::out_of_range& error) {
+        throw sdl_error(check.pointer() + ": expected a number that a double can hold, " + text_of(error));
+    } catch (const json::parse_error& error) {
+        fail_at(text, error.byte, text_of(error));
     }
 }
 

@@ -93,8 +93,11 @@ std::string read_value_table(const sdl_value& values) {
         const sdl_value text = values.at(key);
         int64_t stored = 0;
         const auto [stop, error] = std::from_chars(key.data(), key.data() + key.size(), stored);
-        if (error != std::errc() || stop != key.data() + key.size()) {
+        if (error == std::errc::invalid_argument || stop != key.data() + key.size()) {
             text.reject("the key of a value table has to be an integer");
+        }
+        if (error != std::errc() || std::to_string(stored) != key) {
+            text.reject("the key of a value table has to fit int64 and to have no leading zeros");
         }
         table += table.empty() ? "" : "\n";
         table += std::to_string(stored) + "=";

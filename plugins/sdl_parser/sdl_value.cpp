@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 
 namespace sdl_parser {
 
@@ -43,6 +44,13 @@ std::optional<uint64_t> read_hexadecimal(const std::string& text) {
     return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
 }
 
+// Numbers such as 16.0, 1e2 and -0, which are integers in JSON.
+std::optional<uint64_t> whole(double number) {
+    constexpr double largest_exact = 0x1p53;
+    const bool is_whole = number >= 0 && number <= largest_exact && number == std::floor(number);
+    return is_whole ? std::optional(static_cast<uint64_t>(number)) : std::nullopt;
+}
+
 } // namespace
 
 std::string escaped(const std::string& key) {
@@ -52,6 +60,8 @@ std::string escaped(const std::string& key) {
             text += "~0";
         } else if (character == '/') {
             text += "~1";
+        } else if (character == '\0') {
+            text += "\\u0000"; // messages end at a zero
         } else {
             text += character;
         }
@@ -116,6 +126,8 @@ uint64_t sdl_value::integer(uint64_t minimum, uint64_t maximum) const {
     std::optional<uint64_t> value;
     if (json_->is_number_unsigned()) {
         value = json_->get<uint64_t>();
+    } else if (json_->is_number()) {
+        value = whole(json_->get<double>());
     } else if (json_->is_string()) {
         value = read_hexadecimal(json_->get_ref<const std::string&>());
     }

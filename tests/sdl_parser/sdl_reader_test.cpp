@@ -34,8 +34,8 @@ Raw View.O.g.s 1+3|12@0 2*6 bytes int16 = float32(1 2 3 / 4 5 6) encoding 2 [-1.
 
 TEST(SdlReader, DefaultsFollowFromWhatStandsBefore) {
     const auto read = read_sdl(around(
-        R"({"name": "a", "stored": "uint16"},
-           {"name": "b", "stored": "uint32", "bits": 20, "bit": 2, "count": 3},
+        R"({"name": "a", "stored": "uint16", "at": -0},
+           {"name": "b", "stored": "uint32", "bits": 2e1, "bit": 2, "count": 3},
            {"name": "c", "stored": "uint8", "factor": 0.5, "offset": -40},
            {"name": "g", "count": 2, "members": [{"name": "x", "stored": "float64"}, {"name": "y", "stored": "int8"}]},
            {"name": "d", "stored": "int16", "byte_order": "inconsistent_big_endian", "bits": 12, "bit": 12},
@@ -110,7 +110,10 @@ TEST(SdlReader, NamesThePlaceOfEachFault) {
         {around(R"({"name": "a", "stored": "int8", "maximum": -1})"),
          members + "/0/maximum: the minimum lies above the maximum"},
         {around(R"({"name": "a", "stored": "int8", "factor": 1e999})"),
-         "1:1: expected JSON, number overflow parsing '1e999'"},
+         members + "/0/factor: expected a number that a double can hold, number overflow parsing '1e999'"},
+        {"{}\n" + std::string(1, '\0'), "2:1: expected JSON, found a zero byte"},
+        {around(R"({"name": "a", "stored": "int8", "values": {"01": "y"}})"),
+         members + "/0/values/01: the key of a value table has to fit int64 and to have no leading zeros"},
         {R"({"sdl": 1, "comment": 2, "views": []})", "/comment: expected a text, found 2"},
         {around(R"({"name": "g", "count": 4294967295, "members": [{"name": "a", "stored": "int16"}]},
                    {"name": "b", "stored": "int8"})"),
