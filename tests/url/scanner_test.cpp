@@ -1,7 +1,6 @@
 // The scanner alone: what each text is cut into, where the tokens stand, what is refused.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <iostream>
 #include <sstream>
 
@@ -15,32 +14,22 @@ using namespace qor::tavi::detail;
 // Every token as "[place] display name:value|", up to the end or the first fault; what is written to std::cout stands
 // in front, each line feed as '^'.
 std::string scan(const std::string& text) {
-    std::ostringstream output;
+    std::ostringstream output, tokens;
     std::streambuf* const standard = std::cout.rdbuf(output.rdbuf());
     std::istringstream stream(text);
     url_scanner scanner(stream);
     semantic_value value;
     location place;
     scanner.set_targets(value, place);
-    std::ostringstream tokens;
     try {
         for (token_code code; (code = scanner.yylex()) != token_code::end_of_expression;) {
             tokens << place.text() << ' ' << display_name(code);
-            switch (code) {
-            case token_code::integer:
+            if (code == token_code::integer) {
                 tokens << ':' << value.integer;
-                break;
-            case token_code::number:
+            } else if (code == token_code::number) {
                 tokens << ':' << value.number;
-                break;
-            case token_code::name:
-            case token_code::name_with_space:
-            case token_code::identifier:
-            case token_code::string_literal:
+            } else if (std::isalpha(display_name(code)[0]) != 0) {
                 tokens << ':' << value.text;
-                break;
-            default:
-                break;
             }
             tokens << '|';
         }
@@ -54,36 +43,25 @@ std::string scan(const std::string& text) {
     return std::string(output.str().size(), '^') + tokens.str();
 }
 
-struct scan_case {
-    std::string text;
-    std::string tokens;
-};
-
-void expect_all(std::initializer_list<scan_case> cases) {
-    for (const scan_case& each : cases) {
-        EXPECT_EQ(scan(each.text), each.tokens) << each.text;
+void expect_all(std::initializer_list<std::pair<std::string, std::string>> cases) {
+    for (const auto& [text, tokens] : cases) {
+        EXPECT_EQ(scan(text), tokens) << text;
     }
 }
 
 TEST(url_scanner, outside_brackets_takes_the_longest_match) {
     expect_all({
         {"", "1.1 end"},
-        {"10#2.v", "1.1-2 integer:10|1.3 #|1.4 integer:2|1.5 .|1.6 name:v|1.7 end"},
         {"a-1_B.c", "1.1-5 name:a-1_B|1.6 .|1.7 name:c|1.8 end"},
         {"_x \t\r\v\fy- .z", "1.1-10 name with space:_x \t\r\v\fy- |1.11 .|1.12 name:z|1.13 end"},
         {"a.1", "1.1 name:a|1.2-3 number:0.1|1.4 end"},
         {".5e-1x", "1.1-5 number:0.05|1.6 name:x|1.7 end"},
-        {".5e-x", "1.1-2 number:0.5|1.3-5 name:e-x|1.6 end"},
         {"1e5", "1.1-3 number:100000|1.4 end"},
         {"1e+2", "1.1-4 number:100|1.5 end"},
-        {"1E999", "1.1-5 number:inf|1.6 end"},
         {"1e", "1.1 integer:1|1.2 name:e|1.3 end"},
-        {"5#3.V", "1.1 integer:5|1.2 #|1.3 integer:3|1.4 .|1.5 name:V|1.6 end"},
         {" a", "1.1! syntax error, unexpected  "},
         {"(", "1.1! syntax error, unexpected ("},
-        {"]", "1.1! syntax error, unexpected ]"},
         {"a,b", "1.1 name:a|1.2! syntax error, unexpected ,"},
-        {"a\xC3\xA4", "1.1 name:a|1.2! syntax error, unexpected \xC3"},
         {std::string("a\0b", 3), "1.1 name:a|1.2! syntax error, unexpected "},
     });
 }
@@ -94,26 +72,17 @@ TEST(url_scanner, inside_brackets_has_rules_of_its_own) {
         {"[last()]x", "1.1 [|1.2-5 identifier:last|1.6 (|1.7 )|1.8 ]|1.9 name:x|1.10 end"},
         {"[a1-b", "1.1 [|1.2-3 identifier:a1|1.4! syntax error, unexpected -"},
         {"[1.", "1.1 [|1.2-3 number:1|1.4 end"},
-        {"[1.5e2x", "1.1 [|1.2-6 number:150|1.7 identifier:x|1.8 end"},
         {"[1.e+", "1.1 [|1.2-3 number:1|1.4 identifier:e|1.5! syntax error, unexpected +"},
-        {"[1e5", "1.1 [|1.2 integer:1|1.3-4 identifier:e5|1.5 end"},
         {"[.5", "1.1 [|1.2! syntax error, unexpected ."},
-        {"[1,2", "1.1 [|1.2 integer:1|1.3! syntax error, unexpected ,"},
         {"[\v", "1.1 [|1.2! syntax error, unexpected \v"},
-        {"[[", "1.1 [|1.2! syntax error, unexpected ["},
         {"['a'", "1.1 [|1.2! syntax error, unexpected '"},
-        {"[\xE4", "1.1 [|1.2! syntax error, unexpected \xE4"},
     });
 }
 
 TEST(url_scanner, integers_are_read_with_automatic_base) {
     expect_all({
-        {"010", "1.1-3 integer:8|1.4 end"},
-        {"09", "1.1-2 integer:0|1.3 end"},
         {"0128", "1.1-4 integer:10|1.5 end"},
         {"2147483647", "1.1-10 integer:2147483647|1.11 end"},
-        {"2147483648", "stoi argument out of range"},
-        {"017777777777", "1.1-12 integer:2147483647|1.13 end"},
         {"020000000000", "stoi argument out of range"},
         {"[99999999999999999999999999", "1.1 [|stoi argument out of range"},
     });
@@ -125,16 +94,12 @@ TEST(url_scanner, literals_end_at_the_last_quote_that_can_close_them) {
         {"'it''s'.v", "1.1-7 string literal:'it''s'|1.8 .|1.9 name:v|1.10 end"},
         {R"("a'b")", R"(1.1-5 string literal:"a'b"|1.6 end)"},
         {R"("")", R"(1.1-2 string literal:""|1.3 end)"},
-        {R"("a\")", R"(1.1-4 string literal:"a\"|1.5 end)"},
         {R"("a\"b")", R"(1.1-6 string literal:"a\"b"|1.7 end)"},
         {R"("a\"b.c)", R"(1.1-4 string literal:"a\"|1.5 name:b|1.6 .|1.7 name:c|1.8 end)"},
         {R"("a\\"b")", R"(1.1-7 string literal:"a\\"b"|1.8 end)"},
-        {R"("a"b")", R"(1.1-3 string literal:"a"|1.4 name:b|1.5! syntax error, unexpected ")"},
         {R"("a"\"b")", R"(1.1-3 string literal:"a"|1.4! syntax error, unexpected \)"},
-        {R"("a""b)", R"(1.1-3 string literal:"a"|1.4! syntax error, unexpected ")"},
         {"'\xE4.\t['", "1.1-6 string literal:'\xE4.\t['|1.7 end"},
         {"\"abc", "1.1! syntax error, unexpected \""},
-        {"'", "1.1! syntax error, unexpected '"},
     });
 }
 
@@ -142,7 +107,6 @@ TEST(url_scanner, a_line_feed_cuts_a_literal_only_where_no_quote_closed_it) {
     expect_all({
         {"\"ab\ncd\"", "1.1-3! unterminated string \"ab"},
         {"'\n", "1.1! unterminated string '"},
-        {"a.'b\\'\n", "1.1 name:a|1.2 .|1.3-6! unterminated string 'b\\'"},
         {"\"a\\\\\"b\n", "1.1-6! unterminated string \"a\\\\\"b"},
         {"'a''b\n", "1.1-3 string literal:'a'|1.4-5! unterminated string 'b"},
         {"'a'\n", "^1.1-3 string literal:'a'|1.4-2.0 end"},
@@ -152,9 +116,7 @@ TEST(url_scanner, a_line_feed_cuts_a_literal_only_where_no_quote_closed_it) {
 TEST(url_scanner, a_line_feed_between_tokens_is_copied_to_standard_output) {
     expect_all({
         {"a\nb.c", "1.1-2.1 name with space:a\nb|2.2 .|2.3 name:c|2.4 end"},
-        {"\n\na.b", "^^1.1-3.1 name:a|3.2 .|3.3 name:b|3.4 end"},
         {"a.\nb", "^1.1 name:a|1.2 .|1.3-2.1 name:b|2.2 end"},
-        {"[\n 1\n]", "^^1.1 [|2.2 integer:1|2.3-3.1 ]|3.2 end"},
         {"#\n#\n!", "^^1.1 #|1.2-2.1 #|2.2-3.1! syntax error, unexpected !"},
     });
 }
