@@ -1,10 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "runtime/holders.hpp"
+#include "runtime/memory_allocator.hpp"
 #include "runtime/sanitize_source_name.hpp"
-#include "tests/support/counting_allocator.hpp"
 #include "tests/support/thrown.hpp"
 
 namespace {
@@ -14,7 +15,6 @@ using tavi::test::thrown;
 
 // A leak or a double free of these is what the address sanitizer reports.
 TEST(holders, own_or_leave_alone) {
-    static_assert(sizeof(dynamic_data_holder) == 2 * sizeof(void*));
     EXPECT_FALSE(wrap_node(nullptr, true));
     EXPECT_FALSE(wrap_nodes(nullptr, true));
     qor_type_node_t original = {};
@@ -35,15 +35,20 @@ TEST(holders, own_or_leave_alone) {
     EXPECT_EQ(thrown<std::runtime_error>([&] { make_sequence(UINT64_MAX / 2); }), "memory allocation failed");
 }
 
-TEST(holders, a_record_goes_back_to_its_allocator_unless_released) {
-    tavi::test::counting_allocator allocator;
-    qor_dynamic_data_t* record = nullptr;
-    qor_dynamic_data_create(&allocator, &record, nullptr);
-    record = wrap_dynamic_data(record, &allocator).release();
-    EXPECT_EQ(allocator.alive(), 1u);
-    { const dynamic_data_holder holder = wrap_dynamic_data(record, &allocator); }
-    EXPECT_EQ(allocator.alive(), 0u);
-    EXPECT_EQ(allocator.foreign, 0u);
+TEST(default_memory_allocator, serves_through_its_record) {
+    qor_memory_allocator_t& record = default_memory_allocator::instance();
+    auto* bytes = static_cast<unsigned char*>(record.calloc(4, 8, record.context));
+    EXPECT_EQ(std::count(bytes, bytes + 32, 0), 32);
+    bytes[31] = 7;
+    bytes = static_cast<unsigned char*>(record.realloc(bytes, 4096, record.context));
+    EXPECT_EQ(bytes[31], 7);
+    EXPECT_EQ(record.realloc(bytes, 64, nullptr), nullptr);
+    record.free(bytes, nullptr);
+    record.free(bytes, record.context);
+    void* const aligned = record.aligned_malloc(256, 10, record.context);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(aligned) % 256, 0u);
+    record.aligned_free(aligned, record.context);
+    EXPECT_EQ(record.malloc(16, nullptr), nullptr);
 }
 
 TEST(sanitize_source_name, asks_again_for_a_name_that_outgrows_the_first_room) {

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "qorc/extensibility/log.h"
 #include "runtime/enable_service_locator.hpp"
 #include "runtime/service_locator.hpp"
@@ -36,15 +34,12 @@ struct fake_locator : qor_service_locator_t {
 };
 
 TEST(service_locator, a_missing_table_or_function_knows_nothing_and_leaves_the_target_alone) {
-    fake_locator hollow;
-    hollow.resolve = nullptr;
-    hollow.can_resolve = nullptr;
+    qor_service_locator_t hollow{};
     void* target = &hollow;
-    for (qor_service_locator_t* const table : {static_cast<qor_service_locator_t*>(&hollow), {}}) {
-        const service_locator locator(table);
-        EXPECT_NO_THROW(locator.resolve("qor_log_t", &target));
+    for (qor_service_locator_t* const table : {&hollow, static_cast<qor_service_locator_t*>(nullptr)}) {
+        EXPECT_NO_THROW(service_locator(table).resolve("qor_log_t", &target));
         EXPECT_EQ(target, &hollow);
-        EXPECT_FALSE(locator.can_resolve("qor_log_t"));
+        EXPECT_FALSE(service_locator(table).can_resolve("qor_log_t"));
     }
 }
 
@@ -82,7 +77,6 @@ TEST(enable_service_locator, answers_for_what_was_entered_and_names_the_first_mi
         {call(record.resolve, &object, "QOR_LOG_T", &target), failed("requested service 'QOR_LOG_T' not found")},
         {call(record.resolve, &object, "empty", &target), failed(std::bad_function_call().what())},
         {call(record.resolve, nullptr, nullptr, nullptr), invalid("argument 'handle' was not initialized")},
-        {call(record.resolve, &object, "x", nullptr), invalid("argument 'target' was not initialized")},
         {call(record.can_resolve, &object, nullptr, nullptr), invalid("argument 'service_type' was not initialized")},
         {call(record.can_resolve, &object, "x", nullptr), invalid("argument 'can_resolve' was not initialized")},
         {call(record.can_resolve, &object, "struct qor_log_t", &known), succeeded},
