@@ -90,6 +90,7 @@ void frame_decoder::decode(const host::candump_reader& reader, const host::candu
                                    host::lenient, records_);
     rows_.set_time(frame.time);
     bool has_values = false;
+    const std::uint64_t short_before = totals_.short_frames;
     for (const qor_dynamic_data_t& record : records_) {
         const auto wanted = std::find_if(found.targets.begin(), found.targets.end(), [&](const target* candidate) {
             return candidate->handle == record.subscription_handle;
@@ -99,6 +100,9 @@ void frame_decoder::decode(const host::candump_reader& reader, const host::candu
         }
     }
     ++(has_values ? totals_.matched : totals_.without_values);
+    if (options_.catalogue.strict && totals_.short_frames != short_before) {
+        throw command_error("tavi: error: stopped at the first short frame, since the run is strict");
+    }
 }
 
 interface_routes& frame_decoder::routes_of(std::size_t channel) {
@@ -196,9 +200,6 @@ void frame_decoder::report_short(const host::candump_reader& reader, const host:
     const diagnostic message{topic::short_frame, log_, reader.line_number(), 0, cause, reader.line_text(),
                              std::string_view{}};
     messages_.report(message);
-    if (options_.catalogue.strict) {
-        throw command_error("tavi: error: stopped at the first short frame, since the run is strict");
-    }
 }
 
 void rethrow_with_place(const std::exception_ptr& failure, const std::string& log, std::uint64_t line) {

@@ -59,23 +59,31 @@ std::string range_text(const memory_place& place, std::size_t size) {
     return text;
 }
 
+void count_values(account& totals, std::uint64_t values) {
+    ++totals.frames;
+    totals.values = values;
+    ++(values != 0 ? totals.matched : totals.without_values);
+}
+
 } // namespace
 
 memory_place parse_memory_place(const std::string& text) {
     memory_place place;
     bool has_address = false;
+    bool has_cycle = false;
     for (std::string_view rest = text; !rest.empty();) {
         const std::string_view part = rest.substr(0, rest.find(','));
         rest.remove_prefix(std::min(part.size() + 1, rest.size()));
         const std::string_view key = part.substr(0, part.find('='));
         std::uint64_t number = 0;
         const bool known = key == "address" || key == "cycle";
-        if (!known || key.size() == part.size() || !read_number(part.substr(key.size() + 1), number) ||
+        const bool repeated = key == "address" ? has_address : has_cycle;
+        if (!known || repeated || key.size() == part.size() || !read_number(part.substr(key.size() + 1), number) ||
             (key == "cycle" && number > std::numeric_limits<std::uint32_t>::max())) {
             throw command_error("tavi: error: --memory cannot be read: '" + printable(part) + "'", exit_code::usage,
                                 "it reads address=0x20000000 or address=0x20000000,cycle=5");
         }
-        has_address = has_address || key == "address";
+        (key == "address" ? has_address : has_cycle) = true;
         key == "address" ? place.address = number : place.cycle = static_cast<std::uint32_t>(number);
     }
     if (!has_address) {
@@ -88,6 +96,9 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
                    selection& selection, row_writer& rows, diagnostics& messages, account& totals) {
     const memory_place place = parse_memory_place(options.memory);
     const std::vector<std::uint8_t> bytes = read_all(input);
+    if (!bytes.empty() && bytes.size() - 1 > std::numeric_limits<std::uint64_t>::max() - place.address) {
+        throw command_error("tavi: error: " + range_text(place, bytes.size()) + " end behind the last address");
+    }
     catalogue.register_interface(0, source_name, source_name);
     object_decoder decoder(catalogue::interface_source_id, 0, source_name, catalogue, selection, rows);
 
@@ -99,8 +110,7 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
     store_little_endian(payload.subspan(8, 8), place.cycle);
     std::copy(bytes.begin(), bytes.end(), payload.begin() + header_size);
 
-    ++totals.frames;
-    totals.values = decoder.decode(
+    const std::uint64_t values = decoder.decode(
         package.package(), {}, [&](const message& object, std::size_t size, std::size_t whole_size, std::size_t lost) {
             ++totals.short_frames;
             const std::string cause = "the piece ends within " + object.path + ", after " + std::to_string(size) +
@@ -108,10 +118,11 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
                                       (lost == 1 ? " value is" : " values are") + " not in it";
             messages.report({topic::short_frame, totals.log, 0, 0, cause, {}, {}});
             if (options.catalogue.strict) {
+                count_values(totals, decoder.written());
                 throw command_error("tavi: error: stopped at the first object cut short, since the run is strict");
             }
         });
-    ++(totals.values != 0 ? totals.matched : totals.without_values);
+    count_values(totals, values);
     if (decoder.found_count() < decoder.object_count()) {
         messages.print("tavi: note: " + std::to_string(decoder.object_count() - decoder.found_count()) + " of " +
                        std::to_string(decoder.object_count()) + " objects are not in " +

@@ -50,7 +50,7 @@ std::uint64_t object_decoder::decode(const qor_package_t& package, std::string_v
     catalogue_.extractor().process(package, host::lenient, records_);
     writer_.set_time(time);
     found_count_ = 0;
-    std::uint64_t written = 0;
+    written_ = 0;
     for (const qor_dynamic_data_t& record : records_) {
         const object* const served = find(record.subscription_handle);
         if (served == nullptr) {
@@ -61,12 +61,12 @@ std::uint64_t object_decoder::decode(const qor_package_t& package, std::string_v
         if (zeros_ == zero_elements::left_out) {
             bytes = without_zero_elements(bytes, *served->subscribed->node);
         }
-        written += write_record(writer_, *served->plan, served->rows, bytes, readings_);
+        written_ += write_record(writer_, *served->plan, served->rows, bytes, readings_);
         if (const std::size_t lost = report ? lost_values(*served->plan, bytes) : 0; lost != 0) {
             report(*served->subscribed, bytes.size(), served->plan->plan.record_size(), lost);
         }
     }
-    return written;
+    return written_;
 }
 
 bool object_decoder::served(std::uint64_t handle) const noexcept {

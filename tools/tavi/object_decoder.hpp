@@ -39,6 +39,9 @@ public:
     // Throws: host::error when a plug-in fails, and what `report` throws.
     std::uint64_t decode(const qor_package_t& package, std::string_view time, const short_record& report = {});
 
+    // Rows of the last package; while it is decoded those so far.
+    std::uint64_t written() const noexcept { return written_; }
+
     // Whether the last package gave a record to a subscription, also one that the decoder knows nothing of.
     bool served(std::uint64_t handle) const noexcept;
 
@@ -62,6 +65,7 @@ private:
     // Ascending by handle.
     std::vector<object> objects_;
     std::size_t found_count_ = 0;
+    std::uint64_t written_ = 0;
     host::record_list records_;
     std::vector<host::reading> readings_;
 };

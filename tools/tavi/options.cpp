@@ -10,8 +10,14 @@ namespace {
 
 constexpr int most_jobs = 256;
 
+// An empty text would count as an option that was not given: most often a variable of a script that was not set.
+CLI::Validator not_empty() {
+    return {[](const std::string& text) -> std::string { return text.empty() ? "expected a text, found none" : ""; },
+            ""};
+}
+
 CLI::Option& add_storage_option(CLI::App& command, catalogue_options& options, const char* text) {
-    return *command.add_option("--storage", options.storage, text)->type_name("URI");
+    return *command.add_option("--storage", options.storage, text)->type_name("URI")->check(not_empty());
 }
 
 void add_catalogue_options(CLI::App& command, catalogue_options& options, const char* description_name,
@@ -94,8 +100,11 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         .add_option("--memory", options.memory,
                     "LOG is a piece of memory, read at address=0x20000000 or address=0x20000000,cycle=5")
         ->type_name("PLACE")
+        ->check(not_empty())
         ->excludes(&input);
-    command.add_option("-o,--output", options.output, "File to write instead of standard output")->type_name("FILE");
+    command.add_option("-o,--output", options.output, "File to write instead of standard output")
+        ->type_name("FILE")
+        ->check(not_empty());
     command
         .add_option("-j,--jobs", options.jobs,
                     "Processors to decode a candump log with (default: all there are); the output is the same")
@@ -103,7 +112,8 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         ->check(CLI::Range(1, most_jobs).description(""));
     command.add_flag("--j1939", options.j1939, "Match all 29-bit ids by parameter group number");
     command.add_option("--report", options.report, "File for the account of the run, as one line of JSON")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(not_empty());
     command.footer(
         "A description with SOURCE= is for the interface of that name only.\n"
         "Exit codes: 0 all decoded, 1 not done, 2 wrong usage, 3 done but something was damaged or skipped,\n"
@@ -125,7 +135,9 @@ void add_schema_options(CLI::App& app, schema_options& options) {
 
 void add_plugins_options(CLI::App& app, plugins_options& options) {
     CLI::App& command = *app.add_subcommand("plugins", "List the libraries beside the extractor, or check a plug-in");
-    command.add_option("--check", options.check, "Plug-in to load and to try as a host would")->type_name("FILE");
+    command.add_option("--check", options.check, "Plug-in to load and to try as a host would")
+        ->type_name("FILE")
+        ->check(not_empty());
     command.footer("The list shows file, kind, version and the formats or description types that are served.\n"
                    "Exit codes: 0 all fit for use, 1 not done, 2 wrong usage, 4 a plug-in is not.");
 }
