@@ -22,24 +22,19 @@ protected:
     fs::path folder;
 };
 
+// Rows, damaged lines and exit code.
 TEST_F(malformed, logs_give_what_is_intact) {
-    struct expected_run {
-        const char* log;
-        int code;
-        std::size_t rows;
-        std::size_t damaged;
+    const std::pair<const char*, const char*> logs[] = {
+        {"empty.log", "0 0 0"},          {"cut_lines.log", "5 3 3"},       {"wrong_hex.log", "4 3 3"},
+        {"too_long.log", "4 3 3"},       {"id_out_of_range.log", "4 3 3"}, {"bad_time.log", "2 4 3"},
+        {"time_goes_back.log", "6 0 0"}, {"crlf_mixed.log", "6 0 0"},      {"remote_and_error.log", "4 0 0"},
     };
-    const expected_run runs[] = {
-        {"empty.log", 0, 0, 0},          {"cut_lines.log", 3, 5, 3},       {"wrong_hex.log", 3, 4, 3},
-        {"too_long.log", 3, 4, 3},       {"id_out_of_range.log", 3, 4, 3}, {"bad_time.log", 3, 2, 4},
-        {"time_goes_back.log", 0, 6, 0}, {"crlf_mixed.log", 0, 6, 0},      {"remote_and_error.log", 0, 4, 0},
-    };
-    for (const expected_run& expected : runs) {
-        const ended run = tavi("decode '" + (folder / expected.log).string() + "' -d e.dbc --report report");
-        EXPECT_EQ(run.code, expected.code) << expected.log << run.err;
-        EXPECT_EQ(lines_of(run.out).size(), expected.rows + 1) << expected.log;
-        EXPECT_THAT(read("report"), HasSubstr("\"damaged_lines\":" + std::to_string(expected.damaged) + ','))
-            << expected.log;
+    for (const auto& [log, expected] : logs) {
+        const ended run = tavi("decode '" + (folder / log).string() + "' -d e.dbc --report report");
+        const std::string report = read("report");
+        const std::string damaged = report.substr(report.find("\"damaged_lines\":") + 16, 1);
+        EXPECT_EQ(std::to_string(rows_of(run.out).size()) + ' ' + damaged + ' ' + std::to_string(run.code), expected)
+            << log << run.err;
     }
 }
 

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/tavi/account.hpp"
-
 namespace tavi::tool {
 namespace {
 
@@ -36,26 +34,6 @@ TEST(padded_text, copies_exactly_and_is_used_again) {
         EXPECT_EQ(copy.substr(0, size), first + second);
         EXPECT_EQ(text.view(), first + second);
     }
-}
-
-TEST(account, tells_what_was_lost) {
-    account totals;
-    totals.frames = totals.matched = 1;
-    totals.values = 1;
-    EXPECT_EQ(format_account(totals), "tavi: 1 frame read: 1 matched\ntavi: lost: nothing\n"
-                                      "tavi: 1 value written in 0.000 s\n");
-    totals.frames = 9;
-    totals.unknown_ids = totals.not_selected = totals.without_values = totals.remote = totals.error_frames = 2;
-    totals.damaged_lines = 1;
-    totals.first_damaged = "x.log:3";
-    totals.short_frames = 2;
-    totals.first_short = "x.log:4";
-    totals.interrupted = true;
-    EXPECT_EQ(
-        format_account(totals),
-        "tavi: 9 frames read: 1 matched, 2 of unknown ids, 2 not asked for, 2 without a value asked for, 2 remote, "
-        "2 error frames\ntavi: lost: 1 damaged line (first: x.log:3), signals of 2 short frames (first: x.log:4)\n"
-        "tavi: 1 value written in 0.000 s, then interrupted\n");
 }
 
 } // namespace
