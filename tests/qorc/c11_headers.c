@@ -1,25 +1,8 @@
-/* Every public header as C11, and what only a C compiler can tell of the records. */
+/* What only a C compiler can tell of the records. */
 #include "qor_tavi_extractor/qor_tavi_extractor.h"
-#include "qorc/byte_sequence.h"
-#include "qorc/dynamic_data.h"
-#include "qorc/error_details.h"
-#include "qorc/export.h"
 #include "qorc/extensibility/data_description_parser.h"
-#include "qorc/extensibility/data_matcher.h"
 #include "qorc/extensibility/data_processor.h"
-#include "qorc/extensibility/data_source.h"
-#include "qorc/extensibility/data_source_provider.h"
-#include "qorc/extensibility/log.h"
-#include "qorc/extensibility/package.h"
-#include "qorc/extensibility/plugin.h"
-#include "qorc/extensibility/signal_storage.h"
 #include "qorc/filesystem.h"
-#include "qorc/memory_allocator.h"
-#include "qorc/metadata.h"
-#include "qorc/service_locator.h"
-#include "qorc/status.h"
-#include "qorc/string_sequence.h"
-#include "qorc/type_node.h"
 
 _Static_assert(sizeof(qor_type_node_t) == 424, "");
 _Static_assert(offsetof(qor_type_node_t, signal) + offsetof(qor_signal_node_t, numerator_x2) == 320, "");

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <string>
-#include <vector>
 
 #include "qorc/filesystem.h"
 #include "tests/support/counting_allocator.hpp"
@@ -44,20 +42,16 @@ protected:
         return buffer.substr(0, size);
     }
 
-    // Puts the names into `listed`.
-    outcome list(const char* path, qor_memory_allocator_t* allocator) {
+    // Puts the names into `listed`, a blank behind each.
+    outcome list(const char* path, qor_memory_allocator_t* allocator = qor_get_default_allocator()) {
         qor_runtime_c_string_sequence_t* sequence = nullptr;
         const outcome result = call(files->list, files->context, path, allocator, &sequence);
         listed.clear();
         for (std::uint64_t i = 0; sequence != nullptr && i < sequence->count; ++i) {
-            listed.emplace_back(sequence->strings[i].text);
+            listed += std::string(sequence->strings[i].text) + ' ';
         }
         qor_runtime_c_string_sequence_destroy(allocator, sequence, nullptr);
         return result;
-    }
-    std::vector<std::string> names(const char* path) {
-        EXPECT_EQ(list(path, qor_get_default_allocator()), succeeded);
-        return listed;
     }
 
     // What failing with an errno value looks like; `what` tells the attempt.
@@ -69,7 +63,7 @@ protected:
 
     tavi::test::temporary_directory directory;
     qor_filesystem_t* files = nullptr;
-    std::vector<std::string> listed;
+    std::string listed;
 };
 
 TEST_F(filesystem, writes_appends_and_reads_from_any_place) {
@@ -81,34 +75,30 @@ TEST_F(filesystem, writes_appends_and_reads_from_any_place) {
     EXPECT_EQ(call(files->get_size, files->context, "f", &size), succeeded);
     EXPECT_EQ(size, 8u);
     EXPECT_EQ(read("f", 0, 100), bytes + "xyz");
-    EXPECT_EQ(read("f", 5, 2), "xy");
-    EXPECT_EQ(read("f", 8, 10), "");
-    EXPECT_EQ(read("f", UINT64_MAX, 10), "");
+    EXPECT_EQ(read("f", 5, 2) + read("f", 8, 10) + read("f", UINT64_MAX, 10), "xy");
     EXPECT_EQ(read((directory.path() / "f").c_str(), 6, 10), "yz") << "absolute";
-    EXPECT_EQ(write("empty", ""), succeeded);
-    EXPECT_EQ(read("empty", 0, 10), "");
 }
 
 TEST_F(filesystem, makes_lists_renames_and_removes) {
     EXPECT_EQ(call(files->create_directory, files->context, "a/b"), succeeded);
     EXPECT_EQ(call(files->create_directory, files->context, "a/b"), succeeded) << "there already";
-    EXPECT_EQ(write("a/z", "1"), succeeded);
-    EXPECT_EQ(write("a/B", "1"), succeeded);
-    EXPECT_EQ(write("a/\xC3\xA4", "1"), succeeded);
-    EXPECT_EQ(names("a"), (std::vector<std::string>{"B", "b", "z", "\xC3\xA4"}));
+    for (const char* const path : {"a/z", "a/B", "a/\xC3\xA4"}) {
+        EXPECT_EQ(write(path, "1"), succeeded);
+    }
+    EXPECT_EQ(list("a"), succeeded);
+    EXPECT_EQ(listed, "B b z \xC3\xA4 ");
     EXPECT_EQ(call(files->rename, files->context, "a/z", "y"), succeeded);
-    EXPECT_EQ(names(""), (std::vector<std::string>{"a", "y"}));
+    EXPECT_EQ(list(""), succeeded);
+    EXPECT_EQ(listed, "a y ");
     EXPECT_EQ(call(files->remove, files->context, "a"), error(ENOTEMPTY, "cannot remove", "a"));
     EXPECT_EQ(call(files->remove, files->context, "y"), succeeded);
     const std::tuple<const char*, bool, bool> cases[] = {
         {"a/b", true, true}, {"a/B", true, false}, {"y", false, false}, {"a/B/c", false, false}};
     for (const auto& [path, exists, is_directory] : cases) {
-        bool answer = !exists;
-        EXPECT_EQ(call(files->exists, files->context, path, &answer), succeeded) << path;
-        EXPECT_EQ(answer, exists) << path;
-        answer = !is_directory;
-        EXPECT_EQ(call(files->is_directory, files->context, path, &answer), succeeded) << path;
-        EXPECT_EQ(answer, is_directory) << path;
+        bool answers[] = {!exists, !is_directory};
+        EXPECT_EQ(call(files->exists, files->context, path, &answers[0]), succeeded) << path;
+        EXPECT_EQ(call(files->is_directory, files->context, path, &answers[1]), succeeded) << path;
+        EXPECT_EQ(std::pair(answers[0], answers[1]), std::pair(exists, is_directory)) << path;
     }
 }
 
@@ -123,7 +113,7 @@ TEST_F(filesystem, failures_carry_the_number_and_the_path) {
         {call(files->read, files->context, "dir", 0, buffer, &size), error(EISDIR, "cannot read", "dir")},
         {write("none/file", "x"), error(ENOENT, "cannot open", "none/file")},
         {call(files->remove, files->context, "none"), error(ENOENT, "cannot remove", "none")},
-        {list("none", qor_get_default_allocator()), error(ENOENT, "cannot list", "none")},
+        {list("none"), error(ENOENT, "cannot list", "none")},
         {call(files->remove, files->context, nullptr), invalid("argument 'path' was not initialized")},
         {call(files->remove, nullptr, "x"), invalid("argument 'handle' was not initialized")},
         {write("file", "x"), succeeded},
@@ -136,8 +126,8 @@ TEST_F(filesystem, failures_carry_the_number_and_the_path) {
 }
 
 TEST_F(filesystem, a_listing_that_runs_out_of_memory_leaves_nothing_behind) {
-    write("a", "");
-    write("b", "");
+    EXPECT_EQ(write("a", ""), succeeded);
+    EXPECT_EQ(write("b", ""), succeeded);
     for (std::size_t failing = 0; failing <= 4; ++failing) {
         tavi::test::counting_allocator allocator;
         allocator.fail_at = failing;

@@ -29,16 +29,12 @@ TEST(error_details, keep_a_copy_of_code_and_text_and_tolerate_null) {
 
 TEST(source_name, becomes_what_a_url_expression_takes_without_quotes) {
     const std::pair<const char*, std::string> cases[] = {
-        {"can0", "can0"},
         {"Front Radar.2", "Front_Radar_2"},
         {"3rd", "_3rd"},
         {"-x", "_-x"},
-        {" x", "_x"},
         {"", "_"},
-        {"a-B_9", "a-B_9"},
         {"\xE2\x82\xAC\xF0\x9F\x9A\x97", "__"},
-        {"a\xE2\x82z", "a_z"},
-        {"\x80\x80", "__"},
+        {"a\xE2\x82z\x80\x80", "a_z__"},
         {"a\tb\nc'd\"e#[]", "a_b_c_d_e___"},
     };
     for (const auto& [name, sanitized] : cases) {
