@@ -111,7 +111,7 @@ TEST_F(metadata_section, a_damaged_library_is_passed_over) {
         {"names beyond the table", [](auto& h, auto*) { h.e_shstrndx = 0xFFF0; }},
         {"names in section 0", [](auto& h, auto*) { h.e_shstrndx = 0; }},
         {"names elsewhere, beyond the table", [](auto& h, auto*) { h.e_shstrndx = SHN_XINDEX; }},
-        {"names cut", [](auto&, auto* s) { s[1].sh_size = 8; }},
+        {"names cut", [](auto&, auto* s) { s[1].sh_size = 7; }},
         {"names without bytes", [](auto&, auto* s) { s[1].sh_type = SHT_NOBITS; }},
         {"section beyond the end", [](auto&, auto* s) { s[2].sh_offset += 3 * sizeof(Elf64_Shdr) + 1; }},
         {"section endless", [](auto&, auto* s) { s[2].sh_size = UINT64_MAX; }},
