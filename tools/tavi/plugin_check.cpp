@@ -102,6 +102,11 @@ public:
         sound_ &= good;
     }
 
+    // `why` is told when it does not hold.
+    void require(bool good, const std::string& text, const std::string& why) {
+        add(good, good ? text : text + ": " + why);
+    }
+
     void attempt(const std::string& text, const std::function<void()>& step) {
         try {
             step();
@@ -343,9 +348,10 @@ std::vector<verdict> check_plugin(const std::string& path) {
     checker check(verdicts);
     auto metadata = metadata_of(path);
     const std::string type = metadata["qor-library-type"];
-    check.add(metadata["qor-meta"] == "nddictionary", "metadata block in section .qorrt");
+    check.require(metadata["qor-meta"] == "nddictionary", "metadata block in section .qorrt",
+                  "there is none; the file is no shared library, or damaged, or built without qorc/metadata.h");
     if (check.sound()) {
-        check.add(is_plugin_type(type), "type word '" + type + "' is that of a plug-in");
+        check.require(is_plugin_type(type), "type word '" + type + "' is that of a plug-in", "it is not");
     }
     if (!check.sound()) {
         return verdicts;
