@@ -45,12 +45,11 @@ outcome outcome_of(Body&& body) {
 }
 
 struct owner {
+    static inline qor_memory_allocator_t* const heap = qor_get_default_allocator();
     void operator()(void* handle) const { qor_signal_storage_destroy(handle); }
     void operator()(qor_signal_storage_context_t* table) const { table->destroy(table->context, nullptr); }
-    void operator()(qor_type_node_t* node) const { qor_type_node_destroy(qor_get_default_allocator(), node, nullptr); }
-    void operator()(qor_type_node_sequence_t* nodes) const {
-        qor_type_node_sequence_destroy(qor_get_default_allocator(), nodes, nullptr);
-    }
+    void operator()(qor_type_node_t* node) const { qor_type_node_destroy(heap, node, nullptr); }
+    void operator()(qor_type_node_sequence_t* nodes) const { qor_type_node_sequence_destroy(heap, nodes, nullptr); }
 };
 template<typename Record>
 using owned = std::unique_ptr<Record, owner>;
@@ -72,6 +71,9 @@ struct open_description {
         return add(make_node(kind, name, parent_id));
     }
     outcome try_add(const qor_type_node_t& node) { return call(table->add_node, table->context, &node, nullptr); }
+    outcome add_text(std::uint64_t id, const char* key, const char* text) {
+        return call(table->add_text, table->context, id, key, text);
+    }
     std::uint64_t commit() { return get<std::uint64_t>(table->commit, table->context); }
 
     owned<qor_signal_storage_context_t> table;
@@ -82,10 +84,12 @@ public:
     explicit opened_storage(const std::string& uri, std::uint8_t mode = 0, std::uint32_t flags = 0)
         : handle_(get<void*>(qor_signal_storage_open, uri.c_str(), mode, flags, nullptr)) {
         auto* const locator = get<qor_service_locator_t*>(qor_signal_storage_get_service_locator, handle_.get());
-        storage = get<qor_signal_storage_t*>(locator->resolve, locator->context, "qor_signal_storage_t");
-        access = get<qor_signal_storage_access_t*>(locator->resolve, locator->context, "qor_signal_storage_access_t");
-        maintenance = get<qor_signal_storage_maintenance_t*>(locator->resolve, locator->context,
-                                                             "qor_signal_storage_maintenance_t");
+        const auto resolve = [&]<typename Table>(Table*& table, const char* service) {
+            table = get<Table*>(locator->resolve, locator->context, service);
+        };
+        resolve(storage, "qor_signal_storage_t");
+        resolve(access, "qor_signal_storage_access_t");
+        resolve(maintenance, "qor_signal_storage_maintenance_t");
     }
 
     open_description begin(const std::string& content, const char* name = "car.dbc",
@@ -130,9 +134,9 @@ inline std::uint64_t enter_car(open_description car) {
     const std::uint64_t engine = car.add(QOR_TYPE_NODE_OBJECT, "EngineData", can);
     const std::uint64_t body = car.add(QOR_TYPE_NODE_OBJECT, "Body", can);
     const std::uint64_t doors = car.add(QOR_TYPE_NODE_GROUP, "Doors", body);
-    for (const auto& [parent, name] : {std::pair(doors, "Left"), std::pair(engine, "Speed"), std::pair(engine, "T")}) {
-        car.add(QOR_TYPE_NODE_SIGNAL, name, parent);
-    }
+    car.add(QOR_TYPE_NODE_SIGNAL, "Left", doors);
+    car.add(QOR_TYPE_NODE_SIGNAL, "Speed", engine);
+    car.add(QOR_TYPE_NODE_SIGNAL, "Torque", engine);
     return car.commit();
 }
 inline std::uint64_t enter_car(opened_storage& storage, const std::string& content = "content") {

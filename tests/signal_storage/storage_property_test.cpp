@@ -1,6 +1,5 @@
 // Random descriptions, compared with a model: every field of every node, in every kind of question.
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -15,9 +14,11 @@
 namespace tavi::test {
 namespace {
 
-constexpr const char* qor_signal_node_t::*signal_texts[] = {&qor_signal_node_t::presence, &qor_signal_node_t::unit,
-                                                            &qor_signal_node_t::value_table,
-                                                            &qor_signal_node_t::signal_suffix};
+using node_list = std::vector<qor_type_node_t>;
+using signal = qor_signal_node_t;
+
+constexpr const char* signal::*signal_texts[] = {&signal::presence, &signal::unit, &signal::value_table,
+                                                 &signal::signal_suffix};
 
 // Enters nodes in an order in which parents come at any time before their children.
 class random_description {
@@ -35,19 +36,19 @@ public:
     }
 
     // The children of a node, or all that is below it.
-    std::vector<qor_type_node_t> below(std::uint64_t parent_id, bool all = false) const {
-        std::vector<qor_type_node_t> result;
+    node_list below(std::uint64_t parent_id, bool all = false) const {
+        node_list result;
         for (const qor_type_node_t& node : nodes) {
             if (node.parent_id == parent_id) {
                 result.push_back(node);
-                const auto deeper = all ? below(node.id, true) : std::vector<qor_type_node_t>();
+                const node_list deeper = all ? below(node.id, true) : node_list();
                 result.insert(result.end(), deeper.begin(), deeper.end());
             }
         }
         return result;
     }
 
-    std::vector<qor_type_node_t> nodes;
+    node_list nodes;
 
 private:
     void add(open_description& target) {
@@ -60,44 +61,36 @@ private:
             const char* const name = random_() % 4 == 0 ? "twice" : text(1);
             qor_type_node_t node = make_node(kinds[random_() % kinds.size()], name, above.id);
             node.comment = text_or_null(0);
-            fill(node);
+            fill_node(node);
             node.id = target.add(node);
             nodes.push_back(node);
         }
     }
 
-    void fill(qor_type_node_t& node) {
-        switch (node.kind) {
-        case QOR_TYPE_NODE_VIEW:
-            node.view.cycle = integer();
-            break;
-        case QOR_TYPE_NODE_OBJECT:
-            node.object = {bits(), integer(), integer(), integer(), 0};
-            break;
-        case QOR_TYPE_NODE_GROUP:
-            node.group = {integer(), integer(), integer()};
-            break;
-        default:
-            fill(node.signal);
-            break;
-        }
+    template<typename... Fields>
+    void fill(Fields&... fields) {
+        const auto fill_one = [this](auto& field) {
+            const std::uint64_t value = bits();
+            std::memcpy(&field, &value, sizeof field);
+        };
+        (fill_one(fields), ...);
     }
 
-    void fill(qor_signal_node_t& signal) {
-        for (std::uint32_t* const field :
-             {&signal.offset, &signal.bit_offset, &signal.bit_length, &signal.element_size, &signal.element_count}) {
-            *field = integer();
+    void fill_node(qor_type_node_t& node) {
+        if (node.kind == QOR_TYPE_NODE_VIEW) {
+            return fill(node.view.cycle);
         }
-        signal.raw_kind = static_cast<std::uint16_t>(bits());
-        signal.converted_kind = static_cast<std::uint16_t>(bits());
-        for (std::uint8_t* const field : {&signal.encoding, &signal.byte_order, &signal.multiplexing}) {
-            *field = static_cast<std::uint8_t>(bits());
+        if (node.kind == QOR_TYPE_NODE_OBJECT) {
+            return fill(node.object.address, node.object.element_count, node.object.element_size, node.object.flags);
         }
-        for (double* const field :
-             {&signal.numerator_x2, &signal.numerator_x1, &signal.numerator_x0, &signal.denominator_x2,
-              &signal.denominator_x1, &signal.denominator_x0, &signal.minimum, &signal.maximum}) {
-            *field = std::bit_cast<double>(bits());
+        if (node.kind == QOR_TYPE_NODE_GROUP) {
+            return fill(node.group.offset, node.group.element_count, node.group.element_size);
         }
+        signal& signal = node.signal;
+        fill(signal.offset, signal.bit_offset, signal.bit_length, signal.element_size, signal.element_count,
+             signal.raw_kind, signal.converted_kind, signal.encoding, signal.byte_order, signal.multiplexing,
+             signal.numerator_x2, signal.numerator_x1, signal.numerator_x0, signal.denominator_x2,
+             signal.denominator_x1, signal.denominator_x0, signal.minimum, signal.maximum);
         for (const auto place : signal_texts) {
             signal.*place = text_or_null(1);
         }
@@ -106,19 +99,12 @@ private:
 
     // Half of them are ends of ranges and, as reals, zero, one, 2^53, infinity and not-a-number with a payload.
     std::uint64_t bits() {
-        const std::uint64_t ends[] = {0,
-                                      1,
-                                      0xff,
-                                      0x80000000,
-                                      0x3ff0000000000000,
-                                      0x4340000000000000,
-                                      0x7ff0000000000000,
-                                      0x7ff8dead00000001,
-                                      0x7fffffffffffffff};
+        static constexpr std::uint64_t ends[] = {0x0000000000000000, 0x0000000000000001, 0x00000000000000ff,
+                                                 0x0000000080000000, 0x3ff0000000000000, 0x4340000000000000,
+                                                 0x7ff0000000000000, 0x7ff8dead00000001, 0x7fffffffffffffff};
         const std::uint64_t choice = random_();
         return choice % 2 == 0 ? ends[choice / 4 % std::size(ends)] ^ choice / 2 % 2 << 63 : choice << 32 | random_();
     }
-    std::uint32_t integer() { return static_cast<std::uint32_t>(bits()); }
 
     // Any bytes but zero and the dot.
     const char* text(std::size_t shortest) {
@@ -150,7 +136,7 @@ bool equal(qor_type_node_t a, qor_type_node_t b) {
     return same && std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-bool equal(const owned<qor_type_node_sequence_t>& found, const std::vector<qor_type_node_t>& expected) {
+bool equal(const owned<qor_type_node_sequence_t>& found, const node_list& expected) {
     return std::equal(found->nodes, found->nodes + found->count, expected.begin(), expected.end(),
                       [](const auto& a, const auto& b) { return equal(a, b); });
 }
@@ -158,7 +144,7 @@ bool equal(const owned<qor_type_node_sequence_t>& found, const std::vector<qor_t
 void check(opened_storage& storage, const random_description& model) {
     const std::uint64_t description_id = model.nodes[0].description_id;
     EXPECT_TRUE(equal(storage.roots(description_id), model.below(0)));
-    std::map<std::uint64_t, std::vector<qor_type_node_t>> hierarchies;
+    std::map<std::uint64_t, node_list> hierarchies;
     std::map<std::uint64_t, std::string> paths;
     std::map<std::string, std::uint64_t> first_of_path;
     for (const qor_type_node_t& node : model.nodes) {
@@ -166,9 +152,7 @@ void check(opened_storage& storage, const random_description& model) {
         hierarchies[node.id].push_back(node);
         paths[node.id] = (node.parent_id == 0 ? "" : paths[node.parent_id] + ".") + node.name;
         first_of_path.emplace(paths[node.id], node.id);
-    }
-    for (const qor_type_node_t& node : model.nodes) {
-        std::vector<qor_type_node_t> subtree = model.below(node.id, true);
+        node_list subtree = model.below(node.id, true);
         subtree.insert(subtree.begin(), node);
         ASSERT_TRUE(equal(storage.subtree(node.id), subtree));
         ASSERT_TRUE(equal(storage.ask(storage.access->get_node_children, &node), model.below(node.id)));

@@ -1,6 +1,5 @@
 // What holds for every catalogue, in memory and in a file.
 #include <thread>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -83,13 +82,15 @@ TEST_P(Storage, TakesTextsAndTablesAfterTheirNodes) {
     const std::uint64_t object = car.add(QOR_TYPE_NODE_OBJECT, "O", view);
     const std::uint64_t signal = car.add(QOR_TYPE_NODE_SIGNAL, "S", object);
     auto* const table = car.table.get();
-    EXPECT_EQ(call(table->add_value_table, table->context, signal, "0=replaced"), succeeded);
-    EXPECT_EQ(call(table->add_value_table, table->context, signal, "0=Off\n1=On"), succeeded);
-    EXPECT_EQ(call(table->add_text, table->context, object, "comment", "What it is"), succeeded);
-    EXPECT_EQ(call(table->add_text, table->context, std::uint64_t{0}, "comment", "A car"), succeeded);
-    EXPECT_EQ(call(table->add_value_table, table->context, object, "0=Off"),
-              invalid("node id '" + std::to_string(object) + "' is not that of a signal"));
-    EXPECT_EQ(call(table->add_text, table->context, signal + 1, "k", "t").status, QOR_STATUS_INVALID_ARGUMENT);
+    const auto add_values = [&](std::uint64_t id, const char* text) {
+        return call(table->add_value_table, table->context, id, text);
+    };
+    EXPECT_EQ(add_values(signal, "0=replaced"), succeeded);
+    EXPECT_EQ(add_values(signal, "0=Off\n1=On"), succeeded);
+    EXPECT_EQ(add_values(object, "0"), invalid("node id '" + std::to_string(object) + "' is not that of a signal"));
+    EXPECT_EQ(car.add_text(object, "comment", "What it is"), succeeded);
+    EXPECT_EQ(car.add_text(0, "comment", "A car"), succeeded);
+    EXPECT_EQ(car.add_text(signal + 1, "k", "t").status, QOR_STATUS_INVALID_ARGUMENT);
     car.commit();
     EXPECT_STREQ(storage_.find(0, "V.O.S")->signal.value_table, "0=Off\n1=On");
     EXPECT_STREQ(storage_.find(0, "V.O")->comment, "What it is");
@@ -98,7 +99,7 @@ TEST_P(Storage, TakesTextsAndTablesAfterTheirNodes) {
     const outcome ended = invalid("description 'car.dbc' was committed already");
     EXPECT_EQ(car.try_add(make_node(QOR_TYPE_NODE_VIEW, "W")), ended);
     EXPECT_EQ(outcome_of([&] { car.commit(); }), ended);
-    EXPECT_EQ(call(table->add_text, table->context, view, "k", "t"), ended);
+    EXPECT_EQ(car.add_text(view, "k", "t"), ended);
 }
 
 // Also for a description that is there already, whose nodes are not kept.
@@ -123,7 +124,6 @@ TEST_P(Storage, RefusesNodesThatCannotBe) {
                   invalid("node 'N': a signal cannot stand directly below a view"));
         EXPECT_EQ(car.try_add(make_node(0, "N")), invalid("node 'N': kind 0 is not between 1 and 4"));
         EXPECT_EQ(car.try_add(make_node(1, "")), invalid("a node has no name"));
-        EXPECT_EQ(car.try_add(make_node(1, nullptr)).status, QOR_STATUS_INVALID_ARGUMENT);
         qor_type_node_t suffix = make_node(QOR_TYPE_NODE_SIGNAL, "N", object);
         suffix.signal.signal_suffix_length = 3;
         EXPECT_EQ(car.try_add(suffix).status, QOR_STATUS_INVALID_ARGUMENT);
@@ -153,22 +153,6 @@ TEST_P(Storage, AddsAllSiblingsOrNone) {
     EXPECT_EQ(storage_.find(0, "V.O.T")->id, ids[1]);
 }
 
-TEST_P(Storage, RefusesNullArguments) {
-    const open_description car = storage_.begin("content");
-    const auto& [storage, access, table] = std::tie(*storage_.storage, *storage_.access, *car.table);
-    const std::pair<outcome, const char*> answers[] = {
-        {call(table.add_node, nullptr, nullptr, nullptr), "handle"},
-        {call(table.add_node, table.context, nullptr, nullptr), "node"},
-        {call(table.add_nodes, table.context, nullptr, 1, nullptr), "nodes"},
-        {call(storage.create_context, storage.context, 0, nullptr, 1, "n", nullptr), "new_context"},
-        {call(access.find_node, access.context, 1, nullptr, nullptr), "path"},
-        {call(access.get_signature, access.context, 1, nullptr, nullptr), "size"},
-    };
-    for (const auto& [answer, name] : answers) {
-        EXPECT_EQ(answer, invalid(std::string("argument '") + name + "' was not initialized"));
-    }
-}
-
 TEST_P(Storage, SignaturesFindTheirDescriptionsAndAskForTheRoomThatTheyNeed) {
     const std::uint64_t id = enter_car(storage_);
     auto* const access = storage_.access;
@@ -179,8 +163,7 @@ TEST_P(Storage, SignaturesFindTheirDescriptionsAndAskForTheRoomThatTheyNeed) {
                   room < 65 ? too_small : succeeded);
         EXPECT_EQ(size, 65u);
     }
-    EXPECT_EQ(text.find('\0'), 64u);
-    EXPECT_EQ(text[65], '#');
+    EXPECT_EQ(text.substr(64), std::string("\0#####", 6));
     EXPECT_EQ(get<std::uint64_t>(access->get_description_id, access->context, text.c_str()), id);
 }
 
@@ -197,8 +180,6 @@ TEST_P(Storage, KeepsLongNamesAndDeepTrees) {
     deep.commit();
     EXPECT_EQ(storage_.find(0, path)->id, id);
     const auto above = storage_.ask(storage_.access->get_node_hierarchy, id);
-    ASSERT_EQ(above->count, 5002u);
-    EXPECT_EQ(above->nodes[0].name, name);
     EXPECT_EQ(storage_.subtree(above->nodes[0].id)->count, 5002u);
 }
 
