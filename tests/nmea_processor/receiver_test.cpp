@@ -71,17 +71,19 @@ TEST(Receiver, ChangesNothingForWhatCannotBe) {
                                   "GPGSV,1,1",
                                   "GPGSV"};
     receiver receiver;
+    const image& values = receiver.values();
     receiver.take(sealed("GNRMC,223745.50,A,0130.0,S,00130.0,E,10.0,359.9,110720,,,D,V"));
+    const auto positions = [&] {
+        return std::vector(values.bytes().begin(), values.bytes().begin() + statistics_object.begin);
+    };
+    const auto before = positions();
     double broken = 0;
-    const std::vector<uint8_t> before(receiver.values().bytes().begin(),
-                                      receiver.values().bytes().begin() + statistics_object.begin);
     for (const std::string& body : bodies) {
         receiver.take(sealed(body));
-        EXPECT_EQ(value_of(receiver.values(), broken_count), ++broken) << body;
-        EXPECT_TRUE(updated_values(receiver.values()).empty()) << body;
-        EXPECT_FALSE(is_updated(receiver.values(), {satellite_object.begin, satellite_object.end()})) << body;
+        EXPECT_EQ(value_of(values, broken_count), ++broken) << body;
+        EXPECT_FALSE(is_updated(values, {0, statistics_object.begin})) << body;
     }
-    EXPECT_TRUE(std::equal(before.begin(), before.end(), receiver.values().bytes().begin()));
+    EXPECT_EQ(positions(), before);
 }
 
 TEST(Receiver, TakesNoSentenceWithoutChecksumOnceOneCame) {
@@ -98,34 +100,30 @@ TEST(Receiver, TakesNoSentenceWithoutChecksumOnceOneCame) {
     EXPECT_EQ(value_of(receiver.values(), broken_count), 2);
 }
 
+// Talker and type of the last sentence, counts of all, unknown and broken ones, and which of them it changed.
 TEST(Receiver, CountsWhatCame) {
     receiver receiver;
     const image& values = receiver.values();
-    const auto talker_and_type = [&] {
-        std::string text;
+    const std::pair<std::string, const char*> steps[] = {
+        {sealed("GPTXT,01"), "GPTXT 1 1 0 unknown"}, {sealed("PUBX,00"), "P-UBX 2 2 0 unknown"},
+        {sealed("PGGA"), "P-GGA 3 3 0 unknown"},     {sealed("GNZDA,223745.00,11,07,2020,00,00"), "GNZDA 4 3 0 values"},
+        {"$GNZDA,2237", "GNZDA 4 3 1 broken"},       {sealed("GPABCD"), "GP--- 5 4 1 unknown"},
+    };
+    for (const auto& [sentence, expected] : steps) {
+        receiver.take(sentence);
+        std::ostringstream text;
         for (size_t index = 0; index < 5; ++index) {
             const auto character = static_cast<char>(values.bytes()[last_talker.place + index]);
-            text += character == '\0' ? '-' : character;
+            text << (character == '\0' ? '-' : character);
         }
-        return text;
-    };
-    EXPECT_EQ(talker_and_type(), "-----");
-    receiver.take(sealed("GPTXT,01"));
-    EXPECT_EQ(talker_and_type(), "GPTXT");
-    EXPECT_TRUE(is_updated(values, {unknown_count.place, unknown_count.place + 8}));
-    receiver.take(sealed("PUBX,00"));
-    receiver.take(sealed("PGGA"));
-    EXPECT_EQ(talker_and_type(), "P-GGA");
-    receiver.take(sealed("GNZDA,223745.00,11,07,2020,00,00"));
-    EXPECT_FALSE(is_updated(values, {broken_count.place, unknown_count.place + 8}));
-    receiver.take("$GNZDA,2237");
-    EXPECT_EQ(talker_and_type(), "GNZDA");
-    EXPECT_FALSE(is_updated(values, {0, broken_count.place}));
-    receiver.take(sealed("GPABCD"));
-    EXPECT_EQ(talker_and_type(), "GP---");
-    EXPECT_EQ(value_of(values, sentence_count), 5);
-    EXPECT_EQ(value_of(values, unknown_count), 4);
-    EXPECT_EQ(value_of(values, broken_count), 1);
+        for (const member<uint64_t>& count : {sentence_count, unknown_count, broken_count}) {
+            text << ' ' << value_of(values, count);
+        }
+        text << (is_updated(values, {0, statistics_object.begin}) ? " values" : "")
+             << (is_updated(values, {unknown_count.place, unknown_count.place + 8}) ? " unknown" : "")
+             << (is_updated(values, {broken_count.place, broken_count.place + 8}) ? " broken" : "");
+        EXPECT_EQ(text.str(), expected) << sentence;
+    }
 }
 
 } // namespace

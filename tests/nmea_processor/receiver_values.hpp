@@ -2,6 +2,7 @@
 #ifndef TESTS_NMEA_PROCESSOR_RECEIVER_VALUES_HPP
 #define TESTS_NMEA_PROCESSOR_RECEIVER_VALUES_HPP
 
+#include <algorithm>
 #include <bit>
 #include <sstream>
 #include <string>
@@ -28,41 +29,27 @@ inline double value_of(const image& values, member<double> member) {
 }
 
 inline bool is_updated(const image& values, const byte_range& range) {
-    bool updated = false;
-    for (const byte_range& update : values.updates()) {
-        updated = updated || update.meets(range);
-    }
-    return updated;
+    const auto& updates = values.updates();
+    return std::any_of(updates.begin(), updates.end(), [&](const byte_range& update) { return update.meets(range); });
 }
 
 // The values of the view GPS, but the satellites, that the last sentence gave: "hour=22 minute=37 ".
 inline std::string updated_values(const image& values) {
+    std::istringstream names("year month day hour minute second latitude longitude altitude separation speed course "
+                             "quality mode used in_view pdop hdop vdop");
     std::ostringstream text;
     text.precision(15);
-    const auto look = [&]<typename Value>(const char* name, member<Value> member) {
+    const auto look = [&]<typename Value>(member<Value> member) {
+        std::string name;
+        names >> name;
         if (is_updated(values, {member.place, member.place + sizeof(Value)})) {
             text << name << '=' << value_of(values, member) << ' ';
         }
     };
-    look("year", year);
-    look("month", month);
-    look("day", day);
-    look("hour", hour);
-    look("minute", minute);
-    look("second", second);
-    look("latitude", latitude);
-    look("longitude", longitude);
-    look("altitude", altitude);
-    look("separation", geoid_separation);
-    look("speed", speed);
-    look("course", course);
-    look("quality", quality);
-    look("mode", mode);
-    look("used", satellites_used);
-    look("in_view", satellites_in_view);
-    look("pdop", position_dilution);
-    look("hdop", horizontal_dilution);
-    look("vdop", vertical_dilution);
+    const auto look_at_all = [&](auto... members) { (look(members), ...); };
+    look_at_all(year, month, day, hour, minute, second, latitude, longitude, altitude, geoid_separation, speed, course,
+                quality, mode, satellites_used, satellites_in_view, position_dilution, horizontal_dilution,
+                vertical_dilution);
     return text.str();
 }
 

@@ -88,13 +88,11 @@ TEST(Satellites, OfAllSystemsAndSignalsAreMerged) {
 
 TEST(Satellites, BeyondTheArrayAreLeftOut) {
     std::vector<std::string> bodies;
-    for (int talker = 0; talker < 100; ++talker) {
-        const char letters[] = {static_cast<char>('A' + talker / 26), static_cast<char>('A' + talker % 26), '\0'};
-        for (int number = 1; number <= 20; ++number) {
-            bodies.push_back(std::string(letters) + "GSV,20," + std::to_string(number) + ",80");
-            for (int place = 0; place < 4; ++place) {
-                bodies.back() += "," + std::to_string(100 + 4 * number + place) + ",10,010,20";
-            }
+    for (int number = 0; number < 100; ++number) {
+        const char talker[] = {static_cast<char>('A' + number / 26), static_cast<char>('A' + number % 26), '\0'};
+        bodies.push_back(talker + std::string("GSV,1,1,80"));
+        for (int place = 0; place < 4; ++place) {
+            bodies.back() += ',' + std::to_string(4 * number + place + 1) + ",10,010,20";
         }
     }
     const std::string text = after(bodies);

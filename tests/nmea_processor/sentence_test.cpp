@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <optional>
+#include <sstream>
 
 #include "plugins/nmea_processor/field_reader.hpp"
 #include "tests/nmea_processor/sealed.hpp"
@@ -31,96 +33,84 @@ TEST(Sentence, IsFoundInARunOfBytes) {
     EXPECT_THAT(pieces_of(""), ElementsAre());
 }
 
-TEST(Sentence, IsTakenApart) {
+// "GP GLL *|5321.6802|N": talker, type, a star for a checksum, fields.
+std::string parts_of(const std::string& piece) {
     sentence read;
-    const std::string position = sealed("GPGLL,5321.6802,N,,");
-    ASSERT_TRUE(read_sentence(position, read));
-    EXPECT_EQ(read.talker, "GP");
-    EXPECT_EQ(read.type, "GLL");
-    EXPECT_THAT(read.fields, ElementsAre("5321.6802", "N", "", ""));
-    const std::string makers_own = sealed("PUBX,00");
-    ASSERT_TRUE(read_sentence(makers_own, read));
-    EXPECT_EQ(read.talker, "P");
-    EXPECT_EQ(read.type, "UBX");
-    EXPECT_THAT(read.fields, ElementsAre("00"));
-    EXPECT_TRUE(read.has_checksum);
-    ASSERT_TRUE(read_sentence("$GPGLL,1", read));
-    EXPECT_FALSE(read.has_checksum);
-    EXPECT_THAT(read.fields, ElementsAre("1"));
-    ASSERT_TRUE(read_sentence("!BSVDM*4e", read));
-    EXPECT_THAT(read.fields, ElementsAre());
-    ASSERT_TRUE(read_sentence(sealed("GPGLL," + std::string(longest_sentence - 10, 'x')), read));
+    if (!read_sentence(piece, read)) {
+        return "damaged";
+    }
+    std::string text = std::string(read.talker) + ' ' + std::string(read.type) + (read.has_checksum ? " *" : "");
+    for (const std::string_view field : read.fields) {
+        text.append("|").append(field);
+    }
+    return text;
 }
 
-TEST(Sentence, IsRefusedWhenItIsDamaged) {
+TEST(Sentence, IsTakenApart) {
+    EXPECT_EQ(parts_of(sealed("GPGLL,5321.6802,N,,")), "GP GLL *|5321.6802|N||");
+    EXPECT_EQ(parts_of(sealed("PUBX,00")), "P UBX *|00");
+    EXPECT_EQ(parts_of("$GPGLL,1"), "GP GLL|1");
+    EXPECT_EQ(parts_of("!BSVDM*4e"), "BS VDM *");
+    const std::string longest(longest_sentence - 10, 'x');
+    EXPECT_EQ(parts_of(sealed("GPGLL," + longest)), "GP GLL *|" + longest);
+    EXPECT_EQ(parts_of(sealed("GPGLL,x" + longest)), "damaged");
+    for (const char* const body : {",1", "GP LL,1", "GPGLL,\x80", "GPGLL,\t"}) {
+        EXPECT_EQ(parts_of(sealed(body)), "damaged") << body;
+    }
     const std::string sound = sealed("GPGLL,1");
-    const std::string rows[] = {"$GPGLL,1*00",
-                                "$GPGLL,1*",
-                                sound.substr(0, sound.size() - 1),
-                                sound.substr(0, sound.size() - 1) + "G",
-                                sound + "1",
-                                sound + "*00",
-                                "$",
-                                "$*00",
-                                sound.substr(1),
-                                sealed(",1"),
-                                sealed("GP LL,1"),
-                                sealed("GPGLL,\x80"),
-                                sealed("GPGLL,\t"),
-                                sealed("GPGLL," + std::string(longest_sentence - 9, 'x'))};
-    sentence read;
-    for (const std::string& row : rows) {
-        EXPECT_FALSE(read_sentence(row, read)) << row;
+    const std::string cut = sound.substr(0, sound.size() - 1);
+    const std::string damaged[] = {"$GPGLL,1*00", "$GPGLL,1*", "$",           "$*00",         cut,
+                                   cut + 'G',     sound + '1', sound + "*00", sound.substr(1)};
+    for (const std::string& piece : damaged) {
+        EXPECT_EQ(parts_of(piece), "damaged") << piece;
     }
 }
 
-// One field, or a field and those behind it, read by `read`.
+// What `read` makes of fields with commas between them; nothing when it finds a fault.
 template<typename Read>
-auto read_fields(std::vector<std::string_view> fields, Read read) {
+auto read_fields(std::string_view text, Read read) {
+    std::vector<std::string_view> fields;
+    for (size_t comma = 0; comma != text.npos; text.remove_prefix(comma == text.npos ? 0 : comma + 1)) {
+        comma = text.find(',');
+        fields.push_back(text.substr(0, comma));
+    }
     field_reader reader(fields);
     const auto value = read(reader);
-    return std::pair(value, reader.good());
+    return reader.good() ? std::optional(value) : std::nullopt;
+}
+
+template<typename Read, typename Value>
+void expect_fields(Read read, std::initializer_list<std::pair<const char*, Value>> good, const std::string& bad) {
+    for (const auto& [text, expected] : good) {
+        EXPECT_EQ(read_fields(text, read), std::optional(expected)) << text;
+    }
+    std::istringstream texts(bad);
+    for (std::string text; std::getline(texts, text, ' ');) {
+        EXPECT_EQ(read_fields(text, read), std::nullopt) << text;
+    }
 }
 
 TEST(Field, CoordinatesAreTheNearestDoubles) {
     const auto latitude_of = [](field_reader& reader) { return reader.coordinate(0, 90, "NS"); };
-    const std::pair<std::vector<std::string_view>, double> good[] = {
-        {{"3806.62964", "N"}, 38.110494},
-        {{"3806.62964", "S"}, -38.110494},
-        {{"9000.0000", "N"}, 90.0},
-        {{"0000.00000000001", "N"}, 0.00000000001L / 60},
-        {{"4723.28521349999999", "N"}, 47 + 23.28521349999L / 60},
-        {{"6", "S"}, -0.1},
-    };
-    for (const auto& [fields, expected] : good) {
-        const auto [value, sound] = read_fields(fields, latitude_of);
-        EXPECT_TRUE(sound) << fields[0];
-        EXPECT_EQ(value, expected) << fields[0];
-    }
-    EXPECT_EQ(read_fields({"", "N"}, latitude_of).second, true);
-    EXPECT_TRUE(std::isnan(read_fields({"", ""}, latitude_of).first));
-    const std::vector<std::string_view> bad[] = {
-        {"9000.0001", "N"}, {"3860.0", "N"}, {"3806.6", ""},    {"3806.6"},  {"3806.6", "E"},   {"-806.6", "N"},
-        {"38O6.6", "N"},    {"3806,6", "N"}, {"3806.6.6", "N"}, {".6", "N"}, {"123456.7", "N"}, {"3806.6", "NN"}};
-    for (const auto& fields : bad) {
-        EXPECT_FALSE(read_fields(fields, latitude_of).second) << fields[0];
-    }
+    expect_fields<decltype(latitude_of), double>(latitude_of,
+                                                 {{"3806.62964,N", 38.110494},
+                                                  {"3806.62964,S", -38.110494},
+                                                  {"9000.0000,N", 90.0},
+                                                  {"0000.00000000001,N", 0.00000000001L / 60},
+                                                  {"4723.28521349999999,N", 47 + 23.28521349999L / 60},
+                                                  {"6,S", -0.1}},
+                                                 "9000.0001,N 3860.0,N 3806.6, 3806.6 3806.6,E -806.6,N 38O6.6,N "
+                                                 "3806,6,N 3806.6.6,N .6,N 123456.7,N 3806.6,NN");
+    EXPECT_TRUE(std::isnan(read_fields("", latitude_of).value()));
+    EXPECT_TRUE(read_fields(",N", latitude_of));
 }
 
 TEST(Field, NumbersAreDecimalAndWithinTheirBounds) {
     const auto number = [](field_reader& reader) { return reader.number(0, -100, 100); };
-    for (const auto& [text, expected] : {std::pair("-29.5", -29.5), {"+1", 1.0}, {".5", 0.5}, {"007.", 7.0}}) {
-        EXPECT_EQ(read_fields({text}, number), std::pair(expected, true)) << text;
-    }
-    for (const char* const text : {"nan", "inf", "1e1", "0x1", "1 ", "-", ".", "100.1", "--1", "1.2.3", "+-1"}) {
-        EXPECT_FALSE(read_fields({text}, number).second) << text;
-    }
+    expect_fields<decltype(number), double>(number, {{"-29.5", -29.5}, {"+1", 1.0}, {".5", 0.5}, {"007.", 7.0}},
+                                            "nan inf 1e1 0x1 1\t - . 100.1 --1 1.2.3 +-1");
     const auto integer = [](field_reader& reader) { return reader.integer(0, 99); };
-    EXPECT_EQ(read_fields({"08"}, integer), std::pair(8u, true));
-    EXPECT_EQ(read_fields({""}, integer), std::pair(0u, true));
-    for (const char* const text : {"100", "-1", "1.0", "99999999999", "x"}) {
-        EXPECT_FALSE(read_fields({text}, integer).second) << text;
-    }
+    expect_fields<decltype(integer), uint32_t>(integer, {{"08", 8}, {"", 0}}, "100 -1 1.0 99999999999 x");
 }
 
 TEST(Field, TimesAndDatesAreThoseOfACalendar) {
@@ -128,29 +118,21 @@ TEST(Field, TimesAndDatesAreThoseOfACalendar) {
         const time_of_day read = reader.time(0);
         return read.hour * 10000 + read.minute * 100 + read.second;
     };
-    EXPECT_EQ(read_fields({"223745.25"}, time), std::pair(223745.25, true));
-    EXPECT_EQ(read_fields({"235960.9"}, time), std::pair(235960.9, true));
-    EXPECT_TRUE(std::isnan(read_fields({""}, time).first));
-    for (const char* const text : {"240000", "236000", "235961", "22374", "2237450", "22:37:45", "223745.x"}) {
-        EXPECT_FALSE(read_fields({text}, time).second) << text;
-    }
+    expect_fields<decltype(time), double>(time, {{"223745.25", 223745.25}, {"235960.9", 235960.9}},
+                                          "240000 236000 235961 22374 2237450 22:37:45 223745.x");
+    EXPECT_TRUE(std::isnan(read_fields("", time).value()));
     const auto number_of = [](const date& read) { return read.year * 10000 + read.month * 100 + read.day; };
     const auto short_date = [&](field_reader& reader) { return number_of(reader.short_date(0)); };
-    for (const auto& [text, expected] : {std::pair("110720", 20200711),
-                                         {"290200", 20000229},
-                                         {"311279", 20791231},
-                                         {"060180", 19800106},
-                                         {"", 0},
-                                         {"000000", 0}}) {
-        EXPECT_EQ(read_fields({text}, short_date), std::pair(expected, true)) << text;
-    }
-    for (const char* const text : {"290221", "001220", "011320", "11072020", "1107 0"}) {
-        EXPECT_FALSE(read_fields({text}, short_date).second) << text;
-    }
+    expect_fields<decltype(short_date), int>(short_date,
+                                             {{"110720", 20200711},
+                                              {"290200", 20000229},
+                                              {"311279", 20791231},
+                                              {"060180", 19800106},
+                                              {"", 0},
+                                              {"000000", 0}},
+                                             "290221 001220 011320 11072020 1107_0");
     const auto long_date = [&](field_reader& reader) { return number_of(reader.long_date(0)); };
-    EXPECT_EQ(read_fields({"11", "07", "2020"}, long_date), std::pair(20200711, true));
-    EXPECT_EQ(read_fields({"", "", ""}, long_date), std::pair(0, true));
-    EXPECT_FALSE(read_fields({"31", "11", "2020"}, long_date).second);
+    expect_fields<decltype(long_date), int>(long_date, {{"11,07,2020", 20200711}, {",,", 0}}, "31,11,2020");
 }
 
 } // namespace

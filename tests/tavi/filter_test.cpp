@@ -36,9 +36,9 @@ TEST(reader_filter, tells_where_a_text_is_none) {
         {"(Cycle = 1) AND", "expected 'OR' or the end at 13"},
         {"(Cycle = 1) OR", "expected '(' at 15"},
     };
-    for (const auto& [text, message] : cases) {
-        EXPECT_EQ(thrown<std::invalid_argument>([&] { reader_filter{text}; }),
-                  std::string("invalid reader filter: ") + message);
+    for (const auto& each : cases) {
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { reader_filter{each.first}; }),
+                  std::string("invalid reader filter: ") + each.second);
     }
 }
 

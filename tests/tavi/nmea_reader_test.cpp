@@ -4,22 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
+
+#include "tests/nmea_processor/sealed.hpp"
 
 namespace tavi::host {
 namespace {
 
 using namespace std::string_literals;
 
-// With its checksum.
 std::string sentence(const std::string& body) {
-    unsigned sum = 0;
-    for (const char character : body) {
-        sum ^= static_cast<unsigned char>(character);
-    }
-    char text[8];
-    std::snprintf(text, sizeof text, "*%02X\r\n", sum);
-    return '$' + body + text;
+    return nmea_processor::sealed(body) + "\r\n";
 }
 
 // Each line's outcome: "type@time" or "line:column".
