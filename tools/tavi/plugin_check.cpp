@@ -90,15 +90,15 @@ bool is_plugin_type(const std::string& type) {
            type == "signal-storage";
 }
 
-// Collects verdicts; each step says in a few words what it tries.
+// Gives the verdicts; each step says in a few words what it tries.
 class checker {
 public:
-    explicit checker(std::vector<verdict>& verdicts) : verdicts_(verdicts) {}
+    explicit checker(const std::function<void(const verdict&)>& tell) : tell_(tell) {}
 
     bool sound() const noexcept { return sound_; }
 
     void add(bool good, const std::string& text) {
-        verdicts_.push_back({good ? verdict::kind::good : verdict::kind::bad, text});
+        tell_({good ? verdict::kind::good : verdict::kind::bad, text});
         sound_ &= good;
     }
 
@@ -124,7 +124,7 @@ public:
             if (mandatory) {
                 add(false, "table " + name + " is missing");
             } else {
-                verdicts_.push_back({verdict::kind::note, "table " + name + " is not offered"});
+                tell_({verdict::kind::note, "table " + name + " is not offered"});
             }
             return false;
         }
@@ -142,7 +142,7 @@ public:
     }
 
 private:
-    std::vector<verdict>& verdicts_;
+    const std::function<void(const verdict&)>& tell_;
     bool sound_ = true;
 };
 
@@ -343,9 +343,8 @@ plugin_summary summarise_plugin(const std::string& path) {
     return summary;
 }
 
-std::vector<verdict> check_plugin(const std::string& path) {
-    std::vector<verdict> verdicts;
-    checker check(verdicts);
+void check_plugin(const std::string& path, const std::function<void(const verdict&)>& tell) {
+    checker check(tell);
     auto metadata = metadata_of(path);
     const std::string type = metadata["qor-library-type"];
     check.require(metadata["qor-meta"] == "nddictionary", "metadata block in section .qorrt",
@@ -354,19 +353,19 @@ std::vector<verdict> check_plugin(const std::string& path) {
         check.require(is_plugin_type(type), "type word '" + type + "' is that of a plug-in", "it is not");
     }
     if (!check.sound()) {
-        return verdicts;
+        return;
     }
     check.attempt("loads, has its entry symbols, makes an instance and gives a locator", [&] {
         const loaded_plugin first(path, type);
         const loaded_plugin second(path, type); // two extractors in one process
     });
     if (!check.sound()) {
-        return verdicts;
+        return;
     }
     const loaded_plugin plugin(path, type);
     if (type == "signal-storage") {
         check_storage(plugin, check);
-        return verdicts;
+        return;
     }
     try {
         type == "data-matcher"              ? check_matcher(plugin, check)
@@ -383,7 +382,6 @@ std::vector<verdict> check_plugin(const std::string& path) {
             }
         });
     }
-    return verdicts;
 }
 
 } // namespace tavi::tool

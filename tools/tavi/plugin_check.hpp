@@ -2,6 +2,7 @@
 #ifndef TOOLS_TAVI_PLUGIN_CHECK_HPP
 #define TOOLS_TAVI_PLUGIN_CHECK_HPP
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,9 @@ struct plugin_summary {
 // Empty type when the file has no metadata.
 plugin_summary summarise_plugin(const std::string& path);
 
-// All checks, in the order in which a host would meet the faults; they end where nothing further can be asked.
-std::vector<verdict> check_plugin(const std::string& path);
+// All checks, in the order in which a host would meet the faults; they end where nothing further can be asked. Each is
+// told before the next begins, which a bad plug-in may not survive.
+void check_plugin(const std::string& path, const std::function<void(const verdict&)>& tell);
 
 } // namespace tavi::tool
 

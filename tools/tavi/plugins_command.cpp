@@ -67,12 +67,13 @@ exit_code list_plugins() {
 exit_code check(const std::string& path) {
     exit_code code = exit_code::done;
     block_output output("");
-    for (const verdict& verdict : check_plugin(path)) {
+    check_plugin(path, [&](const verdict& verdict) {
         const bool bad = verdict.kind == tool::verdict::kind::bad;
         const char* const word = bad ? "FAULT  " : verdict.kind == tool::verdict::kind::note ? "note   " : "ok     ";
         output.write(word + printable(verdict.text) + '\n');
+        output.flush();
         code = bad ? exit_code::plugin_failed : code;
-    }
+    });
     output.write(printable(path) + (code == exit_code::done ? ": fit for use\n" : ": not fit for use\n"));
     output.close();
     return code;
