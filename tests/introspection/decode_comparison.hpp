@@ -45,11 +45,12 @@ struct outcome {
         }
     }
 
-    // In hexadecimal.
+    bool operator==(const outcome&) const = default;
+
     std::string text() const {
         std::string text = failure;
         for (const std::uint8_t byte : buffer) {
-            text += {' ', "0123456789abcdef"[byte / 16], "0123456789abcdef"[byte % 16]};
+            text += ' ' + std::to_string(byte);
         }
         return text;
     }
@@ -65,8 +66,7 @@ void unify_nan(std::uint8_t* value) {
 }
 
 inline std::string difference_of(const std::string& what, const outcome& actual, const outcome& expected) {
-    const bool same = actual.failure == expected.failure && actual.buffer == expected.buffer;
-    return same ? "" : what + ":" + actual.text() + " for" + expected.text();
+    return actual == expected ? "" : what + ":" + actual.text() + " for" + expected.text();
 }
 
 // The read of a type made from `signal`, as `kind`; empty if both agree, else what differs.
@@ -79,13 +79,11 @@ std::string compare_decoding(const dynamic_type& type, const signal_parameters& 
         return outcome([&](std::uint8_t* value) {
             std::memset(value, 0x5A, 16); // so that a byte too many or too few shows
             decode(value);
-            switch (is_scalar ? kind : converted) {
-            case type_kind::float32:
-                return unify_nan<float>(value);
-            case type_kind::float64:
-                return unify_nan<double>(value);
-            default:
-                return;
+            const type_kind written = is_scalar ? kind : converted;
+            if (written == type_kind::float32) {
+                unify_nan<float>(value);
+            } else if (written == type_kind::float64) {
+                unify_nan<double>(value);
             }
         });
     };

@@ -9,18 +9,14 @@ namespace {
 
 using namespace tavi::test;
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 constexpr signal_coefficients coefficient_sets[] = {
-    {},
     {},
     {0, 0.5, -40, 0, 0, 1},
     {0, 0.1, 0, 0, 0, 1},
     {0, -1, 0, 0, 0, 1},
-    {0, 1e17, -3, 0, 0, 1},
     {0, nan, 0, 0, 0, 1},
-    {0, infinity, 0, 0, 0, 1},
-    {0, 3, 7, 0, 0.25, 1},
     {0.001, 0.1, -3, 1e-4, 0.7, 2},
     {0, 1, 0, 0, 1, -1}, // a pole at 1
     {0, 1, 0, 0, 0, 0},
@@ -68,14 +64,10 @@ protected:
         static constexpr std::uint8_t orders[] = {0, 2, 0, 2, 0, 2, 1, 9};
         static constexpr std::uint32_t encodings[] = {0, 1, 2, 3, 7};
         const signal_coefficients& coefficients = coefficient_sets[below(std::size(coefficient_sets))];
-        const signal_parameters signal{scalar_of<Raw>().kind,
-                                       signal_byte_order{orders[below(std::size(orders))]},
-                                       bit_offset,
-                                       bit_length,
-                                       coefficients,
-                                       conversion_of(coefficients),
-                                       "",
-                                       signal_encoding{encodings[below(std::size(encodings))]}};
+        const signal_byte_order order{orders[below(std::size(orders))]};
+        const signal_encoding encoding{encodings[below(std::size(encodings))]};
+        const signal_parameters signal{scalar_of<Raw>().kind,       order, bit_offset, bit_length, coefficients,
+                                       conversion_of(coefficients), "",    encoding};
         const std::vector<std::uint8_t> payload = random_payload(touched_size(signal));
         const std::shared_ptr<dynamic_type> type = make_type(converted, signal);
         ASSERT_NE(type, nullptr);
