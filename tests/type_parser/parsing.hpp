@@ -1,9 +1,12 @@
-// What the tests of the type parser share: a type as one line of text, a sink that remembers, and one call of parse.
+// What the tests of the type parser share: nodes and types as lines of text, and one call of parse.
 #ifndef TESTS_TYPE_PARSER_PARSING_HPP
 #define TESTS_TYPE_PARSER_PARSING_HPP
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <deque>
+#include <sstream>
 
 #include "introspection/xtypes/array_type.hpp"
 #include "qor_tavi_extractor/src/type_parser/type_parser.hpp"
@@ -14,6 +17,40 @@ namespace tavi::test {
 using namespace fakes;
 using namespace qor::introspection::xtypes;
 using qor::tavi::detail::type_parser;
+
+// Nodes of "object 1 9 O 256 20; signal 2 1 a 4": kind, id and parent, name or '-' for none, then offset, address or
+// cycle (0), size of an element (1) and number of elements (1). Other kinds than the four are numbers.
+class nodes_of {
+public:
+    nodes_of(const char* text) {
+        std::istringstream parts(text);
+        for (std::string part; std::getline(parts, part, ';');) {
+            std::istringstream words(part);
+            std::string kind, name;
+            std::uint64_t id = 0, parent = 0, numbers[] = {0, 1, 1};
+            words >> kind >> id >> parent >> name;
+            for (std::uint64_t read = 0, at = 0; words >> read; ++at) {
+                numbers[at] = read;
+            }
+            const auto place = static_cast<std::uint32_t>(numbers[0]), size = static_cast<std::uint32_t>(numbers[1]),
+                       count = static_cast<std::uint32_t>(numbers[2]);
+            const char* const kept = name == "-" ? nullptr : names_.emplace_back(name).c_str();
+            qor_type_node_t& node = nodes_.emplace_back(signal_node(id, parent, kept, place, size, count));
+            const std::size_t letter = std::string("0vogs").find(kind[0]);
+            node.kind = static_cast<std::uint8_t>(letter != std::string::npos ? letter : kind[0] - '0');
+            node.view.cycle = place;
+            node.object = {numbers[0], 0, count, size, 0};
+            node.group = {place, count, size};
+        }
+    }
+
+    std::vector<qor_type_node_t>& nodes() { return nodes_; }
+    qor_type_node_sequence_t sequence() { return {nodes_.data(), nodes_.size()}; }
+
+private:
+    std::deque<std::string> names_;
+    std::vector<qor_type_node_t> nodes_;
+};
 
 // "G:32{G@0 4*G.G:8{a@0 uint8, b@4 uint8}}": structures with name, size and members at their offsets, arrays with
 // their dimension, signals with the kind that they present.
@@ -33,7 +70,7 @@ inline std::string shape_of(const dynamic_type& type) {
     return type.name() + ":" + std::to_string(type.instance_size()) + "{" + members + "}";
 }
 
-// A host's log sink: "parse: MESSAGE" for each record of the type parser.
+// A host's log sink: "parse: MESSAGE" and a line feed for each record of the type parser.
 struct recording_sink : qor_log_t {
     recording_sink() {
         context = this;
@@ -42,12 +79,13 @@ struct recording_sink : qor_log_t {
             const std::string prefix = "qor::tavi::detail::type_parser::";
             EXPECT_EQ(function.substr(0, prefix.size()), prefix);
             EXPECT_EQ(info->level, 300u);
-            static_cast<recording_sink*>(self)->records.push_back(function.substr(prefix.size()) + ": " +
-                                                                  info->message);
+            static_cast<recording_sink*>(self)->told += function.substr(prefix.size()) + ": " + info->message + '\n';
             return std::uint32_t{0};
         };
     }
-    std::vector<std::string> records;
+    type_parser::logger_pointer logger() { return std::make_shared<qor::extensibility::log::logger>(this); }
+
+    std::string told;
 };
 
 // Runs `body`, which returns a type: its shape, or the failure as "runtime_error: TEXT", "invalid_argument: TEXT".
@@ -62,38 +100,32 @@ std::string outcome_of(Body&& body) {
     }
 }
 
-struct parse_result {
-    std::string outcome;
-    std::vector<std::string> records;
-};
+enum class parsing { strict, lenient, indexed };
 
-// Once with a logger and once without, which must make no other difference.
-inline parse_result parse(std::vector<qor_type_node_t> nodes, bool indexed = false, bool lenient = false) {
-    const qor_type_node_sequence_t sequence = {nodes.data(), nodes.size()};
+// What is logged, then the outcome. Once with a logger and once without, which must make no other difference.
+inline std::string parse(const qor_type_node_sequence_t& nodes, parsing mode = parsing::strict) {
     const auto with = [&](const type_parser::logger_pointer& logger) {
         std::uint64_t index = 0;
-        return outcome_of([&] { return type_parser::parse(logger, sequence, index, indexed, nullptr, lenient); });
+        return outcome_of([&] {
+            return type_parser::parse(logger, nodes, index, mode == parsing::indexed, nullptr,
+                                      mode == parsing::lenient);
+        });
     };
     recording_sink sink;
-    const std::string outcome = with(std::make_shared<qor::extensibility::log::logger>(&sink));
+    const std::string outcome = with(sink.logger());
     EXPECT_EQ(with(nullptr), outcome);
-    return {outcome, sink.records};
+    return sink.told + outcome;
 }
 
 struct parse_case {
-    const char* what;
-    std::vector<qor_type_node_t> nodes;
+    const char* nodes;
     std::string outcome;
-    std::vector<std::string> records = {};
-    bool indexed = false;
-    bool lenient = false;
+    parsing mode = parsing::strict;
 };
 
 inline void expect_all(const std::vector<parse_case>& cases) {
     for (const parse_case& each : cases) {
-        const parse_result result = parse(each.nodes, each.indexed, each.lenient);
-        EXPECT_EQ(result.outcome, each.outcome) << each.what;
-        EXPECT_THAT(result.records, ::testing::ElementsAreArray(each.records)) << each.what;
+        EXPECT_EQ(parse(nodes_of(each.nodes).sequence(), each.mode), each.outcome) << each.nodes;
     }
 }
 
