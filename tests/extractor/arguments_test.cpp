@@ -85,28 +85,20 @@ TEST_F(arguments, are_tested_in_order_before_anything_is_done) {
     EXPECT_EQ(allocator.allocations, 0u);
 }
 
-TEST_F(arguments, within_arguments_are_tested_too) {
-    add_parser("p", {{"dbc"}});
-    start();
-    EXPECT_EQ(register_signatures(10, 1, "s", {"signature 1", nullptr}),
-              invalid("argument 'data_description_signatures' was not initialized"));
-    qor_data_description_content_t content{{"one", "dbc"}, 3, nullptr};
-    const auto register_content = [&](std::size_t count) {
-        return call(api.register_source_with_data_descriptions, handle, 10, 1, "s", &content, count, nullptr, nullptr,
-                    nullptr);
-    };
-    EXPECT_EQ(register_content(1), invalid("argument 'content' was not initialized"));
-    content.content_size = 0;
-    EXPECT_EQ(register_content(1), succeeded);
-}
-
 TEST_F(arguments, that_are_optional_may_be_null) {
+    add_parser("p", {{"dbc"}});
     start();
     EXPECT_EQ(api.destroy(nullptr), QOR_STATUS_OK);
     EXPECT_EQ(api.subscribe(nullptr, nullptr, false, nullptr, nullptr), QOR_STATUS_INVALID_ARGUMENT);
-    EXPECT_EQ(
-        call(api.register_source_with_data_descriptions, handle, 1, 1, "engine", nullptr, 0, nullptr, nullptr, nullptr),
-        succeeded);
+    const auto register_contents = [&](const qor_data_description_content_t* contents, std::size_t count) {
+        return call(api.register_source_with_data_descriptions, handle, 1, 1, "engine", contents, count, nullptr,
+                    nullptr, nullptr);
+    };
+    EXPECT_EQ(register_contents(nullptr, 0), succeeded);
+    qor_data_description_content_t content{{"one", "dbc"}, 0, nullptr};
+    EXPECT_EQ(register_contents(&content, 1), succeeded);
+    content.content_size = 3;
+    EXPECT_EQ(register_contents(&content, 1), invalid("argument 'content' was not initialized"));
     // The storage decides what a null node means.
     EXPECT_EQ(names_of(api.get_node_children, nullptr), "<the null node is not in the fake>");
     qor_service_locator_t* own = nullptr;

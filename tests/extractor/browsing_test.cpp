@@ -12,9 +12,9 @@ class browsing : public extractor_test {
 protected:
     browsing() {
         add_parser("p", {{"dbc"}});
-        for (const auto& node : {in_description(2, view_node(30, "Second")), in_description(2, view_node(31, "Third")),
-                                 in_description(2, object_node(32, 31, "Thing", 0xFF, 4, 2))}) {
-            host.control.nodes.push_back(node);
+        for (const auto& node :
+             {view_node(30, "Second"), view_node(31, "Third"), object_node(32, 31, "Thing", 0xFF, 4, 2)}) {
+            host.control.nodes.push_back(in_description(2, node));
         }
         start();
         EXPECT_EQ(register_descriptions(7, 1, "both", {{"two", "dbc", ""}, {"one", "dbc", ""}}), succeeded);
@@ -27,9 +27,7 @@ TEST_F(browsing, gives_nodes_as_the_storage_gives_them) {
     EXPECT_EQ(root_nodes(7, 1), "Second Third View "); // all descriptions in order
     EXPECT_EQ(root_nodes("single"), "View ");
     EXPECT_EQ(root_nodes(7, 2), "");
-    EXPECT_EQ(root_nodes("boht"), "<the data source identified with name 'boht' was not found, did you mean 'both'?>");
     EXPECT_EQ(names_of(api.get_node_children, &host.control.nodes[0]), "Object Plain ");
-    EXPECT_EQ(names_of(api.get_node_children, &host.control.nodes[3]), "");
     storage().counts_only = true;
     EXPECT_EQ(root_nodes("single"), "<invalid node object state>");
     storage().answers = {{"get_root_nodes/1", reports(QOR_STATUS_FAILURE, "gone")}};
@@ -64,10 +62,10 @@ TEST_F(browsing, takes_a_schema_from_the_first_description_that_has_the_path) {
 }
 
 TEST_F(browsing, passes_the_options_of_a_schema_on) {
-    for (const auto& [annotate, print_option] : {std::pair(true, false), std::pair(false, true)}) {
-        const std::string text = text_of(api.get_type_schema_by_url, "both.View.Plain", false, annotate, print_option);
+    for (const bool annotate : {false, true}) {
+        const std::string text = text_of(api.get_type_schema_by_url, "both.View.Plain", false, annotate, !annotate);
         EXPECT_EQ(text.find("measurement") != std::string::npos, annotate);
-        EXPECT_EQ(text.find('\n') != std::string::npos, print_option);
+        EXPECT_EQ(text.find('\n') != std::string::npos, !annotate);
     }
 }
 
@@ -101,7 +99,7 @@ TEST_F(browsing, returns_texts_with_a_zero_behind_the_size) {
         EXPECT_EQ(call(api.get_url, handle, 2u, buffer.data(), &size), fits ? succeeded : too_small);
         EXPECT_EQ(size, needed);
         const std::string written = fits ? url + std::string(2, '\0') : "";
-        EXPECT_EQ(buffer, written + std::string(buffer.size() - written.size(), 'x')) << room;
+        EXPECT_EQ(buffer, written + std::string(needed + 10 - written.size(), 'x')) << room;
         size = room;
         EXPECT_EQ(call(api.get_url, handle, 2u, nullptr, &size), too_small);
         EXPECT_EQ(size, needed);
@@ -117,9 +115,6 @@ TEST_F(browsing, sums_the_subscriptions_up_as_a_reader_filter) {
     subscribe("single.View.Object[2].Group[1].Signal");
     const std::string second = "(SourceId = 8 AND Instance = 1 AND Cycle = 5 AND Address = 0x100)";
     EXPECT_THAT(filter(), ::testing::AnyOf(first + " OR " + second, second + " OR " + first));
-    EXPECT_EQ(call(api.unsubscribe, handle, 2u), succeeded);
-    EXPECT_EQ(call(api.unsubscribe, handle, 3u), succeeded);
-    EXPECT_EQ(filter(), second);
     storage().counts_only = true;
     EXPECT_EQ(filter(), "<invalid node object state>");
     storage().counts_only = false;

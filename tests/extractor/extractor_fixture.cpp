@@ -53,11 +53,8 @@ fake_host::fake_host() {
     };
     locator.resolve = [](void* context, const char* service, void* target, qor_error_details_t**) -> uint32_t {
         auto& self = *static_cast<fake_host*>(context);
-        if (std::string(service) == "qor_log_t") {
-            *static_cast<void**>(target) = &self.log;
-        } else if (std::string(service) == fakes::control_service) {
-            *static_cast<void**>(target) = &self.control;
-        }
+        *static_cast<void**>(target) =
+            std::string(service) == "qor_log_t" ? static_cast<void*>(&self.log) : &self.control;
         return QOR_STATUS_OK;
     };
     log.context = this;
@@ -124,25 +121,6 @@ void extractor_test::destroy() {
     EXPECT_EQ(api.destroy(std::exchange(handle, nullptr)), QOR_STATUS_OK);
 }
 
-outcome extractor_test::collect_signatures(outcome result, char** texts, std::size_t count) {
-    signatures.clear();
-    for (std::size_t i = 0; texts != nullptr && i < count; ++i) {
-        signatures.emplace_back(texts[i]);
-        allocator.free(texts[i], allocator.context);
-    }
-    allocator.free(texts, allocator.context);
-    return result;
-}
-
-outcome extractor_test::register_source(std::uint16_t id, std::uint32_t instance, const std::string& name,
-                                        bool sanitize) {
-    const qor_data_source_t source = make_source(id, instance, name);
-    char** texts = nullptr;
-    std::size_t count = 0;
-    const outcome result = call(api.register_source, handle, &source, nullptr, sanitize, &texts, &count, &allocator);
-    return collect_signatures(result, texts, count);
-}
-
 outcome extractor_test::register_descriptions(std::uint16_t id, std::uint32_t instance, const std::string& name,
                                               const std::vector<description>& descriptions) {
     std::vector<qor_data_description_content_t> contents;
@@ -153,17 +131,8 @@ outcome extractor_test::register_descriptions(std::uint16_t id, std::uint32_t in
         content.content_size = given.content.size();
         content.content = given.content.data();
     }
-    char** texts = nullptr;
-    std::size_t count = 0;
-    const outcome result = call(api.register_source_with_data_descriptions, handle, id, instance, name.c_str(),
-                                contents.data(), contents.size(), &texts, &count, &allocator);
-    return collect_signatures(result, texts, count);
-}
-
-outcome extractor_test::register_signatures(std::uint16_t id, std::uint32_t instance, const std::string& name,
-                                            const std::vector<const char*>& given) {
-    return call(api.register_source_from_signal_storage, handle, id, instance, name.c_str(), given.data(),
-                given.size());
+    return collect(api.register_source_with_data_descriptions, id, instance, name.c_str(), contents.data(),
+                   contents.size());
 }
 
 std::uint64_t extractor_test::subscribe(const std::string& url) {
@@ -175,20 +144,6 @@ std::uint64_t extractor_test::subscribe(const std::string& url) {
 outcome extractor_test::try_subscribe(const std::string& url, bool lenient) {
     std::uint64_t subscription = 0;
     return call(api.subscribe, handle, url.c_str(), lenient, &subscription);
-}
-
-std::string extractor_test::names_of(qor_type_node_sequence_t* nodes) {
-    std::string text;
-    for (std::uint64_t i = 0; i < nodes->count; ++i) {
-        text += std::string(nodes->nodes[i].name) + " ";
-    }
-    EXPECT_EQ(qor_type_node_sequence_destroy(qor_get_default_allocator(), nodes, nullptr), QOR_STATUS_OK);
-    return text;
-}
-
-std::string extractor_test::root_nodes(std::uint16_t id, std::uint32_t instance) {
-    const qor_data_source_t source = make_source(id, instance, "any name");
-    return names_of(api.get_root_nodes, &source);
 }
 
 outcome extractor_test::try_match(const package& unit, bool strict) {

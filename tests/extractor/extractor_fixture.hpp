@@ -51,6 +51,8 @@ struct description {
     std::string name, type, content;
 };
 
+qor_data_source_t make_source(std::uint16_t id, std::uint32_t instance, const std::string& name);
+
 class extractor_test : public ::testing::Test {
 protected:
     extractor_test();
@@ -79,11 +81,12 @@ protected:
     void destroy();
 
     // ---- sources; the signatures that come back stand in `signatures` ---------------------------------------------
-    outcome register_source(std::uint16_t id, std::uint32_t instance, const std::string& name, bool sanitize = false);
+    outcome register_source(std::uint16_t id, std::uint32_t instance, const std::string& name, bool sanitize = false) {
+        const qor_data_source_t source = make_source(id, instance, name);
+        return collect(api.register_source, &source, nullptr, sanitize);
+    }
     outcome register_descriptions(std::uint16_t id, std::uint32_t instance, const std::string& name,
                                   const std::vector<description>& descriptions);
-    outcome register_signatures(std::uint16_t id, std::uint32_t instance, const std::string& name,
-                                const std::vector<const char*>& given);
 
     // ---- subscriptions and texts ----------------------------------------------------------------------------------
     // 0 when it fails, which is a failure of the test.
@@ -110,9 +113,17 @@ protected:
     std::string names_of(Function* function, Argument argument) {
         qor_type_node_sequence_t* nodes = nullptr;
         const outcome result = call(function, handle, argument, &nodes);
-        return result == succeeded ? names_of(nodes) : "<" + result.text.value_or("no text") + ">";
+        std::string text = result == succeeded ? "" : "<" + result.text.value_or("no text") + ">";
+        for (std::uint64_t i = 0; nodes != nullptr && i < nodes->count; ++i) {
+            text += std::string(nodes->nodes[i].name) + " ";
+        }
+        qor_type_node_sequence_destroy(qor_get_default_allocator(), nodes, nullptr);
+        return text;
     }
-    std::string root_nodes(std::uint16_t id, std::uint32_t instance);
+    std::string root_nodes(std::uint16_t id, std::uint32_t instance) {
+        const qor_data_source_t source = make_source(id, instance, "any name");
+        return names_of(api.get_root_nodes, &source);
+    }
     std::string root_nodes(const std::string& name) {
         return names_of(api.get_root_nodes_by_source_name, name.c_str());
     }
@@ -140,11 +151,19 @@ protected:
     std::vector<data_record> records;
 
 private:
-    outcome collect_signatures(outcome result, char** texts, std::size_t count);
-    static std::string names_of(qor_type_node_sequence_t* nodes);
+    template<typename Function, typename... Arguments>
+    outcome collect(Function* function, Arguments... arguments) {
+        char** texts = nullptr;
+        std::size_t count = 0;
+        const outcome result = call(function, handle, arguments..., &texts, &count, &allocator);
+        signatures.assign(texts, texts != nullptr ? texts + count : texts);
+        for (std::size_t i = 0; i < signatures.size(); ++i) {
+            allocator.free(texts[i], allocator.context);
+        }
+        allocator.free(texts, allocator.context);
+        return result;
+    }
 };
-
-qor_data_source_t make_source(std::uint16_t id, std::uint32_t instance, const std::string& name);
 
 } // namespace tavi::test
 
