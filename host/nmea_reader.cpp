@@ -53,6 +53,19 @@ std::optional<std::int64_t> day_of(std::optional<unsigned> year, std::optional<u
                      : std::nullopt;
 }
 
+bool is_digit(char character) noexcept {
+    return character >= '0' && character <= '9';
+}
+
+// "$GPGGA," and the like: noise has '$' often, but not this behind it.
+bool has_address(std::string_view sentence) {
+    constexpr std::size_t shortest = 3;
+    const auto is_of_address = [](char c) { return (c >= 'A' && c <= 'Z') || is_digit(c); };
+    const std::size_t comma = sentence.find(',');
+    return comma != sentence.npos && comma > shortest && (sentence[0] == '$' || sentence[0] == '!') &&
+           std::all_of(sentence.begin() + 1, sentence.begin() + static_cast<std::ptrdiff_t>(comma), is_of_address);
+}
+
 // Where sentences have their time of day.
 struct time_field {
     std::string_view type;
@@ -64,14 +77,19 @@ constexpr std::array<time_field, 8> time_fields{
 } // namespace
 
 std::optional<bool> nmea_reader::recognise(std::string_view beginning) {
-    constexpr std::string_view starts = "$!\\(";
     while (!beginning.empty()) {
-        const std::string_view line = beginning.substr(0, beginning.find_first_of("\r\n"));
-        const std::size_t first = line.find_first_not_of(blanks);
-        if (first != line.npos && starts.find(line[first]) != starts.npos) {
-            return line[first] != '(';
-        }
+        std::string_view line = beginning.substr(0, beginning.find_first_of("\r\n"));
         beginning.remove_prefix(std::min(line.size() + 1, beginning.size()));
+        line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
+        if (line.size() > 1 && line[0] == '(' && is_digit(line[1])) {
+            return false;
+        }
+        if (line.starts_with('\\')) {
+            line.remove_prefix(std::min(line.find('\\', 1), line.size() - 1) + 1);
+        }
+        if (has_address(line)) {
+            return true;
+        }
     }
     return std::nullopt;
 }

@@ -49,8 +49,8 @@ public:
     std::string_view line_text() const noexcept { return line_; }
     const candump_fault& fault() const noexcept { return fault_; }
 
-    // Whether a text looks like the beginning of such a log: a line begins with '$', '!' or '\' before one begins with
-    // '(' as lines of candump do. Nothing when there is no such line yet.
+    // Whether a text looks like the beginning of such a log: a line begins with an address, as "$GPGGA,", before one
+    // begins as lines of candump do, with '(' and a digit. Nothing when there is no such line yet.
     static std::optional<bool> recognise(std::string_view beginning);
 
 private:

@@ -69,10 +69,11 @@ TEST(nmea_reader, tells_where_a_line_is_damaged) {
 }
 
 TEST(nmea_reader, recognises_its_logs) {
-    EXPECT_EQ(nmea_reader::recognise("# (1.0)\r\n\r\n!AIVDM"), true);
-    EXPECT_EQ(nmea_reader::recognise("1,N*47\r $GP"), true);
+    EXPECT_EQ(nmea_reader::recognise("# (1.0)\r\n\r\n!AIVDM,1"), true);
+    EXPECT_EQ(nmea_reader::recognise("1,N*47\r $GPGGA,"), true);
+    EXPECT_EQ(nmea_reader::recognise("\\s:x,c:1*00\\$GPZDA,"), true);
     EXPECT_EQ(nmea_reader::recognise("(1.0) can0 0C0#"), false);
-    EXPECT_EQ(nmea_reader::recognise("# only comments\n# $"), std::nullopt);
+    EXPECT_EQ(nmea_reader::recognise("# only comments\n# $GPGGA,\r\\\r$,\r(\x10,!\x80WXYZ,"), std::nullopt);
 }
 
 } // namespace
