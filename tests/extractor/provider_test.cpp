@@ -30,16 +30,14 @@ private:
     std::uint32_t perform(const std::string& function, qor_error_details_t** error, const std::function<void()>& work) {
         threads.insert(std::this_thread::get_id());
         if (const int call = calls[function]++; call % (not_ready + 1) != not_ready) {
-            return call % 2 == 0
-                       ? QOR_STATUS_NOT_READY
-                       : (qor_error_details_create(error, QOR_STATUS_INFORMATION, "in a moment"), QOR_STATUS_NOT_READY);
+            qor_error_details_create(call % 2 == 0 ? nullptr : error, QOR_STATUS_INFORMATION, "in a moment");
+            return QOR_STATUS_NOT_READY;
         }
-        const auto scripted = answers.find(function);
-        if (scripted == answers.end()) {
-            return work(), function == "size" ? QOR_STATUS_BUFFER_TOO_SMALL : QOR_STATUS_OK;
+        if (answers.contains(function)) {
+            const fakes::answer& given = answers[function];
+            return given.code ? qor_error_details_create(error, *given.code, given.text->c_str()) : given.status;
         }
-        const auto& [status, code, text, throws] = scripted->second;
-        return code ? qor_error_details_create(error, *code, text->c_str()) : status;
+        return work(), function == "size" ? QOR_STATUS_BUFFER_TOO_SMALL : QOR_STATUS_OK;
     }
     static std::uint32_t count_sources(void* context, std::size_t* count, qor_error_details_t** error) {
         return of(context).perform("sources", error, [&] { *count = 1; });
@@ -73,11 +71,12 @@ protected:
         add_parser("p", {{"dbc"}});
         start();
     }
-    outcome register_from(const qor_data_source_t& source, const qor_data_source_provider_t& given) {
+    outcome register_from(const qor_data_source_provider_t& given) {
         return call(api.register_source, handle, &source, &given, false, nullptr, nullptr, nullptr);
     }
-    outcome register_it() { return register_from(host_side.source, host_side); }
+    outcome register_it() { return register_from(host_side); }
     host_provider host_side{{{"a", "dbc", "first"}, {"b", "dbc", ""}}};
+    qor_data_source_t source = host_side.source; // as the host registers it
 };
 
 TEST_F(provider, is_asked_on_a_thread_of_the_library_until_it_is_ready) {
@@ -106,36 +105,28 @@ TEST_F(provider, that_reports_fails_the_registration_with_its_status) {
 }
 
 TEST_F(provider, with_a_hole_is_refused_before_any_call) {
-    const std::function<void(qor_data_source_provider_t&)> holes[] = {
-        [](auto& given) { given.context = nullptr; },
-        [](auto& given) { given.get_data_source_count = nullptr; },
-        [](auto& given) { given.get_data_source = nullptr; },
-        [](auto& given) { given.get_data_description = nullptr; },
-    };
-    for (const auto& make_hole : holes) {
-        qor_data_source_provider_t given = host_side;
-        make_hole(given);
-        EXPECT_EQ(register_from(host_side.source, given), failed("invalid data source provider handle"));
+    qor_data_source_provider_t holes[] = {host_side, host_side, host_side, host_side};
+    holes[0].context = nullptr;
+    holes[1].get_data_source_count = nullptr;
+    holes[2].get_data_source = nullptr;
+    holes[3].get_data_description = nullptr;
+    for (const auto& given : holes) {
+        EXPECT_EQ(register_from(given), failed("invalid data source provider handle"));
     }
     EXPECT_THAT(host_side.calls, ::testing::IsEmpty());
 }
 
 TEST_F(provider, has_to_know_the_source_with_all_its_fields) {
-    const std::function<void(qor_data_source_t&)> changes[] = {
-        [](auto& source) { source.source_id ^= 1; },    [](auto& source) { source.instance ^= 1; },
-        [](auto& source) { source.flag ^= 1; },         [](auto& source) { source.data_description_count += 1; },
-        [](auto& source) { source.text_15[0] = 'x'; },  [](auto& source) { source.name[0] = 'x'; },
-        [](auto& source) { source.text_302[0] = 'x'; }, [](auto& source) { source.text_557[0] = 'x'; },
-    };
-    for (const auto& change : changes) {
-        qor_data_source_t other = host_side.source;
-        change(other);
-        EXPECT_EQ(register_from(other, host_side), failed("the specified data source was not found"));
+    auto& [source_id, instance, flag, description_count, text_15, name, text_302, text_557] = source;
+    for (void* const field : {static_cast<void*>(&source_id), static_cast<void*>(&instance), static_cast<void*>(&flag),
+                              static_cast<void*>(&description_count), static_cast<void*>(text_15),
+                              static_cast<void*>(name), static_cast<void*>(text_302), static_cast<void*>(text_557)}) {
+        *static_cast<char*>(field) ^= 1;
+        EXPECT_EQ(register_it(), failed("the specified data source was not found"));
+        *static_cast<char*>(field) ^= 1;
     }
-    // What stands behind a text's end does not count.
-    qor_data_source_t same = host_side.source;
-    same.name[200] = 'x';
-    EXPECT_EQ(register_from(same, host_side), succeeded);
+    name[200] = 'x'; // what stands behind a text's end does not count
+    EXPECT_EQ(register_it(), succeeded);
 }
 
 } // namespace
