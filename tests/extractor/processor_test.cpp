@@ -12,10 +12,10 @@ class processor : public extractor_test {
 protected:
     processor() { add_parser("p", {{"dbc"}, {"sdl"}}).context_type = 1; }
 
-    outcome register_plain(std::uint32_t instance = 1) { return register_descriptions(0x235, instance, "s", {}); }
+    outcome register_plain(std::uint32_t instance = 1) { return register_descriptions(0x23D, instance, "s", {}); }
     bool has_processor(const std::string& format, std::uint32_t instance = 1) {
         bool result = false;
-        EXPECT_EQ(call(api.has_data_processor, handle, package(0x235, instance, format, "").get(), &result), succeeded);
+        EXPECT_EQ(call(api.has_data_processor, handle, package(0x23D, instance, format, "").get(), &result), succeeded);
         return result;
     }
     const std::set<std::string> binding{"create", "bind", "get_data_descriptions", "destroy"};
@@ -23,7 +23,7 @@ protected:
 
 TEST_F(processor, is_bound_to_sources_of_its_type_and_class) {
     const std::tuple<std::uint32_t, std::uint16_t, bool> rows[] = {
-        {5, 0, true}, {5, 0x23, true}, {5, 0x24, false}, {4, 0x23, false}, {0x235, 0, false}};
+        {13, 0, true}, {13, 0x23, true}, {13, 0x24, false}, {4, 0x23, false}, {0x23D, 0, false}};
     for (const auto& [type, source_class, fits] : rows) {
         add_processor("box", {{"raw", type, source_class}});
         start();
@@ -37,9 +37,9 @@ TEST_F(processor, is_bound_to_sources_of_its_type_and_class) {
 }
 
 TEST_F(processor, is_bound_to_a_source_once_under_its_first_fitting_format_and_outlives_the_registration) {
-    add_processor("box", {{"other", 4}, {"raw", 5}, {"cooked", 5}}).descriptions = {"text"};
+    add_processor("box", {{"other", 4}, {"raw", 13}, {"cooked", 13}}).descriptions = {"text"};
     start();
-    EXPECT_EQ(register_source(0x235, 1, "s"), succeeded); // without a provider nobody looks for one
+    EXPECT_EQ(register_source(0x23D, 1, "s"), succeeded); // without a provider nobody looks for one
     EXPECT_FALSE(has_processor("raw"));
     ASSERT_EQ(register_plain(), succeeded);
     EXPECT_THAT(signatures, ElementsAre("signature 2"));
@@ -64,9 +64,9 @@ TEST_F(processor, is_bound_to_a_source_once_under_its_first_fitting_format_and_o
 }
 
 TEST_F(processor, brings_descriptions_after_those_of_the_source) {
-    add_processor("box", {{"raw", 5}}).descriptions = {"one", "two"};
+    add_processor("box", {{"raw", 13}}).descriptions = {"one", "two"};
     start();
-    ASSERT_EQ(register_descriptions(0x235, 1, "source", {{"a", "dbc", ""}}), succeeded);
+    ASSERT_EQ(register_descriptions(0x23D, 1, "source", {{"a", "dbc", ""}}), succeeded);
     EXPECT_THAT(take({"create_context"}), ElementsAre("qor_signal_storage.create_context a type=1 ''",
                                                       "qor_signal_storage.create_context libbox type=5 'one'",
                                                       "qor_signal_storage.create_context libbox type=5 'two'"));
@@ -74,7 +74,7 @@ TEST_F(processor, brings_descriptions_after_those_of_the_source) {
 }
 
 TEST_F(processor, without_what_it_needs_fails_the_registration) {
-    script& box = add_processor("box", {{"raw", 5}});
+    script& box = add_processor("box", {{"raw", 13}});
     const struct {
         std::set<std::string> missing;
         std::map<std::string, answer> answers;

@@ -6,13 +6,11 @@ namespace tavi::fakes {
 namespace {
 
 match_answer answer_for(const fake_plugin& self, std::uint64_t subscription) {
-    const auto found = self.own.match.find(subscription);
-    return found != self.own.match.end() ? found->second : match_answer{};
+    return self.own.match.contains(subscription) ? self.own.match.at(subscription) : match_answer{};
 }
 
 std::uint32_t match(void* handle, std::uint64_t subscription, const qor_package_t*, bool lenient, bool* matched,
-                    std::uint64_t* offset, std::uint64_t* size, std::uint64_t* expected_size,
-                    qor_error_details_t** error) {
+                    std::uint64_t* offset, std::uint64_t* size, std::uint64_t* expected_size, details error) {
     fake_plugin& self = fake_plugin::of(handle);
     const bool preset = !*matched && *offset == 0 && *size == 0 && *expected_size == 0;
     const std::string arguments =
@@ -25,8 +23,7 @@ std::uint32_t match(void* handle, std::uint64_t subscription, const qor_package_
 }
 
 std::uint32_t match_batch(void* handle, const qor_package_t*, const std::uint64_t* handles, std::size_t count,
-                          bool lenient, qor_match_outcome_t* outcomes, std::size_t* outcome_count,
-                          qor_error_details_t** error) {
+                          bool lenient, qor_match_outcome_t* outcomes, std::size_t* outcome_count, details error) {
     fake_plugin& self = fake_plugin::of(handle);
     std::string arguments = lenient ? "lenient" : "strict";
     for (std::size_t i = 0; i < count; ++i) {
@@ -43,7 +40,7 @@ std::uint32_t match_batch(void* handle, const qor_package_t*, const std::uint64_
     });
 }
 
-std::uint32_t get_supported_format(void* handle, std::size_t index, const char** result, qor_error_details_t** error) {
+std::uint32_t get_supported_format(void* handle, std::size_t index, const char** result, details error) {
     fake_plugin& self = fake_plugin::of(handle);
     return self.perform("get_supported_format", std::to_string(index), error,
                         [&] { *result = self.own.formats[index].word.c_str(); });

@@ -7,22 +7,22 @@ namespace {
 
 std::uint32_t parse_buffer(void* handle, qor_signal_storage_context_t* context, std::uint8_t type, const void* buffer,
                            std::size_t size, const char* name, qor_parse_progress_t progress, void* progress_context,
-                           qor_error_details_t** error) {
-    const std::string bytes(static_cast<const char*>(buffer), size);
-    const std::string arguments = std::string(name == nullptr ? "null" : name) + " type=" + std::to_string(type) +
-                                  (bytes == std::string(1, '\0') ? " zero byte" : " '" + bytes + "'") +
+                           details error) {
+    const std::string arguments = std::string(name == nullptr ? "null" : name) + " type=" + std::to_string(type) + " " +
+                                  shown(buffer, size) +
                                   (progress == nullptr && progress_context == nullptr ? "" : " progress") +
                                   (context == nullptr ? " no context" : "");
     return fake_plugin::of(handle).perform("parse_buffer", arguments, error, [] {});
 }
 
 std::uint32_t get_supported_file_format(void* handle, std::size_t index, qor_data_description_file_format_t* result,
-                                        qor_error_details_t** error) {
+                                        details error) {
     fake_plugin& self = fake_plugin::of(handle);
     return self.perform("get_supported_file_format", std::to_string(index), error, [&] {
+        const format& own = self.own.formats[index];
         *result = {};
-        result->description_type = self.own.formats[index].word.c_str();
-        result->source_id_filter = static_cast<std::uint16_t>(self.own.formats[index].source);
+        result->description_type = own.word.c_str();
+        result->source_id_filter = static_cast<std::uint16_t>(own.source);
     });
 }
 

@@ -22,7 +22,7 @@ struct failure_of_its_own {
     std::string text = "a text that is too long for the room inside of a string";
 };
 
-std::uint32_t resolve(void* context, const char* service, void* target, qor_error_details_t** error) {
+std::uint32_t resolve(void* context, const char* service, void* target, details error) {
     fake_plugin& self = fake_plugin::of(context);
     return self.perform("resolve", service, error, [&]() -> std::uint32_t {
         const auto found = self.tables.find(service);
@@ -35,7 +35,7 @@ std::uint32_t resolve(void* context, const char* service, void* target, qor_erro
     });
 }
 
-std::uint32_t can_resolve(void* context, const char* service, bool* result, qor_error_details_t** error) {
+std::uint32_t can_resolve(void* context, const char* service, bool* result, details error) {
     fake_plugin& self = fake_plugin::of(context);
     *result = self.tables.contains(service);
     return self.perform("can_resolve", service, error, [] {});
@@ -69,7 +69,7 @@ fake_plugin::~fake_plugin() {
     --shared.instances;
 }
 
-std::uint32_t fake_plugin::give(const answer& scripted, qor_error_details_t** error) {
+std::uint32_t fake_plugin::give(const answer& scripted, details error) {
     if (scripted.throws) {
         throw failure_of_its_own();
     }
@@ -81,7 +81,7 @@ std::uint32_t fake_plugin::give(const answer& scripted, qor_error_details_t** er
 
 std::uint32_t register_type(void* handle, std::uint64_t subscription, const char* schema,
                             const qor_type_node_sequence_t* hierarchy, std::uint64_t position, std::uint64_t extent,
-                            qor_error_details_t** error) {
+                            details error) {
     std::string arguments = std::to_string(subscription);
     for (std::uint64_t i = 0; i < hierarchy->count; ++i) {
         arguments += (i == 0 ? " " : "/") + std::string(hierarchy->nodes[i].name);
@@ -91,7 +91,7 @@ std::uint32_t register_type(void* handle, std::uint64_t subscription, const char
     return self.perform("register_type", arguments, error, [&] { self.shared.last_schema = schema; });
 }
 
-std::uint32_t unregister_type(void* handle, std::uint64_t subscription, qor_error_details_t** error) {
+std::uint32_t unregister_type(void* handle, std::uint64_t subscription, details error) {
     return fake_plugin::of(handle).perform("unregister_type", std::to_string(subscription), error, [] {});
 }
 
@@ -103,7 +103,7 @@ namespace {
 
 // The answer of `function` decides before there is an instance; an informational one creates all the same.
 std::uint32_t create_instance(void (*become)(fake_plugin&), const char* function, const std::string& arguments,
-                              qor_service_locator_t* host, void** handle, qor_error_details_t** error) {
+                              qor_service_locator_t* host, void** handle, details error) {
     control& shared = fake_plugin::find_control(host);
     shared.record(fake_plugin::name(), function, arguments);
     const answer* const scripted = shared.scripts[fake_plugin::name()].find_answer(function, "");
@@ -122,7 +122,7 @@ void destroy_instance(void* handle) {
     delete self;
 }
 
-std::uint32_t give_locator(void* handle, qor_service_locator_t** locator, qor_error_details_t** error) {
+std::uint32_t give_locator(void* handle, qor_service_locator_t** locator, details error) {
     if (handle == nullptr) {
         return QOR_STATUS_OK;
     }
@@ -143,18 +143,18 @@ using namespace tavi::fakes;
         destroy_instance(handle);                                                                                      \
     }                                                                                                                  \
     QOR_EXPORT uint32_t kind##_get_service_locator(void* handle, qor_service_locator_t** locator,                      \
-                                                   qor_error_details_t** error) {                                      \
+                                                   details error) {                                      \
         return give_locator(handle, locator, error);                                                                   \
     }
 #define TAVI_FAKE_CREATE(kind, become)                                                                                 \
-    QOR_EXPORT uint32_t kind##_create(void** handle, qor_service_locator_t* host, qor_error_details_t** error) {       \
+    QOR_EXPORT uint32_t kind##_create(void** handle, qor_service_locator_t* host, details error) {       \
         return create_instance(become, "create", "", host, handle, error);                                             \
     }
 
 extern "C" {
 
 QOR_EXPORT uint32_t qor_signal_storage_open(const char* uri, uint8_t open_mode, uint32_t flags,
-                                            qor_service_locator_t* host, void** handle, qor_error_details_t** error) {
+                                            qor_service_locator_t* host, void** handle, details error) {
     const std::string arguments =
         "'" + std::string(uri) + "' mode=" + std::to_string(open_mode) + " flags=" + std::to_string(flags);
     return create_instance(become_storage, "open", arguments, host, handle, error);

@@ -10,6 +10,8 @@
 
 namespace tavi::fakes {
 
+using details = qor_error_details_t**;
+
 class fake_plugin {
 public:
     explicit fake_plugin(qor_service_locator_t* host_locator);
@@ -21,13 +23,12 @@ public:
     // What the fake is called in the test: its file name without "lib" and extension.
     static const std::string& name();
     static control& find_control(qor_service_locator_t* host_locator);
-    static std::uint32_t give(const answer& scripted, qor_error_details_t** error);
+    static std::uint32_t give(const answer& scripted, details error);
 
     // Records the call, then gives the scripted answer or does `work`, which may return a status. The first word of
     // the arguments selects among answers of one function.
     template<typename Work>
-    std::uint32_t perform(const std::string& function, const std::string& arguments, qor_error_details_t** error,
-                          Work&& work) {
+    std::uint32_t perform(const std::string& function, const std::string& arguments, details error, Work&& work) {
         shared.record(name(), function, arguments);
         if (const answer* const scripted = own.find_answer(function, arguments.substr(0, arguments.find(' ')))) {
             return give(*scripted, error);
@@ -65,11 +66,17 @@ void become_parser(fake_plugin& self);
 void become_matcher(fake_plugin& self);
 void become_processor(fake_plugin& self);
 
+// The bytes of a description as a recorded call shows them.
+inline std::string shown(const void* buffer, std::size_t size) {
+    const std::string bytes(static_cast<const char*>(buffer), size);
+    return bytes == std::string(1, '\0') ? "zero byte" : "'" + bytes + "'";
+}
+
 // Slots that matchers and processors have in common.
 std::uint32_t register_type(void* handle, std::uint64_t subscription, const char* schema,
                             const qor_type_node_sequence_t* hierarchy, std::uint64_t position, std::uint64_t extent,
-                            qor_error_details_t** error);
-std::uint32_t unregister_type(void* handle, std::uint64_t subscription, qor_error_details_t** error);
+                            details error);
+std::uint32_t unregister_type(void* handle, std::uint64_t subscription, details error);
 std::size_t get_format_count(void* handle);
 
 } // namespace tavi::fakes

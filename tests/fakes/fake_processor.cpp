@@ -8,19 +8,18 @@ namespace tavi::fakes {
 namespace {
 
 std::uint32_t process(void* handle, std::uint64_t subscription, const qor_package_t*, qor_dynamic_data_t*** records,
-                      std::uint64_t* count, qor_memory_allocator_t* allocator, qor_error_details_t** error) {
+                      std::uint64_t* count, qor_memory_allocator_t* allocator, details error) {
     fake_plugin& self = fake_plugin::of(handle);
     const bool preset = *records == nullptr && *count == 0;
     return self.perform("process", std::to_string(subscription) + (preset ? "" : " not preset"), error, [&] {
         const auto found = self.own.records.find(subscription);
-        const std::size_t wanted = found != self.own.records.end() ? found->second.size() : 0;
-        *count = wanted;
+        *count = found != self.own.records.end() ? found->second.size() : 0;
         if (self.own.counts_only) {
             return;
         }
         *records = static_cast<qor_dynamic_data_t**>(
-            allocator->calloc(wanted + 1, sizeof(qor_dynamic_data_t*), allocator->context));
-        for (std::size_t i = 0; i < wanted; ++i) {
+            allocator->calloc(*count + 1, sizeof(qor_dynamic_data_t*), allocator->context));
+        for (std::size_t i = 0; i < *count; ++i) {
             if (const auto& bytes = found->second[i]) {
                 // Handle and declared size are odd on purpose: whoever passes the record on leaves them alone.
                 qor_dynamic_data_create_ex(allocator, bytes->size(), *records + i, nullptr);
@@ -32,13 +31,13 @@ std::uint32_t process(void* handle, std::uint64_t subscription, const qor_packag
     });
 }
 
-std::uint32_t get_supported_format_count(void* handle, std::size_t* count, qor_error_details_t** error) {
+std::uint32_t get_supported_format_count(void* handle, std::size_t* count, details error) {
     return fake_plugin::of(handle).perform("get_supported_format_count", "", error,
                                            [&] { *count = get_format_count(handle); });
 }
 
 std::uint32_t get_supported_format(void* handle, std::size_t index, qor_data_processor_format_t* result,
-                                   qor_error_details_t** error) {
+                                   details error) {
     fake_plugin& self = fake_plugin::of(handle);
     return self.perform("get_supported_format", std::to_string(index), error, [&] {
         const format& own = self.own.formats[index];
@@ -50,7 +49,7 @@ std::uint32_t get_supported_format(void* handle, std::size_t index, qor_data_pro
 }
 
 std::uint32_t bind(void* handle, const qor_data_source_t* source, const qor_data_source_provider_t* provider,
-                   qor_error_details_t** error) {
+                   details error) {
     std::size_t sources = 0;
     provider->get_data_source_count(provider->context, &sources, nullptr);
     const std::string arguments =
@@ -59,7 +58,7 @@ std::uint32_t bind(void* handle, const qor_data_source_t* source, const qor_data
 }
 
 std::uint32_t get_data_descriptions(void* handle, qor_memory_allocator_t* allocator,
-                                    qor_runtime_c_string_sequence_t** result, qor_error_details_t** error) {
+                                    qor_runtime_c_string_sequence_t** result, details error) {
     fake_plugin& self = fake_plugin::of(handle);
     return self.perform("get_data_descriptions", "", error, [&] {
         const auto& texts = self.own.descriptions;

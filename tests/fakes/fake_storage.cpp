@@ -1,6 +1,5 @@
 // A catalogue whose nodes are the test's; descriptions come and go without adding any.
 #include <cstring>
-#include <functional>
 
 #include "qorc/extensibility/signal_storage.h"
 #include "tests/fakes/fake_plugin.hpp"
@@ -11,7 +10,7 @@ namespace {
 
 using nodes = std::vector<qor_type_node_t>;
 
-std::uint32_t not_found(const std::string& what, qor_error_details_t** error) {
+std::uint32_t not_found(const std::string& what, details error) {
     return qor_error_details_create(error, QOR_STATUS_INVALID_ARGUMENT, (what + " is not in the fake").c_str());
 }
 
@@ -23,7 +22,7 @@ struct description_context {
     qor_signal_storage_context_t table{};
 };
 
-std::uint32_t commit(void* context, std::uint64_t* id, qor_error_details_t** error) {
+std::uint32_t commit(void* context, std::uint64_t* id, details error) {
     const auto& [owner, name, table] = *static_cast<description_context*>(context);
     return owner.perform("commit", name, error, [&, &owner = owner, &name = name] {
         auto& ids = owner.shared.description_ids;
@@ -31,26 +30,24 @@ std::uint32_t commit(void* context, std::uint64_t* id, qor_error_details_t** err
     });
 }
 
-std::uint32_t destroy_context(void* context, qor_error_details_t** error) {
+std::uint32_t destroy_context(void* context, details error) {
     const auto& [owner, name, table] = *static_cast<description_context*>(context);
     --owner.shared.instances;
     return owner.perform("context_destroy", name, error, [] {});
 }
 
 std::uint32_t create_context(void* context, std::uint8_t type, const void* buffer, std::size_t size, const char* name,
-                             qor_signal_storage_context_t** result, qor_error_details_t** error) {
+                             qor_signal_storage_context_t** result, details error) {
     fake_plugin& self = fake_plugin::of(context);
-    const std::string bytes(static_cast<const char*>(buffer), size);
-    const std::string arguments = std::string(name) + " type=" + std::to_string(type) +
-                                  (bytes == std::string(1, '\0') ? " zero byte" : " '" + bytes + "'");
+    const std::string arguments = std::string(name) + " type=" + std::to_string(type) + " " + shown(buffer, size);
     return self.perform("create_context", arguments, error, [&] {
         const auto made = std::make_shared<description_context>(description_context{self, name});
         qor_signal_storage_context_t& table = made->table;
-        if (!self.own.missing.contains("add_1")) {
-            table.add_1 = [](auto...) -> std::uint32_t { return QOR_STATUS_OK; };
-        }
-        table.add_2 = [](auto...) -> std::uint32_t { return QOR_STATUS_OK; };
-        table.add_4 = [](auto...) -> std::uint32_t { return QOR_STATUS_OK; };
+        const auto add = [](auto...) -> std::uint32_t { return QOR_STATUS_OK; };
+        table.add_1 = add;
+        table.add_1 = self.slot("add_1", table.add_1);
+        table.add_2 = add;
+        table.add_4 = add;
         table.commit = commit;
         table.destroy = self.slot("context_destroy", destroy_context);
         table.context = self.own.missing.contains("context_context") ? nullptr : made.get();
@@ -63,19 +60,17 @@ std::uint32_t create_context(void* context, std::uint8_t type, const void* buffe
 
 // ---- queries --------------------------------------------------------------------------------------------------------
 
-nodes where(const fake_plugin& self, const std::function<bool(const qor_type_node_t&)>& test) {
+template<typename Test>
+nodes where(const fake_plugin& self, Test test) {
     nodes list;
     std::copy_if(self.shared.nodes.begin(), self.shared.nodes.end(), std::back_inserter(list), test);
     return list;
 }
 
 nodes path_to(const fake_plugin& self, std::uint64_t id) {
-    nodes path = where(self, [&](const qor_type_node_t& node) { return node.id == id; });
-    while (path.front().parent_id != 0) {
-        path.insert(path.begin(), where(self, [&](const qor_type_node_t& node) {
-                                      return node.id == path.front().parent_id;
-                                  }).front());
-    }
+    const nodes found = where(self, [&](const qor_type_node_t& node) { return node.id == id; });
+    nodes path = found.front().parent_id != 0 ? path_to(self, found.front().parent_id) : nodes();
+    path.push_back(found.front());
     return path;
 }
 
@@ -99,7 +94,7 @@ nodes roots_of(const fake_plugin& self, std::uint64_t description) {
 
 template<nodes (*List)(const fake_plugin&, std::uint64_t)>
 std::uint32_t give(const char* function, void* context, std::uint64_t id, qor_type_node_sequence_t** result,
-                   qor_error_details_t** error) {
+                   details error) {
     fake_plugin& self = fake_plugin::of(context);
     return self.perform(function, std::to_string(id), error, [&] {
         const nodes list = List(self, id);
@@ -115,7 +110,7 @@ std::uint32_t give(const char* function, void* context, std::uint64_t id, qor_ty
 }
 
 std::uint32_t find_node(void* context, std::uint64_t description, const char* path, qor_type_node_t** result,
-                        qor_error_details_t** error) {
+                        details error) {
     fake_plugin& self = fake_plugin::of(context);
     const std::string subject = std::to_string(description);
     return self.perform("find_node", subject + " " + path, error, [&]() -> std::uint32_t {
@@ -132,36 +127,20 @@ std::uint32_t find_node(void* context, std::uint64_t description, const char* pa
     });
 }
 
-std::uint32_t get_root_nodes(void* context, std::uint64_t description, qor_type_node_sequence_t** result,
-                             qor_error_details_t** error) {
-    return give<roots_of>("get_root_nodes", context, description, result, error);
-}
-
 std::uint32_t get_node_children(void* context, const qor_type_node_t* node, qor_type_node_sequence_t** result,
-                                qor_error_details_t** error) {
+                                details error) {
     return node == nullptr ? not_found("the null node", error)
                            : give<children_of>("get_node_children", context, node->id, result, error);
 }
 
-std::uint32_t get_node_hierarchy(void* context, std::uint64_t id, qor_type_node_sequence_t** result,
-                                 qor_error_details_t** error) {
-    return give<path_to>("get_node_hierarchy", context, id, result, error);
-}
-
-std::uint32_t get_node_subtree(void* context, std::uint64_t id, qor_type_node_sequence_t** result,
-                               qor_error_details_t** error) {
-    return give<subtree_of>("get_node_subtree", context, id, result, error);
-}
-
 // ---- signatures and the rest ----------------------------------------------------------------------------------------
 
-std::uint32_t get_signature(void* context, std::uint64_t description, char* buffer, std::size_t* size,
-                            qor_error_details_t** error) {
+std::uint32_t get_signature(void* context, std::uint64_t description, char* buffer, std::size_t* size, details error) {
     fake_plugin& self = fake_plugin::of(context);
     const std::string subject = std::to_string(description);
     return self.perform("get_signature", subject + " room=" + std::to_string(*size), error, [&]() -> std::uint32_t {
-        const auto found = self.shared.signatures.find(description);
-        const std::string text = found != self.shared.signatures.end() ? found->second : "signature " + subject;
+        const auto& own = self.shared.signatures;
+        const std::string text = own.contains(description) ? own.at(description) : "signature " + subject;
         const bool fits = *size > text.size();
         *size = text.size() + 1;
         if (!fits) {
@@ -173,7 +152,7 @@ std::uint32_t get_signature(void* context, std::uint64_t description, char* buff
 }
 
 // Knows "signature 1" to "signature 9".
-std::uint32_t get_description_id(void* context, const char* signature, std::uint64_t* id, qor_error_details_t** error) {
+std::uint32_t get_description_id(void* context, const char* signature, std::uint64_t* id, details error) {
     const std::string text = signature;
     return fake_plugin::of(context).perform("get_description_id", text, error, [&]() -> std::uint32_t {
         if (!text.starts_with("signature ")) {
@@ -184,7 +163,7 @@ std::uint32_t get_description_id(void* context, const char* signature, std::uint
     });
 }
 
-std::uint32_t checkpoint(void* context, qor_error_details_t** error) {
+std::uint32_t checkpoint(void* context, details error) {
     return fake_plugin::of(context).perform("checkpoint", "", error, [] {});
 }
 
@@ -193,10 +172,16 @@ std::uint32_t checkpoint(void* context, qor_error_details_t** error) {
 void become_storage(fake_plugin& self) {
     self.offer(qor_signal_storage_t{nullptr, self.slot("create_context", create_context), nullptr,
                                     self.slot("checkpoint", checkpoint), nullptr, &self});
-    self.offer(qor_signal_storage_access_t{self.slot("find_node", find_node), nullptr, get_root_nodes,
-                                           self.slot("get_node_children", get_node_children), get_node_hierarchy,
-                                           get_node_subtree, nullptr, nullptr, get_signature, get_description_id,
-                                           nullptr, nullptr, &self});
+    qor_signal_storage_access_t access{};
+    access.find_node = find_node;
+    access.get_root_nodes = [](auto... all) { return give<roots_of>("get_root_nodes", all...); };
+    access.get_node_children = self.slot("get_node_children", get_node_children);
+    access.get_node_hierarchy = [](auto... all) { return give<path_to>("get_node_hierarchy", all...); };
+    access.get_node_subtree = [](auto... all) { return give<subtree_of>("get_node_subtree", all...); };
+    access.get_signature = get_signature;
+    access.get_description_id = get_description_id;
+    access.context = &self;
+    self.offer(access);
     self.offer(qor_signal_storage_maintenance_t{nullptr, &self});
 }
 
