@@ -62,15 +62,5 @@ TEST(ValueText, IsTheShortestThatReadsBackWhateverTheHint) {
     }
 }
 
-TEST(ValueText, FindsTheDecimalsOfAConversion) {
-    EXPECT_EQ(host::decimals_of(1, 0), 0);
-    EXPECT_EQ(host::decimals_of(0.25, -40), 2);
-    EXPECT_EQ(host::decimals_of(0.5, 0.125), 3);
-    EXPECT_EQ(host::decimals_of(1e-9, 0), 9);
-    for (const double number : {1.0 / 3, not_a_number, 1e300}) {
-        EXPECT_EQ(host::decimals_of(1, number), host::no_decimals_hint);
-    }
-}
-
 } // namespace
 } // namespace tavi::test
