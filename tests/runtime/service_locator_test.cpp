@@ -11,28 +11,6 @@ namespace {
 using qor::runtime::service_locator;
 using namespace tavi::test;
 
-// A foreign locator that answers as told and knows everything.
-struct fake_locator : qor_service_locator_t {
-    fake_locator() : qor_service_locator_t{} {
-        resolve = [](void* self, const char* name, void* target, qor_error_details_t** error) {
-            *static_cast<void**>(target) = self;
-            return static_cast<fake_locator*>(self)->answer(name, error);
-        };
-        can_resolve = [](void* self, const char* name, bool* known, qor_error_details_t** error) {
-            *known = true;
-            return static_cast<fake_locator*>(self)->answer(name, error);
-        };
-        context = this;
-    }
-    std::uint32_t answer(const char* name, qor_error_details_t** error) const {
-        EXPECT_STREQ(name, "qor_log_t");
-        return report ? qor_error_details_create(error, *report, "reported"), status : status;
-    }
-
-    std::uint32_t status = 0;
-    std::optional<std::uint32_t> report;
-};
-
 TEST(service_locator, a_missing_table_or_function_knows_nothing_and_leaves_the_target_alone) {
     qor_service_locator_t hollow{};
     void* target = &hollow;
@@ -40,26 +18,6 @@ TEST(service_locator, a_missing_table_or_function_knows_nothing_and_leaves_the_t
         EXPECT_NO_THROW(service_locator(table).resolve("qor_log_t", &target));
         EXPECT_EQ(target, &hollow);
         EXPECT_FALSE(service_locator(table).can_resolve("qor_log_t"));
-    }
-}
-
-TEST(service_locator, only_details_tell_a_failure) {
-    const std::tuple<std::uint32_t, std::optional<std::uint32_t>, const char*> cases[] = {
-        {QOR_STATUS_FAILURE, {}, "nothing was thrown"},
-        {0, QOR_STATUS_INFORMATION, "nothing was thrown"},
-        {0, QOR_STATUS_OK, "reported"},
-    };
-    fake_locator foreign;
-    const service_locator locator(&foreign);
-    for (const auto& [status, report, text] : cases) {
-        foreign.status = status;
-        foreign.report = report;
-        bool known = false;
-        void* log = nullptr;
-        EXPECT_EQ(thrown<std::runtime_error>([&] { known = qor::runtime::has_service<qor_log_t>(locator); }), text);
-        EXPECT_EQ(thrown<std::runtime_error>([&] { log = qor::runtime::get_service<qor_log_t>(locator); }), text);
-        EXPECT_EQ(known, std::string(text) != "reported");
-        EXPECT_EQ(log, known ? &foreign : nullptr);
     }
 }
 
@@ -71,7 +29,10 @@ TEST(enable_service_locator, answers_for_what_was_entered_and_names_the_first_mi
     object.services["empty"] = nullptr;
     const qor_service_locator_t& record = object;
     EXPECT_EQ(static_cast<void*>(qor::runtime::get_service<qor_log_t>(service_locator(&object))), &object);
+    EXPECT_TRUE(qor::runtime::has_service<qor_log_t>(service_locator(&object)));
     void* target = nullptr;
+    EXPECT_EQ(thrown<std::runtime_error>([&] { service_locator(&object).resolve("x", &target); }),
+              "requested service 'x' not found");
     bool known = true;
     const std::pair<outcome, outcome> cases[] = {
         {call(record.resolve, &object, "QOR_LOG_T", &target), failed("requested service 'QOR_LOG_T' not found")},
