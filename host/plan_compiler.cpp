@@ -160,29 +160,6 @@ std::vector<value_table_entry> read_value_table(std::string_view text) {
     return entries;
 }
 
-// The tree of the node that a member was made from. A second member of a name was renamed to "name_1" and so on.
-const node_tree* tree_of_member(const node_tree* tree, const xtypes::member_record& member) {
-    if (tree == nullptr) {
-        return nullptr;
-    }
-    for (const node_tree& below : tree->trees) {
-        if (text_of(below.node->name) == member.name) {
-            return &below;
-        }
-    }
-    const std::size_t end = member.name.find_last_not_of("0123456789");
-    if (end == std::string::npos || member.name[end] != '_') {
-        return nullptr;
-    }
-    const std::string_view first_name(member.name.data(), end);
-    for (const node_tree& below : tree->trees) {
-        if (text_of(below.node->name) == first_name && offset_in_parent(*below.node) == member.offset) {
-            return &below;
-        }
-    }
-    return nullptr;
-}
-
 // Whether the structure is not the subscribed level itself but holds it as its only member.
 bool holds_subscribed_level(const xtypes::struct_type& type, const node_tree* tree) {
     if (type.members().size() != 1) {
@@ -240,6 +217,34 @@ void plan_compiler::add_type(const xtypes::dynamic_type& type, const std::string
     } else {
         throw std::invalid_argument("'" + name + "' of type '" + type.name() + "' is no structure, array or signal");
     }
+}
+
+// The tree of the node that a member was made from. A second member of a name was renamed to "name_1" and so on.
+const node_tree* plan_compiler::tree_of_member(const node_tree* tree, const xtypes::member_record& member) {
+    if (tree == nullptr) {
+        return nullptr;
+    }
+    const auto [place, is_new] = trees_by_name_.try_emplace(tree);
+    auto& by_name = place->second;
+    if (is_new) {
+        for (const node_tree& below : tree->trees) {
+            by_name.try_emplace(text_of(below.node->name), &below); // the first of a name
+        }
+    }
+    if (const auto found = by_name.find(member.name); found != by_name.end()) {
+        return found->second;
+    }
+    const std::size_t end = member.name.find_last_not_of("0123456789");
+    if (end == std::string::npos || member.name[end] != '_') {
+        return nullptr;
+    }
+    const std::string_view first_name(member.name.data(), end);
+    for (const node_tree& below : tree->trees) {
+        if (text_of(below.node->name) == first_name && offset_in_parent(*below.node) == member.offset) {
+            return &below;
+        }
+    }
+    return nullptr;
 }
 
 void plan_compiler::add_structure(const xtypes::struct_type& type, const std::string& name, std::uint64_t offset,

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -38,6 +40,7 @@ private:
                    const node_tree* tree);
     void add_signal(const qor::introspection::xtypes::signal_type_base& type, const std::string& name,
                     std::uint64_t offset, const node_tree* tree);
+    const node_tree* tree_of_member(const node_tree* tree, const qor::introspection::xtypes::member_record& member);
     void describe(plan_row& row, const qor_type_node_t& node) const;
     std::uint32_t segment_for(const node_tree* tree);
     std::uint32_t add_condition_set(const char* text);
@@ -62,6 +65,8 @@ private:
         bool is_unsigned;
     };
     std::vector<bit_place> places_;
+    // What lies below a level, by name, of levels that were looked into.
+    std::unordered_map<const node_tree*, std::unordered_map<std::string_view, const node_tree*>> trees_by_name_;
     // By presence text: first and end condition.
     std::map<std::string, std::pair<std::uint32_t, std::uint32_t>, std::less<>> condition_sets_;
 };
