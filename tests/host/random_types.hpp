@@ -5,7 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <limits>
+#include <initializer_list>
 #include <memory>
 #include <random>
 #include <string>
@@ -30,13 +30,9 @@ public:
     bool one_in(std::uint64_t count) { return below(count) == 0; }
 
     std::shared_ptr<dynamic_type> signal() {
-        static constexpr type_kind kinds[] = {type_kind::char8,   type_kind::int8,   type_kind::uint8,
-                                              type_kind::int16,   type_kind::uint16, type_kind::int32,
-                                              type_kind::uint32,  type_kind::int64,  type_kind::uint64,
-                                              type_kind::float32, type_kind::float64};
-        const type_kind raw = kinds[below(std::size(kinds))];
+        const type_kind raw = kind();
         // Most signals present what is stored or a double.
-        const type_kind converted = one_in(3) ? kinds[below(std::size(kinds))] : one_in(2) ? raw : type_kind::float64;
+        const type_kind converted = one_in(3) ? kind() : one_in(2) ? raw : type_kind::float64;
         const auto bits = static_cast<std::uint32_t>(8 * primitive_size(raw));
         const std::uint32_t length = one_in(3) ? bits : static_cast<std::uint32_t>(below(bits + 1));
         const auto order = static_cast<signal_byte_order>(one_in(20) ? below(5) : 2 * below(2));
@@ -45,14 +41,10 @@ public:
             offset += (length + 7) / 8 * 8; // far enough for the walk to the front
         }
         double c[6] = {0, 1, 0, 0, 0, 1};
-        if (one_in(2)) {
-            c[1] = factor();
-            c[2] = factor();
-        }
-        if (one_in(8)) {
-            for (double& each : c) {
-                each = factor();
-            }
+        const bool rational = one_in(8);
+        const bool linear = one_in(2);
+        for (std::size_t i = 0; i < std::size(c); ++i) {
+            c[i] = rational || (linear && (i == 1 || i == 2)) ? factor() : c[i];
         }
         std::shared_ptr<dynamic_type> result;
         make_signal_type(converted, raw, result, order, offset, length, c[0], c[1], c[2], c[3], c[4], c[5],
@@ -61,8 +53,7 @@ public:
     }
 
     std::shared_ptr<dynamic_type> any(int depth) {
-        const std::uint64_t choice = depth <= 0 ? 0 : below(plain_only_ ? 6 : 10);
-        switch (choice) {
+        switch (depth <= 0 ? 0 : below(plain_only_ ? 6 : 10)) {
         case 4:
             return std::make_shared<array_type>(*any(depth - 1), below(4));
         case 5:
@@ -80,47 +71,41 @@ public:
 
     std::shared_ptr<struct_type> structure(int depth) {
         auto result = std::make_shared<struct_type>(name());
-        const std::uint64_t count = below(6);
-        for (std::uint64_t i = 0; i < count; ++i) {
-            const auto type = any(depth);
-            result->add_member_at({"m" + std::to_string(i) + name(), type.get()}, below(12), 0, false);
+        for (std::uint64_t i = 0, count = below(6); i < count; ++i) {
+            result->add_member_at({"m" + std::to_string(i) + name(), any(depth).get()}, below(12), 0, false);
         }
         result->set_memory_size(plain_only_ ? below(40) : random_());
         if (!plain_only_ && one_in(4)) {
-            annotate(*result);
+            annotation_type kind("measurement" + name());
+            kind.add_parameter("view", string_type(0))
+                .add_parameter("cycle", *primitive_type<std::uint32_t>::instance())
+                .add_parameter("address", *primitive_type<std::uint64_t>::instance());
+            result->add_annotation(applied_annotation(kind)
+                                       .apply_parameter("view", name())
+                                       .apply_parameter("cycle", static_cast<std::uint32_t>(random_()))
+                                       .apply_parameter("address", std::uint64_t{random_()} << 32));
         }
         return result;
     }
 
-    double factor() {
-        static constexpr double factors[] = {
-            0.1, 0.25, 0.01, -1, 2, -40, 1e-7, 1.0 / 3, 1e22, 0, -0.0, 5e-324, 1.7976931348623157e308, 655.35};
-        if (plain_only_ || one_in(2)) {
-            return factors[below(std::size(factors))];
-        }
-        if (one_in(10)) {
-            return one_in(2) ? std::numeric_limits<double>::quiet_NaN() : one_in(2) ? HUGE_VAL : -HUGE_VAL;
-        }
-        const double any = std::bit_cast<double>(std::uniform_int_distribution<std::uint64_t>()(random_));
-        return std::isfinite(any) ? any : 0;
-    }
-
-    std::string name() {
-        static constexpr const char* names[] = {"", "Speed", "km/h", "\xC2\xB0K", "a\"b\\c", "tab\there", "x_1"};
-        return names[below(std::size(names))];
-    }
-
 private:
-    void annotate(dynamic_type& type) {
-        annotation_type kind("measurement" + name());
-        kind.add_parameter("view", string_type(0))
-            .add_parameter("cycle", *primitive_type<std::uint32_t>::instance())
-            .add_parameter("address", *primitive_type<std::uint64_t>::instance());
-        type.add_annotation(applied_annotation(kind)
-                                .apply_parameter("view", name())
-                                .apply_parameter("cycle", static_cast<std::uint32_t>(random_()))
-                                .apply_parameter("address", std::uint64_t{random_()} << 32));
+    template<typename Value>
+    Value one_of(std::initializer_list<Value> values) {
+        return values.begin()[below(values.size())];
     }
+    type_kind kind() {
+        using enum type_kind;
+        return one_of({char8, int8, uint8, int16, uint16, int32, uint32, int64, uint64, float32, float64});
+    }
+    double factor() {
+        if (!plain_only_ && one_in(2)) {
+            const double any = std::bit_cast<double>(std::uniform_int_distribution<std::uint64_t>()(random_));
+            return one_in(10) ? one_of({std::nan(""), HUGE_VAL, -HUGE_VAL}) : std::isfinite(any) ? any : 0;
+        }
+        return one_of({0.1, 0.25, 0.01, -1.0, 2.0, -40.0, 1e-7, 1.0 / 3, 1e22, 0.0, -0.0, 5e-324,
+                       1.7976931348623157e308, 655.35});
+    }
+    std::string name() { return one_of({"", "Speed", "km/h", "\xC2\xB0K", "a\"b\\c", "tab\there", "x_1"}); }
 
     std::mt19937 random_;
     bool plain_only_;
