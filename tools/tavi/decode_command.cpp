@@ -259,6 +259,7 @@ void decode_run::read_memory(catalogue& known, selection& wanted, row_writer& ro
     totals_.unit = "memory block";
     try {
         decode_memory(options_, *input_, known, wanted, rows, messages_, totals_);
+        note_unused_descriptions([](const std::string& name) { return name == memory_source_name; });
     } catch (const host::error& error) {
         throw command_error(printable(totals_.log) + ": error: " + printable(error.what()), exit_code::plugin_failed);
     } catch (const std::system_error& error) {

@@ -16,7 +16,6 @@ namespace tavi::tool {
 
 namespace {
 
-constexpr char source_name[] = "memory";
 constexpr std::size_t header_size = 16; // address, cycle, zero
 constexpr std::size_t largest_piece = std::size_t{1} << 30;
 constexpr std::size_t block_size = 65536;
@@ -99,8 +98,8 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
     if (!bytes.empty() && bytes.size() - 1 > std::numeric_limits<std::uint64_t>::max() - place.address) {
         throw command_error("tavi: error: " + range_text(place, bytes.size()) + " end behind the last address");
     }
-    catalogue.register_interface(0, source_name, source_name);
-    object_decoder decoder(catalogue::interface_source_id, 0, source_name, catalogue, selection, rows);
+    catalogue.register_interface(0, memory_source_name, memory_source_name);
+    object_decoder decoder(catalogue::interface_source_id, 0, memory_source_name, catalogue, selection, rows);
 
     host::package_builder package;
     package.set_source(catalogue::interface_source_id, 0);

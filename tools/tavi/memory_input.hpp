@@ -15,6 +15,8 @@
 
 namespace tavi::tool {
 
+inline constexpr char memory_source_name[] = "memory";
+
 // Where and when a piece of memory was read.
 struct memory_place {
     std::uint64_t address = 0; // of its first byte
