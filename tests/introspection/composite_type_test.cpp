@@ -46,22 +46,39 @@ TEST(struct_type, name_hash_follows_the_members) {
     EXPECT_NE(hash, struct_type("a").name_hash());
 }
 
-TEST(struct_type, operations_reach_all_members) {
-    const string_type string(3);
-    const struct_type type = structure("T", {{"s", string}, {"x", number32, 32}, {"t", string, 40}});
-    alignas(std::string) std::uint8_t a[72];
-    alignas(std::string) std::uint8_t b[72];
+TEST(composite_types, operations_reach_all_members_and_elements) {
+    const string_type string(100), bound(3);
+    const array_type two(string, 2);
+    const struct_type type = structure("T", {{"s", bound}, {"x", number32, 32}, {"t", two, 40}});
+    alignas(std::string) std::uint8_t a[104];
+    alignas(std::string) std::uint8_t b[104];
     type.construct(a);
     EXPECT_EQ(load<std::uint32_t>(a + 32), 0u);
-    text_at(a) = "abcd and more than fits into the object";
+    EXPECT_GE(text_at(a + 72).capacity(), 100u);
+    text_at(a) = "abc";
+    text_at(a + 72) = "a text that lives outside of its object";
     type.copy(b, a);
-    EXPECT_EQ(text_at(b), "abc");
-    EXPECT_FALSE(type.compare(a, b));
-    EXPECT_NE(type.hash(a), type.hash(b));
+    for (const std::size_t place : {0, 40, 72}) {
+        EXPECT_TRUE(type.compare(a, b));
+        EXPECT_EQ(type.hash(a), type.hash(b));
+        text_at(a + place) += "d and more";
+        EXPECT_FALSE(type.compare(a, b)) << place;
+        EXPECT_EQ(type.hash(a) == type.hash(b), place != 0); // a string counts, elements of an array do not
+        text_at(b + place) = text_at(a + place);
+    }
     type.destroy(a);
     type.move(a, b, true);
-    EXPECT_EQ(text_at(a), "abc");
+    EXPECT_EQ(text_at(a), "abcd and more");
+    type.copy(b, a);
+    EXPECT_EQ(text_at(b), "abc"); // not beyond its bound
     type.destroy(a);
+    type.destroy(b);
+    const std::string letter = "a";
+    const auto* const place = reinterpret_cast<const std::uint8_t*>(&letter);
+    EXPECT_EQ(&string.content_type(), &character);
+    EXPECT_EQ(string.hash(place), 0xAF63DC4C8601EC8Cu);
+    EXPECT_EQ(string.element_count(place), 1u);
+    EXPECT_EQ(*string.element_at(place, 0), 'a');
 
     EXPECT_EQ(struct_type("E").hash(a), 0u);
 }
@@ -111,26 +128,6 @@ TEST(array_type, plain_elements_are_one_block) {
     EXPECT_FALSE(numbers.compare(a.data(), b.data()));
     const array_type signals(*make({.offset = 1, .length = 3}), 2); // never compared one by one
     EXPECT_TRUE(signals.compare(a.data(), a.data()));
-}
-
-TEST(array_type, constructed_elements_go_one_by_one) {
-    const array_type type(string_type(100), 2);
-    alignas(std::string) std::uint8_t a[64];
-    alignas(std::string) std::uint8_t b[64];
-    type.construct(a);
-    EXPECT_GE(text_at(a).capacity(), 100u);
-    text_at(a + 32) = "a text that lives outside of its object";
-    type.copy(b, a);
-    EXPECT_TRUE(type.compare(a, b));
-    text_at(b) = "a";
-    EXPECT_FALSE(type.compare(a, b));
-    const string_type string(0);
-    EXPECT_EQ(&string.content_type(), &character);
-    EXPECT_EQ(string.hash(b), 0xAF63DC4C8601EC8Cu);
-    EXPECT_EQ(string.element_count(b), 1u);
-    EXPECT_EQ(*string.element_at(b, 0), 'a');
-    type.destroy(a);
-    type.destroy(b);
 }
 
 // Depth, index, last flag, member and type of each node that a walk visits, a line each.
