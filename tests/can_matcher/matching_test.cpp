@@ -251,32 +251,14 @@ TEST(CanMatcher, LeavesOtherKindsOfDescriptionsAlone) {
     EXPECT_EQ(matcher.match({7}, test_package(6, eight_bytes), false), whole);
 }
 
-TEST(CanMatcher, NamesItsFormats) {
+TEST(CanMatcher, ABatchOfNothingNeedsNoPlaces) {
     matcher matcher;
-    const auto& formats = matcher.plugin.table<qor_data_matcher_format_support_t>();
-    ASSERT_EQ(formats.get_supported_format_count(matcher.plugin.handle()), 2u);
-    const char* name = nullptr;
-    for (const std::size_t index : {0, 1, 2}) {
-        EXPECT_EQ(call(formats.get_supported_format, matcher.plugin.handle(), index, &name),
-                  index < 2 ? succeeded : invalid("there is no format 2"));
-        EXPECT_STREQ(name, index == 0 ? "can" : "j1939");
-    }
-}
-
-TEST(CanMatcher, ChecksTheArgumentsOfABatch) {
-    matcher matcher;
-    void* const self = matcher.plugin.handle();
     const test_package package(5, {0});
-    const std::uint64_t handle = 1;
-    qor_match_outcome_t match{};
     std::size_t count = 5;
-    const auto batch = matcher.batch.match_batch;
-    EXPECT_EQ(call(batch, self, package.get(), nullptr, 0u, false, nullptr, &count), succeeded);
+    EXPECT_EQ(
+        call(matcher.batch.match_batch, matcher.plugin.handle(), package.get(), nullptr, 0u, false, nullptr, &count),
+        succeeded);
     EXPECT_EQ(count, 0u);
-    EXPECT_EQ(call(batch, self, nullptr, &handle, 1u, false, &match, &count),
-              invalid("argument 'package' was not initialized"));
-    EXPECT_EQ(call(batch, self, package.get(), nullptr, 1u, false, &match, &count),
-              invalid("argument 'handles' was not initialized"));
 }
 
 // Random traffic of few ids, which collide as whole ids or as parameter groups: the batch has to say what the single
