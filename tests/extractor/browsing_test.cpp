@@ -72,18 +72,15 @@ TEST_F(browsing, passes_the_options_of_a_schema_on) {
 TEST_F(browsing, tolerates_a_layout_fault_only_when_lenient) {
     destroy();
     host.offers_log = true;
-    host.control.nodes = {view_node(1, "View"),      object_node(2, 1, "Object", 0, 8), group_node(3, 2, "A", 0, 4),
-                          signal_node(4, 3, "s", 0), group_node(5, 2, "A", 4, 4),       signal_node(6, 5, "s", 0)};
+    host.control.nodes = {view_node(1, "View"), object_node(2, 1, "Object", 0, 8), group_node(3, 2, "A", 0, 4),
+                          group_node(5, 2, "A", 4, 4)};
     start();
     ASSERT_EQ(register_descriptions(8, 1, "single", {{"one", "dbc", ""}}), succeeded);
     host.records.clear();
-    const std::string clash =
-        "member names of aggregation types must be unique, 'Object' already has a member with 'A' name0";
-    EXPECT_EQ(try_subscribe("single.View.Object"), failed(clash));
+    EXPECT_THAT(*try_subscribe("single.View.Object").text, HasSubstr("already has a member with 'A' name"));
     EXPECT_THAT(host.records, ::testing::IsEmpty());
     EXPECT_EQ(try_subscribe("single.View.Object", true), succeeded);
     EXPECT_THAT(schema("single.View.Object", true), HasSubstr("\"A_1\""));
-    EXPECT_EQ(host.records[0], "300 Validate member: " + clash);
     EXPECT_EQ(host.records[1], "300 Rename 'Object.A' to 'A_1'0");
     EXPECT_THAT(host.places.back(), ::testing::EndsWith(" qor::tavi::detail::type_parser::parse"));
 }

@@ -20,11 +20,7 @@ TEST_F(startup, takes_matchers_then_parsers_by_file_name_and_ends_the_storage_la
     add_matcher("b", {{"can"}});
     add_matcher("c", {{"can"}, {"lin"}});
     add_matcher("without_formats", {});
-    // What is no plug-in is passed over.
-    add_plugin("other", "data-reader", {});
-    std::ofstream(directory.path() / "libtext.so") << "qor-library-type=data-matcher";
-    std::ofstream(directory.path() / "libempty.so");
-    std::filesystem::create_directory(directory.path() / "libfolder.so");
+    add_plugin("other", "data-reader", {}); // is passed over
     ASSERT_EQ(create("", 7), succeeded);
     // All formats of b went to c, so b ends at once; of parsers the earlier keeps a type.
     EXPECT_THAT(take(life),
