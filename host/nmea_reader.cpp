@@ -97,6 +97,7 @@ std::optional<bool> nmea_reader::recognise(std::string_view beginning) {
 bool nmea_reader::next_line() {
     line_.clear();
     is_too_long_ = false;
+    line_has_end_ = false;
     for (bool has_line = false;;) {
         if (begin_ == block_.size()) {
             block_.resize(block_size);
@@ -119,6 +120,7 @@ bool nmea_reader::next_line() {
         line_.append(block_, begin_, std::min(stop - begin_, room));
         begin_ = stop;
         if (begin_ < block_.size()) {
+            line_has_end_ = true;
             after_return_ = block_[begin_] == '\r';
             ++begin_;
             ++line_number_;

@@ -47,6 +47,8 @@ public:
     // Of the line that `next` told of last: its number from 1, its text (the beginning, when it is too long).
     std::uint64_t line_number() const noexcept { return line_number_; }
     std::string_view line_text() const noexcept { return line_; }
+    // Whether it had a line end: the last line of a log need not have one.
+    bool line_has_end() const noexcept { return line_has_end_; }
     const candump_fault& fault() const noexcept { return fault_; }
 
     // Whether a text looks like the beginning of such a log: a line begins with an address, as "$GPGGA,", before one
@@ -67,6 +69,7 @@ private:
     std::string line_;
     std::uint64_t line_number_ = 0;
     bool is_too_long_ = false;
+    bool line_has_end_ = false;
     // Whether the last line ended in CR, which LF may follow.
     bool after_return_ = false;
     // Where the rest of the line begins.

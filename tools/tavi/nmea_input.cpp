@@ -6,6 +6,7 @@
 
 #include "host/nmea_reader.hpp"
 #include "host/package_builder.hpp"
+#include "qorcpp/platform/stream.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/object_decoder.hpp"
 #include "tools/tavi/printable.hpp"
@@ -74,6 +75,9 @@ void decode_nmea(const decode_options& options, host::byte_source source, catalo
         host::nmea_sentence sentence;
         for (auto outcome = reader.next(sentence); outcome != host::nmea_reader::outcome::end;
              outcome = reader.next(sentence)) {
+            if (!reader.line_has_end() && qor::platform::interrupted()) {
+                break; // the part of a line that was read before the interrupt
+            }
             if (outcome == host::nmea_reader::outcome::damaged) {
                 report_damage(reader, reader.fault(), options, messages, totals);
             } else if (!decode_sentence(sentence, package, decoder, refusals, totals)) {
