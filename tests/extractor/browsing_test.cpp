@@ -31,12 +31,7 @@ TEST_F(browsing, gives_nodes_as_the_storage_gives_them) {
     storage().counts_only = true;
     EXPECT_EQ(root_nodes("single"), "<invalid node object state>");
     storage().answers = {{"get_root_nodes/1", reports(QOR_STATUS_FAILURE, "gone")}};
-    storage().missing = {"get_node_children"};
     EXPECT_EQ(root_nodes(8, 1), "<gone>");
-    destroy();
-    start();
-    EXPECT_EQ(names_of(api.get_node_children, &host.control.nodes[0]),
-              "<invalid qor_signal_storage_access_t interface, missing 'get_node_children' function>");
 }
 
 TEST_F(browsing, takes_a_schema_from_the_first_description_that_has_the_path) {

@@ -76,17 +76,6 @@ TEST_P(packages, serve_the_subscriptions_that_the_matcher_names_in_their_order) 
     EXPECT_EQ(try_process(unit), failed("unknown error"));
 }
 
-TEST_P(packages, need_the_slots_of_matcher_and_processor) {
-    matcher.offers_batch = false;
-    matcher.missing = {"match"};
-    box.missing = {"process"};
-    start_with_subscriptions();
-    const auto refused = failed("invalid qor_data_matcher_support_t interface, missing 'match' function");
-    EXPECT_EQ(try_match(unit), refused);
-    EXPECT_EQ(try_process(unit), refused);
-    EXPECT_EQ(try_process(raw), failed("invalid qor_data_processor_support_t interface, missing 'process' function"));
-}
-
 // The matcher says: from `offset` on `size` bytes are there of `expected`. The payload is "abcdefgh".
 TEST_P(packages, give_the_bytes_that_the_matcher_names_and_no_others) {
     start_with_subscriptions(1);

@@ -79,19 +79,10 @@ TEST_F(registration, reports_what_a_plugin_reports) {
     EXPECT_EQ(register_one(), failed("log is full", QOR_STATUS_TIMED_OUT));
 }
 
-TEST_F(registration, refuses_a_context_with_a_hole_and_a_plugin_without_the_slot) {
+TEST_F(registration, refuses_a_context_with_a_hole) {
     for (const char* hole : {"add_1", "context_destroy", "context_context"}) {
         storage().missing = {hole};
         EXPECT_EQ(register_one(), failed("invalid signal storage context")) << hole;
-    }
-    storage().missing = {};
-    for (const auto& [slot, table] : {std::pair("parse_buffer", "qor_data_description_parser_support_t"),
-                                      std::pair("get_context_type", "qor_data_description_parser_format_support_t")}) {
-        destroy();
-        parser.missing = {slot};
-        start();
-        EXPECT_EQ(register_one(),
-                  failed(std::string("invalid ") + table + " interface, missing '" + slot + "' function"));
     }
 }
 

@@ -97,16 +97,37 @@ TEST_F(subscription, that_a_plugin_refuses_is_lost_with_its_handle_and_nobody_is
     EXPECT_EQ(count(), 1u);
 }
 
-TEST_F(subscription, needs_the_slots_of_the_plugins_it_tells) {
-    for (const std::string who : {"m", "box"}) {
-        for (const std::string slot : {"register_type", "unregister_type"}) {
-            plugin(who).missing = {slot};
-            start_with_source();
-            const std::string kind = who == "m" ? "matcher" : "processor";
-            EXPECT_EQ(slot == "register_type" ? try_subscribe(plain) : unsubscribe(2),
-                      failed("invalid qor_data_" + kind + "_support_t interface, missing '" + slot + "' function"));
-            destroy();
+// What a plug-in's tables leave out is missed by the first call that needs it.
+TEST_F(subscription, and_all_around_it_needs_the_slots_of_the_plugins) {
+    const std::string parser = "qor_data_description_parser", storage = "qor_signal_storage";
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"p", parser + "_support_t", "parse_buffer"},
+        {"p", parser + "_format_support_t", "get_context_type"},
+        {"m", "qor_data_matcher_support_t", "register_type"},
+        {"m", "qor_data_matcher_support_t", "unregister_type"},
+        {"m", "qor_data_matcher_support_t", "match"},
+        {"box", "qor_data_processor_support_t", "register_type"},
+        {"box", "qor_data_processor_support_t", "unregister_type"},
+        {"box", "qor_data_processor_support_t", "process"},
+        {storage, storage + "_access_t", "get_node_children"},
+    };
+    for (const auto& [who, table, slot] : rows) {
+        plugin("box").answers = {{"register_type", returns(1)}};
+        plugin(who).missing = {slot};
+        start();
+        outcome result = register_descriptions(0x15, 2, "engine", {{"one", "dbc", ""}});
+        const std::function<outcome()> calls[] = {
+            [&] { return try_subscribe(plain); }, [&] { return try_match(package(0x15, 2, "can", "")); },
+            [&] { return try_process(package(0x15, 2, "raw", "")); }, [&] { return unsubscribe(2); },
+            [&] {
+                const std::string told = names_of(api.get_node_children, &host.control.nodes[0]);
+                return told.starts_with('<') ? failed(told.substr(1, told.size() - 2)) : succeeded;
+            }};
+        for (const auto& each : calls) {
+            result = result == succeeded ? each() : result;
         }
+        EXPECT_EQ(result, failed("invalid " + table + " interface, missing '" + slot + "' function"));
+        destroy();
         plugin(who).missing = {};
     }
 }

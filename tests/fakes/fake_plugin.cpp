@@ -142,12 +142,11 @@ using namespace tavi::fakes;
     QOR_EXPORT void kind##_destroy(void* handle) {                                                                     \
         destroy_instance(handle);                                                                                      \
     }                                                                                                                  \
-    QOR_EXPORT uint32_t kind##_get_service_locator(void* handle, qor_service_locator_t** locator,                      \
-                                                   details error) {                                      \
+    QOR_EXPORT uint32_t kind##_get_service_locator(void* handle, qor_service_locator_t** locator, details error) {     \
         return give_locator(handle, locator, error);                                                                   \
     }
 #define TAVI_FAKE_CREATE(kind, become)                                                                                 \
-    QOR_EXPORT uint32_t kind##_create(void** handle, qor_service_locator_t* host, details error) {       \
+    QOR_EXPORT uint32_t kind##_create(void** handle, qor_service_locator_t* host, details error) {                     \
         return create_instance(become, "create", "", host, handle, error);                                             \
     }
 
