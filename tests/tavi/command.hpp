@@ -18,9 +18,6 @@ struct ended {
     std::string err;
 };
 
-// A message of one signal, which most of the tests decode.
-inline constexpr std::string_view engine_dbc = "BO_ 192 E: 2 X\n SG_ S : 0|16@1+ (0.5,0) [0|0] \"rpm\" X\n";
-
 // A directory in which commands run, so that the files they name have short names.
 class workplace {
 public:

@@ -6,7 +6,6 @@
 
 #include "tools/tavi/description_log.hpp"
 #include "tools/tavi/diagnostics.hpp"
-#include "tools/tavi/options.hpp"
 
 namespace tavi::tool {
 namespace {
@@ -60,10 +59,6 @@ TEST(make_excerpt, keeps_the_column_in_view) {
 TEST(diagnostic, reads_as_compilers_write_it) {
     EXPECT_EQ(format_diagnostic({topic::damaged_line, "a\nb.log", 14, 5, "no \x1B digit", "(1.5) x", "look"}),
               "a\\nb.log:14:5: error: no \\x1B digit\n  (1.5) x\n      ^\n  hint: look\n");
-    EXPECT_EQ(format_diagnostic({topic::description, "x.dbc", 3, 0, "left out", {}, {}}),
-              "x.dbc:3: warning: left out\n");
-    EXPECT_EQ(format_diagnostic({topic::description, "x.dbc", 0, 0, "left out", {}, {}}, true),
-              "x.dbc: error: left out\n");
 }
 
 TEST(parser_message, is_taken_apart) {
@@ -77,14 +72,6 @@ TEST(parser_message, is_taken_apart) {
     EXPECT_EQ(line_of("one\r\ntwo\nthree", 1), "one");
     EXPECT_EQ(line_of("one\r\ntwo\nthree", 3), "three");
     EXPECT_EQ(line_of("one\r\ntwo\nthree", 4), "");
-}
-
-TEST(description_argument, has_a_source_before_the_first_equals_sign) {
-    for (const auto& [text, parts] :
-         {std::pair("can1=d/a=b.dbc", "can1 d/a=b.dbc"), {"./a=b.dbc", " ./a=b.dbc"}, {"=a.dbc", " =a.dbc"}}) {
-        const description_argument argument = parse_description(text);
-        EXPECT_EQ(argument.source + ' ' + argument.path, parts) << text;
-    }
 }
 
 } // namespace

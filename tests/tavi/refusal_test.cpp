@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 
 TEST(refusal, of_a_plugin_ends_the_run_with_its_text) {
     const workplace here;
-    here.write("e.dbc", engine_dbc);
+    here.write("e.dbc", "BO_ 192 E: 2 X\n SG_ S : 0|16@1+ (1,0) [0|0] \"\" X\n");
     // The extractor looks for plug-ins where its own file lies: a copy of all with one more beside it.
     fs::create_directory(here.path() / "lib");
     for (const auto& library : fs::directory_iterator(TAVI_LIBRARY_DIR)) {
