@@ -20,10 +20,13 @@ constexpr std::uint32_t extended_bit = 0x80000000;
 constexpr std::size_t longest_table = 60;
 constexpr int indent_width = 2;
 
-// A frame id as logs write it, any other address in hexadecimal.
-std::string address_text(std::uint64_t address) {
+// The view that descriptions of frames have: addresses below it are frame ids.
+constexpr std::string_view view_of_frames = "CAN";
+
+// A frame id as logs write it, any other address as descriptions do.
+std::string address_text(std::uint64_t address, bool is_frame_id) {
     char text[32];
-    if (address > UINT32_MAX) {
+    if (!is_frame_id) {
         std::snprintf(text, sizeof text, "0x%llX", static_cast<unsigned long long>(address));
     } else if ((address & extended_bit) != 0) {
         std::snprintf(text, sizeof text, "%08X", static_cast<unsigned>(address & ~extended_bit));
@@ -33,8 +36,8 @@ std::string address_text(std::uint64_t address) {
     return text;
 }
 
-std::string object_text(const qor_object_node_t& object) {
-    std::string text = "  (" + address_text(object.address) + ", " + std::to_string(object.element_size) +
+std::string object_text(const qor_object_node_t& object, bool is_frame) {
+    std::string text = "  (" + address_text(object.address, is_frame) + ", " + std::to_string(object.element_size) +
                        (object.element_size == 1 ? " byte" : " bytes");
     if (object.element_count != 1) {
         text += ", " + std::to_string(object.element_count) + " times";
@@ -92,11 +95,13 @@ std::string signal_text(const qor_signal_node_t& signal) {
     return text;
 }
 
-void print_node(block_output& output, catalogue& known, const qor_type_node_t& node, int depth) {
+void print_node(block_output& output, catalogue& known, const qor_type_node_t& node, int depth, bool of_frames) {
     std::string line(static_cast<std::size_t>(depth) * indent_width, ' ');
     line += host::text_of(node.name);
-    if (node.kind == QOR_TYPE_NODE_OBJECT) {
-        line += object_text(node.object);
+    if (node.kind == QOR_TYPE_NODE_VIEW && node.view.cycle != 0) {
+        line += "  (cycle " + std::to_string(node.view.cycle) + ')';
+    } else if (node.kind == QOR_TYPE_NODE_OBJECT) {
+        line += object_text(node.object, of_frames && node.object.address <= UINT32_MAX);
     } else if (node.kind == QOR_TYPE_NODE_GROUP && node.group.element_count > 1) {
         line += '[' + std::to_string(node.group.element_count) + ']';
     } else if (node.kind == QOR_TYPE_NODE_SIGNAL) {
@@ -108,7 +113,7 @@ void print_node(block_output& output, catalogue& known, const qor_type_node_t& n
     output.write(printable(line) + '\n');
     if (node.kind != QOR_TYPE_NODE_SIGNAL) {
         for (const qor_type_node_t& below : known.extractor().children(node)) {
-            print_node(output, known, below, depth + 1);
+            print_node(output, known, below, depth + 1, of_frames);
         }
     }
 }
@@ -124,7 +129,7 @@ exit_code run_tree(const tree_options& options) {
         for (std::size_t description = 0; description < known.descriptions().size(); ++description) {
             output.write(printable(known.descriptions()[description].path) + '\n');
             for (const qor_type_node_t& view : known.views(description)) {
-                print_node(output, known, view, 1);
+                print_node(output, known, view, 1, host::text_of(view.name) == view_of_frames);
             }
         }
     } catch (const host::error& error) {
