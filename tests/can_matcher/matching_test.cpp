@@ -119,14 +119,8 @@ const std::string whole = "7: 8 of 8 at 8";
 const byte_list eight_bytes = {0, 1, 2, 3, 4, 5, 6, 7};
 
 TEST(CanMatcher, KnowsAMessageByItsIdOrParameterGroup) {
-    const struct {
-        const char* what;
-        std::uint64_t address;
-        std::uint32_t flags;
-        const char* format;
-        std::uint32_t frame;
-        bool matches;
-    } rows[] = {
+    // What it shows; address and flags of the object; format and id of the frame; whether it matches.
+    const std::tuple<const char*, std::uint64_t, std::uint32_t, const char*, std::uint32_t, bool> rows[] = {
         {"the same id", 0x0C0, 0, "can", 0x0C0, true},
         {"another id", 0x0C0, 0, "can", 0x0C1, false},
         {"the same number with 29 bits", 0x0C0, 0, "can", 0x800000C0, false},
@@ -152,42 +146,36 @@ TEST(CanMatcher, KnowsAMessageByItsIdOrParameterGroup) {
         {"11 bits in j1939, other id", 0x0C0, 0, "j1939", 0x0C1, false},
         {"remote in j1939", extended | 0x18FEF100, 0, "j1939", 0xD8FEF100, false},
     };
-    for (const auto& row : rows) {
+    for (const auto& [what, address, flags, format, frame, matches] : rows) {
         matcher matcher;
-        ASSERT_EQ(matcher.register_type(7, {.address = row.address, .flags = row.flags}), succeeded);
-        const test_package package(row.frame, eight_bytes, row.format);
-        EXPECT_EQ(matcher.match({7}, package, false), row.matches ? whole : "") << row.what;
+        ASSERT_EQ(matcher.register_type(7, {.address = address, .flags = flags}), succeeded);
+        const test_package package(frame, eight_bytes, format);
+        EXPECT_EQ(matcher.match({7}, package, false), matches ? whole : "") << what;
     }
 }
 
 TEST(CanMatcher, TellsWhereTheBytesAre) {
-    const struct {
-        const char* what;
-        std::uint8_t kind;
-        std::uint32_t offset;
-        std::uint64_t extent;
-        std::size_t data;
-        const char* strict;
-        const char* lenient;
-    } rows[] = {
-        {"a longer frame", object, 0, 4, 8, "7: 4 of 4 at 8", "7: 4 of 4 at 8"},
-        {"a cut message", object, 0, 8, 5, "7: 5 of 8 at 8", "7: 5 of 5 at 8"},
-        {"a frame without data", object, 0, 8, 0, "7: 0 of 8 at 8", "7: 0 of 0 at 8"},
-        {"a message without data", object, 0, 0, 0, "7: 0 of 0 at 8", "7: 0 of 0 at 8"},
-        {"a CAN FD message", object, 0, 64, 64, "7: 64 of 64 at 8", "7: 64 of 64 at 8"},
-        {"a signal up to the end", signal, 5, 3, 8, "7: 3 of 3 at 13", "7: 3 of 3 at 13"},
-        {"a cut signal", signal, 6, 3, 8, "7: 2 of 3 at 14", ""},
-        {"a signal behind the frame", signal, 9, 1, 8, "7: 0 of 1 at 17", ""},
-        {"a cut group", group, 6, 4, 8, "7: 2 of 4 at 14", "7: 2 of 2 at 14"},
-        {"a group behind the frame", group, 8, 4, 8, "7: 0 of 4 at 16", ""},
-    };
-    for (const auto& row : rows) {
+    // Name, kind, offset and extent of a node; bytes of data; what matches strictly and leniently.
+    const std::tuple<const char*, std::uint8_t, std::uint32_t, std::uint64_t, std::size_t, const char*, const char*>
+        rows[] = {
+            {"a longer frame", object, 0, 4, 8, "7: 4 of 4 at 8", "7: 4 of 4 at 8"},
+            {"a cut message", object, 0, 8, 5, "7: 5 of 8 at 8", "7: 5 of 5 at 8"},
+            {"a frame without data", object, 0, 8, 0, "7: 0 of 8 at 8", "7: 0 of 0 at 8"},
+            {"a message without data", object, 0, 0, 0, "7: 0 of 0 at 8", "7: 0 of 0 at 8"},
+            {"a CAN FD message", object, 0, 64, 64, "7: 64 of 64 at 8", "7: 64 of 64 at 8"},
+            {"a signal up to the end", signal, 5, 3, 8, "7: 3 of 3 at 13", "7: 3 of 3 at 13"},
+            {"a cut signal", signal, 6, 3, 8, "7: 2 of 3 at 14", ""},
+            {"a signal behind the frame", signal, 9, 1, 8, "7: 0 of 1 at 17", ""},
+            {"a cut group", group, 6, 4, 8, "7: 2 of 4 at 14", "7: 2 of 2 at 14"},
+            {"a group behind the frame", group, 8, 4, 8, "7: 0 of 4 at 16", ""},
+        };
+    for (const auto& [name, kind, offset, extent, data, strict, lenient] : rows) {
         matcher matcher;
-        const wanted what{.address = 5, .kind = row.kind, .offset = row.offset, .extent = row.extent};
+        const wanted what{.address = 5, .kind = kind, .offset = offset, .extent = extent};
         ASSERT_EQ(matcher.register_type(7, what), succeeded);
-        const test_package package(5, byte_list(row.data, 0xFF));
-        EXPECT_EQ(matcher.match({7}, package, false), row.strict) << row.what;
-        EXPECT_EQ(matcher.match({7}, package, true), row.lenient) << row.what;
+        const test_package package(5, byte_list(data, 0xFF));
+        EXPECT_EQ(matcher.match({7}, package, false), strict) << name;
+        EXPECT_EQ(matcher.match({7}, package, true), lenient) << name;
     }
 }
 

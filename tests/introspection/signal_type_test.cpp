@@ -12,12 +12,7 @@ constexpr type_kind u16 = type_kind::uint16;
 TEST(signal_type, names_sizes_and_whether_bytes_are_the_value) {
     const std::string odd = "_1000000000000000000000.000000_-0.000000_0.123457_nan_1.000000_2.000000";
     const std::string identity = "_0.000000_1.000000_0.000000_0.000000_0.000000_1.000000";
-    const struct {
-        signal_options options;
-        std::uint64_t size;
-        bool plain;
-        std::string name;
-    } table[] = {
+    const std::tuple<signal_options, std::uint64_t, bool, std::string> table[] = {
         {{.offset = 12, .length = 4}, 1, false, "uint8_t_uint8_t_le_2c_12_4" + identity},
         {{}, 1, true, "uint8_t_uint8_t_le_2c_0_8" + identity},
         {{.order = 2, .encoding = 2, .suffix = "km/h"}, 1, false, "uint8_t_uint8_t_ibe_1c_0_8" + identity + "_km/h"},
@@ -33,13 +28,13 @@ TEST(signal_type, names_sizes_and_whether_bytes_are_the_value) {
          false,
          "uint8_t_uint8_t_be_sm_0_8" + odd},
     };
-    for (const auto& row : table) {
-        const auto type = std::dynamic_pointer_cast<signal_type_base>(make(row.options)->clone());
-        EXPECT_EQ(type->name(), "signal_" + row.name);
-        EXPECT_EQ(type->instance_size(), row.size) << row.name;
-        EXPECT_EQ(type->is_plain(), row.plain) << row.name;
-        EXPECT_EQ(type->starts_at_zero(), row.options.offset == 0);
-        EXPECT_EQ(type->fills_kind(), row.options.length == 8 * primitive_size(row.options.converted));
+    for (const auto& [options, size, plain, name] : table) {
+        const auto type = std::dynamic_pointer_cast<signal_type_base>(make(options)->clone());
+        EXPECT_EQ(type->name(), "signal_" + name);
+        EXPECT_EQ(type->instance_size(), size) << name;
+        EXPECT_EQ(type->is_plain(), plain) << name;
+        EXPECT_EQ(type->starts_at_zero(), options.offset == 0);
+        EXPECT_EQ(type->fills_kind(), options.length == 8 * primitive_size(options.converted));
     }
 }
 

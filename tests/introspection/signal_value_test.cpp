@@ -28,12 +28,7 @@ TEST(decode, worked_examples) {
     const signal_options single = {.raw = f32, .length = 32, .c = {0, 2, 1, 0, 0, 1}};
     const bytes infinity = {0, 0, 0x80, 0x7F};
     const bytes count = {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF, 0x10};
-    const struct {
-        signal_options options;
-        bytes source;
-        type_kind kind;
-        bytes expected;
-    } table[] = {
+    const std::tuple<signal_options, bytes, type_kind, bytes> table[] = {
         {{.raw = u16, .offset = 12, .length = 12, .order = 2}, {0xAB, 0xCD}, f64, real(0x0ABC)},
         {{.raw = u8, .offset = 3, .length = 6, .order = 2}, {0xFF}, f64, real(0x1F)}, // one bit lies before the data
         {{.raw = u64, .length = 0}, {0xFF}, f64, real(0)},
@@ -57,10 +52,10 @@ TEST(decode, worked_examples) {
         {{.raw = u64, .offset = 4, .length = 64}, count, u64, bytes_of(0x0EFCDAB896745230)},
         {{.raw = u64, .offset = 68, .length = 64, .order = 2}, count, u64, bytes_of(0x123456789ABCDEF1)},
     };
-    for (const auto& row : table) {
-        bytes value(row.expected.size());
-        make(row.options)->decode(row.kind, value.data(), row.source.data());
-        EXPECT_EQ(value, row.expected) << make(row.options)->name() << " as " << kind_name(row.kind);
+    for (const auto& [options, source, kind, expected] : table) {
+        bytes value(expected.size());
+        make(options)->decode(kind, value.data(), source.data());
+        EXPECT_EQ(value, expected) << make(options)->name() << " as " << kind_name(kind);
     }
     bytes own(4, 0xEE);
     make({.converted = i16, .raw = i8})->decode(type_kind::boolean, own.data(), bytes{0xFF}.data());
@@ -83,12 +78,8 @@ TEST(encode, writes_whole_bytes_of_the_raw_value) {
     const signal_options single = {.raw = f32, .length = 32, .c = {0, 2, 0, 0, 0, 1}};
     const signal_options twice = {.converted = f64, .raw = f64, .length = 64};
     const type_kind own = type_kind::boolean; // stands for the converted kind
-    const struct {
-        signal_options options;
-        type_kind kind;
-        bytes value;
-        bytes expected; // the first byte held 0x40, the others 0
-    } table[] = {
+    // Where it is written, the first byte was 0x40, the others 0.
+    const std::tuple<signal_options, type_kind, bytes, bytes> table[] = {
         {{.raw = u16, .length = 16}, u16, {1, 0}, {0x41, 0}},
         {{.raw = u16, .offset = 4, .length = 16}, u16, {0xCD, 0xAB}, {0xFC, 0x0A}}, // counts in the value
         {{.order = 7}, u8, {1}, {0x40}},
@@ -107,13 +98,13 @@ TEST(encode, writes_whole_bytes_of_the_raw_value) {
         // The word that is written has 64 bits; what goes beyond is 0.
         {{.raw = f64, .length = 72}, f32, bytes_of(1.0F), {0x40, 0, 0, 0, 0, 0, 0xF0, 0x3F, 0}},
     };
-    for (const auto& row : table) {
-        bytes result(row.expected.size() + 1);
+    for (const auto& [options, kind, given, written] : table) {
+        bytes result(written.size() + 1);
         result[0] = 0x40;
-        bytes expected = row.expected;
+        bytes expected = written;
         expected.push_back(0);
-        make(row.options)->encode(row.kind, row.value.data(), result.data());
-        EXPECT_EQ(result, expected) << make(row.options)->name() << " from " << kind_name(row.kind);
+        make(options)->encode(kind, given.data(), result.data());
+        EXPECT_EQ(result, expected) << make(options)->name() << " from " << kind_name(kind);
     }
 }
 

@@ -23,13 +23,9 @@ TEST(type_kind, primitive_sizes) {
 
 // What an x86 processor leaves for each output, whichever processor runs the test.
 TEST(numeric, reals_become_integers_as_on_x86) {
-    const struct {
-        double y;
-        std::uint16_t to_16; // and its low byte for 8 bits
-        std::uint32_t to_int32;
-        std::uint64_t to_int64; // and its low half for uint32_t
-        std::uint64_t to_uint64;
-    } table[] = {
+    // The value; for 16 bits and by its low byte for 8; for int32_t; for int64_t and by its low half for uint32_t; for
+    // uint64_t.
+    const std::tuple<double, std::uint16_t, std::uint32_t, std::uint64_t, std::uint64_t> table[] = {
         {300.7, 300, 300, 300, 300},
         {-1.5, 0xFFFF, 0xFFFFFFFF, 0xFFFFFFFFFFFFFFFF, 0xFFFFFFFFFFFFFFFF},
         {2147483647.9, 0xFFFF, 0x7FFFFFFF, 0x7FFFFFFF, 0x7FFFFFFF},
@@ -39,15 +35,15 @@ TEST(numeric, reals_become_integers_as_on_x86) {
         {0x1p64, 0, 0x80000000, 0x8000000000000000, 0x8000000000000000},
         {std::numeric_limits<double>::quiet_NaN(), 0, 0x80000000, 0x8000000000000000, 0x8000000000000000},
     };
-    for (const auto& row : table) {
-        SCOPED_TRACE(row.y);
-        EXPECT_EQ(convert_real<std::uint8_t>(row.y), row.to_16 % 256);
-        EXPECT_EQ(static_cast<std::uint8_t>(convert_real<std::int8_t>(row.y)), row.to_16 % 256);
-        EXPECT_EQ(convert_real<std::uint16_t>(row.y), row.to_16);
-        EXPECT_EQ(static_cast<std::uint32_t>(convert_real<std::int32_t>(row.y)), row.to_int32);
-        EXPECT_EQ(convert_real<std::uint32_t>(row.y), static_cast<std::uint32_t>(row.to_int64));
-        EXPECT_EQ(static_cast<std::uint64_t>(convert_real<std::int64_t>(row.y)), row.to_int64);
-        EXPECT_EQ(convert_real<std::uint64_t>(row.y), row.to_uint64);
+    for (const auto& [y, to_16, to_int32, to_int64, to_uint64] : table) {
+        SCOPED_TRACE(y);
+        EXPECT_EQ(convert_real<std::uint8_t>(y), to_16 % 256);
+        EXPECT_EQ(static_cast<std::uint8_t>(convert_real<std::int8_t>(y)), to_16 % 256);
+        EXPECT_EQ(convert_real<std::uint16_t>(y), to_16);
+        EXPECT_EQ(static_cast<std::uint32_t>(convert_real<std::int32_t>(y)), to_int32);
+        EXPECT_EQ(convert_real<std::uint32_t>(y), static_cast<std::uint32_t>(to_int64));
+        EXPECT_EQ(static_cast<std::uint64_t>(convert_real<std::int64_t>(y)), to_int64);
+        EXPECT_EQ(convert_real<std::uint64_t>(y), to_uint64);
     }
     EXPECT_EQ(convert_real<float>(1e300), std::numeric_limits<float>::infinity());
 }

@@ -23,11 +23,7 @@ TEST(filter_expression, selects_an_element_of_an_array) {
     const auto beyond = [](const std::string& count) {
         return "index was outside the bounds of the 'Node' array, subscript must be smaller than " + count;
     };
-    const struct {
-        std::uint32_t count;
-        std::string filter;
-        std::string result;
-    } cases[] = {
+    const std::tuple<std::uint32_t, std::string, std::string> cases[] = {
         {5, "first", "0"},
         {5, "last", "4"},
         {5, "5", "5"}, // one past the end stays accepted
@@ -39,15 +35,15 @@ TEST(filter_expression, selects_an_element_of_an_array) {
         {5, "-1", beyond("5")},
         {5, "First", "invalid filter expression, function 'First' is not supported"},
     };
-    for (const auto& each : cases) {
-        const bool is_function = std::isalpha(each.filter[0]) != 0;
-        const filter_expression_function function(each.filter);
-        const filter_expression_constant constant(is_function ? 0 : std::stoll(each.filter));
+    for (const auto& [count, filter, result] : cases) {
+        const bool is_function = std::isalpha(filter[0]) != 0;
+        const filter_expression_function function(filter);
+        const filter_expression_constant constant(is_function ? 0 : std::stoll(filter));
         for (const qor_type_node_t& node :
-             {object_node(1, 0, "Node", 0, 8, each.count), group_node(1, 0, "Node", 0, 8, each.count),
-              signal_node(1, 0, "Node", 0, 8, each.count)}) {
-            EXPECT_EQ(is_function ? evaluated(function, node) : evaluated(constant, node), each.result)
-                << each.filter << " of " << each.count << ", kind " << int(node.kind);
+             {object_node(1, 0, "Node", 0, 8, count), group_node(1, 0, "Node", 0, 8, count),
+              signal_node(1, 0, "Node", 0, 8, count)}) {
+            EXPECT_EQ(is_function ? evaluated(function, node) : evaluated(constant, node), result)
+                << filter << " of " << count << ", kind " << int(node.kind);
         }
     }
 }
