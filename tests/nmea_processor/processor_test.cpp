@@ -1,13 +1,13 @@
 // The plug-in as the extractor drives it: by its tables, once for each handle of a package.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <cstring>
 #include <random>
 
 #include "plugins/nmea_processor/layout.hpp"
 #include "qorc/extensibility/data_processor.h"
 #include "tests/nmea_processor/sealed.hpp"
 #include "tests/support/counting_allocator.hpp"
+#include "tests/support/decoded_text.hpp"
 #include "tests/support/loaded_plugin.hpp"
 #include "tests/support/outcome.hpp"
 
@@ -17,6 +17,7 @@ namespace {
 using tavi::test::call;
 using tavi::test::counting_allocator;
 using tavi::test::succeeded;
+using testing::ElementsAre;
 
 const std::string position_1 = sealed("GPGLL,0100.0,N,00200.0,E,000001,A,A") + "\r\n";
 const std::string position_2 = sealed("GPGLL,0130.0,N,00200.0,E,000002,A,A") + "\n";
@@ -47,16 +48,11 @@ protected:
 
     // The records' bytes; each record is checked and freed. Nothing when the call fails.
     std::vector<std::string> process(uint64_t subscription, const std::string& text, const char* format = "nmea") {
-        std::vector<uint8_t> block(sizeof(qor_package_t) + text.size());
-        qor_package_t package{};
-        std::strcpy(package.format_type, format);
-        package.payload_size = text.size();
-        std::memcpy(block.data(), &package, sizeof(package));
-        std::memcpy(block.data() + sizeof(package), text.data(), text.size());
+        package.set_format(format);
         qor_dynamic_data_t** records = nullptr;
         uint64_t count = 0;
-        last_outcome = call(support.process, plugin.handle(), subscription,
-                            reinterpret_cast<const qor_package_t*>(block.data()), &records, &count, &allocator);
+        last_outcome = call(support.process, plugin.handle(), subscription, &tavi::test::build_package(package, text),
+                            &records, &count, &allocator);
         std::vector<std::string> found;
         for (uint64_t index = 0; last_outcome == succeeded && index < count; ++index) {
             qor_dynamic_data_t& record = *records[index];
@@ -70,16 +66,6 @@ protected:
         return found;
     }
 
-    // Records that are one double each.
-    std::vector<double> numbers(uint64_t subscription, const std::string& text) {
-        std::vector<double> values;
-        for (const std::string& record : process(subscription, text)) {
-            EXPECT_EQ(record.size(), sizeof(double));
-            std::memcpy(&values.emplace_back(), record.data(), sizeof(double));
-        }
-        return values;
-    }
-
     void begin_anew() {
         const qor_data_source_t source{};
         EXPECT_EQ(
@@ -90,10 +76,13 @@ protected:
     tavi::test::loaded_plugin plugin{"qor_nmea_processor", "qor_data_processor"};
     const qor_data_processor_support_t& support = plugin.table<qor_data_processor_support_t>();
     counting_allocator allocator;
+    tavi::host::package_builder package;
     tavi::test::outcome last_outcome;
 };
 
-using values = std::vector<double>;
+std::string bytes_of(double value) {
+    return {reinterpret_cast<const char*>(&value), sizeof(value)};
+}
 
 // Its formats and descriptions are what the road to values begins with.
 TEST_F(NmeaProcessor, NamesItsPortAndFailsCleanly) {
@@ -139,12 +128,12 @@ TEST_F(NmeaProcessor, GivesARecordForEachSentenceThatUpdates) {
     subscribe(2, position_object, 0, 8);
     subscribe(5, velocity_object, 0, 8);
     subscribe(7, statistics_object, 0, 8);
-    const std::string package = "# log\r\n" + position_1 + speed_1 + "$broken\n" + position_2;
-    EXPECT_EQ(numbers(2, package), (values{1.0, 1.5}));
-    EXPECT_TRUE(process(3, package).empty());
-    EXPECT_EQ(numbers(5, package), (values{10.0}));
-    EXPECT_EQ(process(7, package),
-              (std::vector<std::string>{{"\1\0\0\0\0\0\0\0", 8}, {"\2\0\0\0\0\0\0\0", 8}, {"\3\0\0\0\0\0\0\0", 8}}));
+    const std::string text = "# log\r\n" + position_1 + speed_1 + "$broken\n" + position_2;
+    EXPECT_THAT(process(2, text), ElementsAre(bytes_of(1.0), bytes_of(1.5)));
+    EXPECT_TRUE(process(3, text).empty());
+    EXPECT_THAT(process(5, text), ElementsAre(bytes_of(10.0)));
+    const std::string zeros(7, '\0');
+    EXPECT_THAT(process(7, text), ElementsAre('\1' + zeros, '\2' + zeros, '\3' + zeros));
     EXPECT_TRUE(process(2, position_1, "can").empty());
     EXPECT_TRUE(process(2, "").empty());
 }
