@@ -1,6 +1,7 @@
 #include "qorcpp/platform/stream.hpp"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <system_error>
@@ -16,11 +17,13 @@ namespace {
 
 // A byte in this pipe wakes whoever waits for input, so that no interrupt is lost between a test and a wait.
 std::array<int, 2> wake_pipe{-1, -1};
-volatile std::sig_atomic_t interrupt_noted = 0;
+// The signal comes in any thread, and every thread asks.
+std::atomic<bool> interrupt_noted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 void note_interrupt(int) {
     const int saved = errno;
-    interrupt_noted = 1;
+    interrupt_noted = true;
     const char byte = 0;
     [[maybe_unused]] const auto written = ::write(wake_pipe[1], &byte, 1);
     errno = saved;
@@ -167,7 +170,7 @@ void watch_interrupts() {
 }
 
 bool interrupted() noexcept {
-    return interrupt_noted != 0;
+    return interrupt_noted;
 }
 
 bool standard_error_is_terminal() noexcept {
