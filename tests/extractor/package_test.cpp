@@ -83,30 +83,27 @@ TEST_P(packages, give_the_bytes_that_the_matcher_names_and_no_others) {
         return failed("package payload size 8 is less than " + what + " size " + std::to_string(size) +
                       " from offset " + std::to_string(offset));
     };
-    const struct {
-        std::uint64_t offset, size, expected;
-        bool strict;
-        outcome result;
-        std::string bytes = {};
-    } rows[] = {
+    // Offset, size and expected size; whether strictly; how it ends and with which bytes.
+    using number = std::uint64_t;
+    const std::tuple<number, number, number, bool, outcome, std::string> rows[] = {
         {3, 2, 2, true, succeeded, "de"},
         {8, 0, 0, true, succeeded, ""},
         {2, 4, 3, false, succeeded, "cdef"},                   // the match size decides while all fits
         {6, 1, 4, false, succeeded, std::string("gh\0\0", 4)}, // short: room as expected, what is there, zeros
         {8, 0, 3, false, succeeded, std::string(3, '\0')},
-        {0, 8, 9, true, too_short("expected", 9, 0)},
-        {100, 1, 2, true, too_short("expected", 2, 100)}, // strict looks at the sizes first
-        {7, 2, 2, false, too_short("match", 2, 7)},
-        {9, 0, 0, false, too_short("match", 0, 9)},
-        {maximum, 2, 2, false, too_short("match", 2, maximum)}, // sums that wrap are beyond the payload
-        {2, maximum, 2, false, too_short("match", maximum, 2)},
-        {maximum, maximum, maximum, true, too_short("match", maximum, maximum)},
+        {0, 8, 9, true, too_short("expected", 9, 0), ""},
+        {100, 1, 2, true, too_short("expected", 2, 100), ""}, // strict looks at the sizes first
+        {7, 2, 2, false, too_short("match", 2, 7), ""},
+        {9, 0, 0, false, too_short("match", 0, 9), ""},
+        {maximum, 2, 2, false, too_short("match", 2, maximum), ""}, // sums that wrap are beyond the payload
+        {2, maximum, 2, false, too_short("match", maximum, 2), ""},
+        {maximum, maximum, maximum, true, too_short("match", maximum, maximum), ""},
     };
-    for (const auto& row : rows) {
-        matcher.match[2] = {true, row.offset, row.size, row.expected};
-        SCOPED_TRACE(::testing::Message() << row.offset << ' ' << row.size << ' ' << row.expected);
-        EXPECT_EQ(try_process(unit, row.strict), row.result);
-        EXPECT_EQ(records.empty() ? "" : records[0].bytes, row.bytes);
+    for (const auto& [offset, size, expected, strict, result, bytes] : rows) {
+        matcher.match[2] = {true, offset, size, expected};
+        SCOPED_TRACE(::testing::Message() << offset << ' ' << size << ' ' << expected);
+        EXPECT_EQ(try_process(unit, strict), result);
+        EXPECT_EQ(records.empty() ? "" : records[0].bytes, bytes);
     }
     // A record that cannot be made: the sum of offset and expected size wraps, so the package is short.
     matcher.match[2] = {true, 4, 0, maximum - 2};

@@ -75,30 +75,30 @@ TEST_F(processor, brings_descriptions_after_those_of_the_source) {
 
 TEST_F(processor, without_what_it_needs_fails_the_registration) {
     script& box = add_processor("box", {{"raw", 13}});
-    const struct {
-        std::set<std::string> missing;
-        std::map<std::string, answer> answers;
-        outcome result;
-        bool bound = true;
-    } rows[] = {
-        {{"qor_data_processor_data_source_binding_t"}, {}, succeeded},
+    // What the plug-in lacks, what it answers, how the registration ends, and whether the plug-in is bound then.
+    const std::tuple<std::set<std::string>, std::map<std::string, answer>, outcome, bool> rows[] = {
+        {{"qor_data_processor_data_source_binding_t"}, {}, succeeded, true},
         {{"qor_data_processor_data_description_support_t"},
          {},
-         failed("the underlying processor does not support data descriptions")},
-        {{"get_data_descriptions"}, {}, failed("invalid 'qor_data_processor_data_description_support' interface")},
-        {{}, {{"get_data_descriptions", reports(QOR_STATUS_INVALID_ARGUMENT, "later")}}, invalid("later")},
+         failed("the underlying processor does not support data descriptions"),
+         true},
+        {{"get_data_descriptions"},
+         {},
+         failed("invalid 'qor_data_processor_data_description_support' interface"),
+         true},
+        {{}, {{"get_data_descriptions", reports(QOR_STATUS_INVALID_ARGUMENT, "later")}}, invalid("later"), true},
         {{"bind"}, {}, failed("missing interface 'qor_data_processor_data_source_binding_t'"), false},
         {{}, {{"bind", reports(QOR_STATUS_FILE_EXISTS, "taken")}}, failed("taken", QOR_STATUS_FILE_EXISTS), false},
     };
-    for (const auto& row : rows) {
-        box.missing = row.missing;
-        box.answers = row.answers;
+    for (const auto& [missing, answers, result, bound] : rows) {
+        box.missing = missing;
+        box.answers = answers;
         start();
-        EXPECT_EQ(register_plain(), row.result);
-        EXPECT_EQ(has_processor("raw"), row.result == succeeded); // else the source was not stored
+        EXPECT_EQ(register_plain(), result);
+        EXPECT_EQ(has_processor("raw"), result == succeeded); // else the source was not stored
         // Once bound it stays so all the same, and is not asked again.
-        EXPECT_EQ(register_plain(), row.bound ? succeeded : row.result);
-        EXPECT_EQ(has_processor("raw"), row.bound);
+        EXPECT_EQ(register_plain(), bound ? succeeded : result);
+        EXPECT_EQ(has_processor("raw"), bound);
         destroy();
     }
     plugin("p").formats = {{"dbc"}};
