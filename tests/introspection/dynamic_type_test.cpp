@@ -39,9 +39,12 @@ TEST(dynamic_type, primitive_operations) {
 TEST(dynamic_type, primitives_copy_from_other_kinds) {
     const std::tuple<type_kind, bytes, std::uint64_t> table[] = {
         {type_kind::int8, {0xFE}, 0xFFFFFFFFFFFFFFFE},
+        {type_kind::uint8, {0xFE}, 0xFE},
         {type_kind::char8, {0xFE}, 0xFFFFFFFFFFFFFFFE},
+        {type_kind::boolean, {1}, 1},
         {type_kind::char16, {0xFE, 0xFF}, 0xFFFE},
         {type_kind::enumeration, {1, 2, 3, 4}, 0x04030201},
+        {type_kind::float32, {0, 0, 0x20, 0x41}, 10},
         {type_kind::float64, {0, 0, 0, 0, 0, 0, 0xF8, 0xBF}, 0xFFFFFFFFFFFFFFFF},
         {type_kind::float128, {0, 0, 0, 0, 0, 0, 0x24, 0x40}, 10},
         {type_kind{0x600D}, {0xFE}, 0xFFFFFFFFFFFFFFFE}, // read directly, signal or not
@@ -97,6 +100,8 @@ TEST(dynamic_type, compatibility) {
         {xy, moved, 0x0200},
         {xy, both, 0x0020}, // of a member by another name the offset doesn't count
         {xy, wider, 0x0402},
+        {xy, number32, 0xFFFFFFFF},
+        {two, number32, 0xFFFFFFFF},
         {xy, longer, 0x0440},
         {two, three, 0x000A},
         {two, structure("T", {{"a", two}}), 0},
