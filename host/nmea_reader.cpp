@@ -169,7 +169,7 @@ bool nmea_reader::take_piece(nmea_sentence& sentence) {
             at_ = next_start(begin);
             return fail(begin, "the tag block is not closed", "a tag block stands between two backslashes");
         }
-        begin = close + 1;
+        begin = std::min(line_.find_first_not_of(blanks, close + 1), line_.size());
     }
     at_ = next_start(begin + 1);
     std::size_t end = at_;
