@@ -1,11 +1,8 @@
 #include "tests/tavi/command.hpp"
 
-#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
-
-#include <zlib.h>
 
 namespace tavi::test {
 
@@ -45,26 +42,9 @@ std::optional<fs::path> shared_data() {
     return fs::is_directory(path) ? std::optional(fs::canonical(path)) : std::nullopt;
 }
 
-std::string read_gzip(const fs::path& path) {
-    std::string content;
-    if (const gzFile file = gzopen(path.c_str(), "rb")) {
-        std::array<char, 65536> block{};
-        for (int count = 0; (count = gzread(file, block.data(), block.size())) > 0;) {
-            content.append(block.data(), static_cast<std::size_t>(count));
-        }
-        gzclose(file);
-    }
-    return content;
-}
-
 std::vector<std::string> lines_of(std::string_view text) {
     const auto views = split(text.ends_with('\n') ? text.substr(0, text.size() - 1) : text, '\n');
     return text.empty() ? std::vector<std::string>() : std::vector<std::string>(views.begin(), views.end());
-}
-
-std::vector<std::string> rows_of(std::string_view text) {
-    constexpr std::string_view header = "timestamp,signal,value,unit\n";
-    return lines_of(text.starts_with(header) ? text.substr(header.size()) : text);
 }
 
 std::vector<std::string_view> split(std::string_view text, char separator) {

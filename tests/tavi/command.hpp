@@ -40,12 +40,7 @@ std::string source_path(const std::string& name);
 // The folder of measurement data, when it is there.
 std::optional<std::filesystem::path> shared_data();
 
-// The content of a file packed by gzip; empty when it is not there.
-std::string read_gzip(const std::filesystem::path& path);
-
 std::vector<std::string> lines_of(std::string_view text);
-// Lines of CSV without the header; of JSON all.
-std::vector<std::string> rows_of(std::string_view text);
 std::vector<std::string_view> split(std::string_view text, char separator);
 
 } // namespace tavi::test

@@ -30,22 +30,17 @@ void add(values& to, std::string_view time, std::string_view channel, std::strin
     to.emplace_back(key, std::isfinite(number) ? number : HUGE_VAL);
 }
 
-// Rows of CSV below a header, of which the columns of time, channel, signal and value are told.
+// Rows of CSV, of which the columns of time, channel, signal and value are told.
 void add_rows(values& to, const std::string& csv, const std::array<std::size_t, 4>& columns) {
-    const auto lines = lines_of(csv);
-    for (std::size_t line = 1; line < lines.size(); ++line) {
-        const auto fields = split(lines[line], ',');
-        ASSERT_GE(fields.size(), 4u) << lines[line];
+    for (const std::string& line : lines_of(csv)) {
+        const auto fields = split(line, ',');
+        ASSERT_GE(fields.size(), 4u) << line;
         const auto channel = fields[columns[1]];
         const auto signal = fields[columns[2]];
         add(to, fields[columns[0]], channel.substr(0, channel.find('.')), signal.substr(signal.rfind('.') + 1),
             fields[columns[3]]);
     }
 }
-
-// Of the rows that the command writes, both stand in the URL.
-constexpr std::array<std::size_t, 4> own_columns = {0, 1, 1, 2};
-constexpr std::array<std::size_t, 4> expected_columns = {0, 1, 3, 4};
 
 void compare(values found, values expected, const std::string& what) {
     ASSERT_FALSE(expected.empty()) << what;
@@ -66,28 +61,35 @@ protected:
         if (!shared_data()) {
             GTEST_SKIP() << "needs the folder of measurement data (TAVI_SHARED_DATA)";
         }
-        data = *shared_data();
+        fs::create_directory_symlink(*shared_data(), path() / "data");
     }
 
-    // Decodes `log` with `dbc` and compares with all files of expected values of that pair.
-    void check(const std::string& log_text, const std::string& log, const std::string& dbc,
-               const std::string& options) {
-        write("x.log", log_text);
-        const ended run = tavi("decode x.log -d '" + dbc_path(dbc) + "' -o x.csv " + options);
+    // What a script prints; it finds the folder of measurement data in `data`.
+    std::string output_of(const std::string& script) {
+        const ended run = shell(script);
+        EXPECT_EQ(run.err, "") << script;
+        return run.out;
+    }
+
+    // Decodes x.log and compares.
+    void check(const std::string& dbc, const std::string& options, values expected) {
+        const ended run = tavi("decode x.log -d data/dbc/" + dbc + ".dbc -o x.csv " + options);
         ASSERT_TRUE(run.code == 0 || run.code == 3) << run.err;
-        values found, expected;
-        add_rows(found, read("x.csv"), own_columns);
-        for (const char* const side : {"", ".short", ".badmux", ".overlap"}) {
-            const std::string kind = options.empty() ? "" : ".j1939";
-            add_rows(expected, read_gzip(data / "logs" / (log + '.' + dbc + kind + side + ".expected.csv.gz")),
-                     expected_columns);
-        }
-        compare(found, expected, log + ' ' + dbc);
+        values found;
+        // Interface and signal both stand in the URL.
+        add_rows(found, output_of("tail -n +2 x.csv"), {0, 1, 1, 2});
+        compare(found, expected, dbc);
     }
 
-    std::string dbc_path(const std::string& dbc) const { return (data / "dbc" / (dbc + ".dbc")).string(); }
-
-    fs::path data;
+    // Values of whole rows and those of short frames, of wrong selectors and of overlapping signals.
+    values of_log(const std::string& log, const std::string& dbc) {
+        values expected;
+        add_rows(expected,
+                 output_of("for file in data/logs/" + log + '.' + dbc + ".*expected.csv.gz; do\n" +
+                           "gzip -dc $file | tail -n +2\ndone"),
+                 {0, 1, 3, 4});
+        return expected;
+    }
 };
 
 TEST_F(expected_values, of_recorded_drives) {
@@ -100,28 +102,17 @@ TEST_F(expected_values, of_recorded_drives) {
     };
     for (const auto& [log, dbc] : pairs) {
         // The values are those of the first frames.
-        constexpr std::size_t frames = 20000;
-        std::string text = read_gzip(data / "logs" / log);
-        std::size_t end = 0;
-        for (std::size_t line = 0; line < frames && end < text.size(); ++line) {
-            end = std::min(text.find('\n', end), text.size() - 1) + 1;
-        }
-        text.resize(end);
-        check(text, log, dbc, "");
+        output_of(std::string("head -n 20000 data/logs/") + log + " >x.log");
+        check(dbc, "", of_log(log, dbc));
     }
 }
 
 TEST_F(expected_values, of_recorded_boats_by_parameter_group) {
-    for (const char* const log : {"nmea2000_boat.pcap", "nmea2000_boat.trc", "nmea2000_boat.mf4"}) {
+    for (const std::string log : {"nmea2000_boat.pcap", "nmea2000_boat.trc", "nmea2000_boat.mf4"}) {
         // The frames of these recordings are there as a table.
-        std::string text;
-        const auto lines = lines_of(read_gzip(data / "logs" / (std::string(log) + ".frames.csv.gz")));
-        for (std::size_t line = 1; line < lines.size(); ++line) {
-            const auto fields = split(lines[line], ',');
-            text += '(' + std::string(fields[0]) + ") " + std::string(fields[1]) + ' ' + std::string(fields[2]) + '#' +
-                    std::string(fields[7]) + '\n';
-        }
-        check(text, log, "canboat", "--j1939");
+        output_of("gzip -dc data/logs/" + log + ".frames.csv.gz | tail -n +2 |\n" +
+                  "sed 's/^\\([^,]*\\),\\([^,]*\\),\\([^,]*\\),.*,/(\\1) \\2 \\3#/' >x.log");
+        check("canboat", "--j1939", of_log(log, "canboat"));
     }
 }
 
@@ -133,63 +124,44 @@ std::string fd_payload(std::string_view payload) {
 }
 
 TEST_F(expected_values, of_vectors_for_every_description) {
-    for (const auto& entry : fs::directory_iterator(data / "dbc")) {
-        if (entry.path().extension() != ".dbc") {
-            continue;
-        }
-        const std::string name = entry.path().filename().string();
+    for (const std::string& dbc : lines_of(output_of("cd data/dbc; ls *.dbc | sed 's/.dbc$//'"))) {
+        const std::string vectors = output_of("for file in data/dbc/" + dbc + ".dbc.*vectors.csv.gz; do\n" +
+                                              "gzip -dc $file | tail -n +2\ndone");
         std::string log;
-        values found, expected;
+        values expected;
         std::size_t frame = 0;
-        for (const char* const side : {"", ".badmux", ".overlap"}) {
-            std::string last;
-            std::set<std::string> signals;
-            for (const std::string& line : lines_of(read_gzip(entry.path().string() + side + ".vectors.csv.gz"))) {
-                const auto fields = split(line, ',');
-                if (fields[0] == "message" || fields[3].size() > 128) {
-                    continue;
-                }
-                const std::string id = std::string(fields[1]) + std::string(fields[2]);
-                const std::string text = std::string(fields[0]) + id + std::string(fields[3]);
-                // Two payloads in a row may be equal; a signal that comes again begins the second.
-                if (text != last || !signals.insert(std::string(fields[4])).second) {
-                    last = text;
-                    signals = {std::string(fields[4])};
-                    ++frame;
-                    log += '(' + std::to_string(frame) + ".0) can0 " + std::string(fields[1]);
-                    log += fields[3].size() <= 16 ? '#' + std::string(fields[3]) : "##0" + fd_payload(fields[3]);
-                    log += '\n';
-                }
-                add(expected, std::to_string(frame) + ".0", "can0", fields[4], fields[5]);
+        std::string last;
+        std::set<std::string_view> signals;
+        const auto lines = lines_of(vectors);
+        for (const std::string& line : lines) {
+            const auto fields = split(line, ',');
+            const std::string payload(fields[3]);
+            // Two payloads in a row may be equal; a signal that comes again begins the second.
+            const std::string message = line.substr(0, line.find(payload + ',') + payload.size());
+            if (message != last || !signals.insert(fields[4]).second) {
+                last = message;
+                signals = {fields[4]};
+                ++frame;
+                log += '(' + std::to_string(frame) + ".0) can0 " + std::string(fields[1]);
+                log += (payload.size() <= 16 ? '#' + payload : "##0" + fd_payload(payload)) + '\n';
             }
+            add(expected, std::to_string(frame) + ".0", "can0", fields[4], fields[5]);
         }
-        write("v.log", log);
-        const ended run = tavi("decode v.log -d '" + entry.path().string() + "' -o v.csv");
-        ASSERT_TRUE(run.code == 0 || run.code == 3) << name << ": " << run.err;
-        add_rows(found, read("v.csv"), own_columns);
-        compare(found, expected, name);
+        write("x.log", log);
+        check(dbc, "", expected);
     }
 }
 
-// Of these, line and type of the sentence stand in front of latitude and longitude, which are rounded.
+// Latitude and longitude, which are rounded.
 TEST_F(expected_values, of_a_recorded_walk) {
-    const std::string log = (data / "nmea" / "neo_m9n.nmea").string();
-    const ended run = tavi("decode '" + log + "' -s 'GPS.Position.L*'");
-    ASSERT_EQ(run.code, 0) << run.err;
-    std::vector<std::string_view> expected;
-    const auto lines = lines_of(read_gzip(log + ".expected.csv.gz"));
-    for (std::size_t line = 1; line < lines.size(); ++line) {
-        const auto fields = split(lines[line], ',');
-        if (!fields.back().empty()) {
-            expected.insert(expected.end(), fields.end() - 2, fields.end());
-        }
-    }
-    const auto rows = rows_of(run.out);
-    ASSERT_EQ(rows.size(), expected.size());
-    EXPECT_GT(rows.size(), 300u);
-    for (std::size_t row = 0; row < rows.size(); ++row) {
-        EXPECT_NEAR(std::stod(std::string(split(rows[row], ',')[2])), std::stod(std::string(expected[row])), 1e-8)
-            << rows[row];
+    const auto found = lines_of(output_of("\"$TAVI\" decode data/nmea/neo_m9n.nmea -s 'GPS.Position.L*' 2>account |"
+                                          " tail -n +2 | cut -d, -f3"));
+    const auto expected = lines_of(output_of("gzip -dc data/nmea/neo_m9n.nmea.expected.csv.gz | tail -n +2 |"
+                                             " cut -d, -f8,9 | grep -v '^,' | tr , '\\n'"));
+    ASSERT_EQ(found.size(), expected.size());
+    EXPECT_GT(found.size(), 300u);
+    for (std::size_t row = 0; row < found.size(); ++row) {
+        EXPECT_NEAR(std::stod(found[row]), std::stod(expected[row]), 1e-8) << row;
     }
 }
 
