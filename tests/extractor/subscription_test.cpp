@@ -33,12 +33,11 @@ protected:
 };
 
 TEST_F(subscription, takes_position_and_extent_from_every_level) {
-    for (const qor_type_node_t& node :
-         {group_node(9, 2, "Holder", 12, 2, 2), object_node(10, 9, "Inner", 0x1000, 8, 3),
-          signal_node(11, 10, "Deep", 2, 2, 4), object_node(20, 1, "Huge", 0xFFFFFFFFFFFFFFF0u, 100000, 100000),
-          group_node(21, 20, "Far", 0x20, 8, 2)}) {
-        host.control.nodes.push_back(node);
-    }
+    auto& nodes = host.control.nodes;
+    nodes.insert(nodes.end(),
+                 {group_node(9, 2, "Holder", 12, 2, 2), object_node(10, 9, "Inner", 0x1000, 8, 3),
+                  signal_node(11, 10, "Deep", 2, 2, 4), object_node(20, 1, "Huge", 0xFFFFFFFFFFFFFFF0u, 100000, 100000),
+                  group_node(21, 20, "Far", 0x20, 8, 2)});
     start_with_source();
     const struct {
         std::string path;

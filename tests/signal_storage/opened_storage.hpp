@@ -2,6 +2,7 @@
 #ifndef TESTS_SIGNAL_STORAGE_OPENED_STORAGE_HPP
 #define TESTS_SIGNAL_STORAGE_OPENED_STORAGE_HPP
 
+#include <array>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -69,6 +70,12 @@ struct open_description {
     }
     std::uint64_t add(std::uint8_t kind, const char* name, std::uint64_t parent_id = 0) {
         return add(make_node(kind, name, parent_id));
+    }
+    // The ids of V, V.O and V.O.S, which it adds.
+    std::array<std::uint64_t, 3> add_signal() {
+        const std::uint64_t view = add(QOR_TYPE_NODE_VIEW, "V");
+        const std::uint64_t object = add(QOR_TYPE_NODE_OBJECT, "O", view);
+        return {view, object, add(QOR_TYPE_NODE_SIGNAL, "S", object)};
     }
     outcome try_add(const qor_type_node_t& node) { return call(table->add_node, table->context, &node, nullptr); }
     outcome add_text(std::uint64_t id, const char* key, const char* text) {

@@ -251,15 +251,14 @@ TEST_F(StorageFile, ACheckpointEmptiesAWriteAheadLog) {
 TEST_F(StorageFile, CanBeReadWithSql) {
     opened_storage storage(uri());
     open_description car = storage.begin("content");
-    const std::uint64_t view = car.add(QOR_TYPE_NODE_VIEW, "V");
-    const std::uint64_t object = car.add(QOR_TYPE_NODE_OBJECT, "A", view);
+    const auto [view, object, signal] = car.add_signal();
     EXPECT_EQ(car.add_text(object, "Sender", "replaced"), succeeded);
     EXPECT_EQ(car.add_text(object, "Sender", "ECU"), succeeded);
     car.commit();
     EXPECT_EQ(other_connection(file_).execute(
                   "SELECT group_concat(p.path || '=' || coalesce(t.text, ''), '|') FROM node_path AS p "
                   "LEFT JOIN node_text AS t ON t.node = p.node"),
-              "V=|V.A=ECU");
+              "V=|V.O=ECU|V.O.S=");
 }
 
 } // namespace

@@ -78,9 +78,7 @@ TEST_P(Storage, TwoContextsAtOnceDoNotSeeEachOther) {
 
 TEST_P(Storage, TakesTextsAndTablesAfterTheirNodes) {
     open_description car = storage_.begin("content");
-    const std::uint64_t view = car.add(QOR_TYPE_NODE_VIEW, "V");
-    const std::uint64_t object = car.add(QOR_TYPE_NODE_OBJECT, "O", view);
-    const std::uint64_t signal = car.add(QOR_TYPE_NODE_SIGNAL, "S", object);
+    const auto [view, object, signal] = car.add_signal();
     auto* const table = car.table.get();
     const auto add_values = [&](std::uint64_t id, const char* text) {
         return call(table->add_value_table, table->context, id, text);
@@ -106,12 +104,10 @@ TEST_P(Storage, TakesTextsAndTablesAfterTheirNodes) {
 TEST_P(Storage, RefusesNodesThatCannotBe) {
     for (int round = 0; round < 2; ++round) {
         open_description car = storage_.begin("content");
-        const std::uint64_t view = car.add(QOR_TYPE_NODE_VIEW, "V");
-        const std::uint64_t object = car.add(QOR_TYPE_NODE_OBJECT, "O", view);
+        const auto [view, object, signal] = car.add_signal();
         const std::uint64_t group = car.add(QOR_TYPE_NODE_GROUP, "G", object);
-        const std::uint64_t signal = car.add(QOR_TYPE_NODE_SIGNAL, "S", group);
         // Below nothing, the description, view, object, group, signal, and two that are nowhere.
-        const std::uint64_t parents[] = {0, view - 1, view, object, group, signal, 77, signal + 1000};
+        const std::uint64_t parents[] = {0, view - 1, view, object, group, signal, 77, group + 1000};
         const char* const allowed[] = {"--------", "x-------", "--xx----", "---xx---", "---xx---", "--------"};
         for (std::uint8_t kind = 0; kind <= 5; ++kind) {
             for (unsigned parent = 0; parent < std::size(parents); ++parent) {
@@ -133,8 +129,7 @@ TEST_P(Storage, RefusesNodesThatCannotBe) {
 
 TEST_P(Storage, AddsAllSiblingsOrNone) {
     open_description car = storage_.begin("content");
-    const std::uint64_t view = car.add(QOR_TYPE_NODE_VIEW, "V");
-    const std::uint64_t object = car.add(QOR_TYPE_NODE_OBJECT, "O", view);
+    const auto [view, object, signal] = car.add_signal();
     std::vector<qor_type_node_t> nodes(3, make_node(QOR_TYPE_NODE_SIGNAL, "S", object));
     nodes[1].name = "T";
     std::uint64_t ids[3] = {};
@@ -149,7 +144,7 @@ TEST_P(Storage, AddsAllSiblingsOrNone) {
     EXPECT_EQ(add(0), succeeded);
     EXPECT_EQ(add(2), succeeded);
     car.commit();
-    EXPECT_EQ(storage_.subtree(view)->count, 4u);
+    EXPECT_EQ(storage_.subtree(view)->count, 5u);
     EXPECT_EQ(storage_.find(0, "V.O.T")->id, ids[1]);
 }
 
