@@ -4,6 +4,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "host/nodes.hpp"
 #include "host/schema_reader.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/printable.hpp"
@@ -29,19 +30,6 @@ std::vector<host::url_pattern> parse_patterns(const std::vector<std::string>& te
 bool leads_below(const host::url_pattern& pattern, std::string_view path) {
     const std::string_view text = pattern.text();
     return text.size() > path.size() && text.starts_with(path) && text[path.size()] == '.';
-}
-
-std::uint64_t element_count(const qor_type_node_t& node) {
-    switch (node.kind) {
-    case QOR_TYPE_NODE_OBJECT:
-        return node.object.element_count;
-    case QOR_TYPE_NODE_GROUP:
-        return node.group.element_count;
-    case QOR_TYPE_NODE_SIGNAL:
-        return node.signal.element_count;
-    default:
-        return 1;
-    }
 }
 
 // How many elements each array has in the rows of a plan, by path without indices.
@@ -117,7 +105,7 @@ void selection::add_view(std::size_t description, const qor_type_node_t& view, s
         added.address = object.object.address;
         added.flags = object.object.flags;
         added.node = &object;
-        level_counts counts{1, element_count(object)};
+        level_counts counts{1, host::element_count(object)};
         const bool whole = mark_used(added.path, counts, used);
         added.selected = wants_part_of(added, counts, used) || whole || patterns_.empty();
     }
@@ -147,7 +135,7 @@ bool selection::find_wanted(const std::string& path, level_counts& counts, const
     bool found = false;
     for (const host::node_tree& below : tree.trees) {
         const std::string inner = (path + '.') += host::text_of(below.node->name);
-        counts.push_back(element_count(*below.node));
+        counts.push_back(host::element_count(*below.node));
         found = mark_used(inner, counts, used) || found;
         found = find_wanted(inner, counts, below, used) || found;
         counts.pop_back();
