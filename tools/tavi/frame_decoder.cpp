@@ -140,7 +140,14 @@ interface_routes& frame_decoder::add_interface(const std::string& name) {
     return added;
 }
 
+// Only the first of like interfaces subscribes to all: on the others a message may never come.
 void frame_decoder::apply_filter(interface_routes& interface) {
+    const auto like = std::find_if(interfaces_.begin(), interfaces_.end(),
+                                   [&](const auto& other) { return other->is_like(interface); });
+    if (like->get() != &interface) {
+        interface.exclude_as(**like);
+        return;
+    }
     for (const auto& wanted : interface.targets()) {
         try {
             subscribe(interface, *wanted);

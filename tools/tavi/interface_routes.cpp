@@ -23,6 +23,7 @@ bool interface_routes::add(message& added) {
     if (!paths_.insert(added.path).second) {
         return false;
     }
+    messages_.push_back(&added);
     if (added.address > UINT32_MAX) {
         return true;
     }

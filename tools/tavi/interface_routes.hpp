@@ -68,6 +68,13 @@ public:
     // ids a parameter group has, nor does it know of messages that are not subscribed to: these stay.
     void exclude(const host::reader_filter& filter, std::uint16_t source_id);
 
+    // Whether the same messages were added in the same order.
+    bool is_like(const interface_routes& other) const noexcept { return messages_ == other.messages_; }
+
+    // Takes over what a filter excluded there: told by the same messages it says the same of every interface.
+    // Requires: is_like(other).
+    void exclude_as(const interface_routes& other) { by_id_ = other.by_id_; }
+
     // Messages asked for.
     const std::vector<std::unique_ptr<target>>& targets() const noexcept { return targets_; }
 
@@ -80,6 +87,8 @@ private:
     std::size_t number_;
     std::string source_name_;
     bool j1939_;
+    // All that were added, asked for or not.
+    std::vector<const message*> messages_;
     std::vector<std::unique_ptr<target>> targets_;
     std::unordered_set<std::string_view> paths_;
     // The first is that of all ids that were not asked for.
