@@ -137,7 +137,7 @@ TEST_F(subscription, keeps_url_and_schema) {
     const auto subscribed = subscribe(url);
     EXPECT_EQ(text_of(api.get_url, subscribed), url);
     EXPECT_EQ(text_of(api.get_type_schema_by_subscription, subscribed), schema(url));
-    EXPECT_EQ(host.control.last_schema, schema(url));
+    EXPECT_THAT(take({"schema"}), ElementsAre("box.schema " + schema(url), "m.schema " + schema(url)));
     std::size_t size = 0;
     EXPECT_EQ(call(api.get_url, handle, 99u, nullptr, &size), invalid("invalid subscription handle"));
     EXPECT_EQ(call(api.get_type_schema_by_subscription, handle, 99u, nullptr, &size),

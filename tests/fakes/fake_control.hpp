@@ -83,7 +83,6 @@ public:
     std::map<std::string, std::uint64_t> description_ids; // by name of the description; a new name gets the next number
     std::map<std::uint64_t, std::string> signatures;      // others read "signature 7"
     std::atomic<int> instances{0};                        // plug-in instances and description contexts alive
-    std::string last_schema;                              // of the last subscription that was announced
 
     void record(const std::string& library, const std::string& function, const std::string& arguments) {
         const std::lock_guard lock(mutex_);

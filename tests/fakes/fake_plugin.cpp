@@ -88,7 +88,8 @@ std::uint32_t register_type(void* handle, std::uint64_t subscription, const char
     }
     arguments += " at " + std::to_string(position) + " of " + std::to_string(extent);
     fake_plugin& self = fake_plugin::of(handle);
-    return self.perform("register_type", arguments, error, [&] { self.shared.last_schema = schema; });
+    self.shared.record(fake_plugin::name(), "schema", schema);
+    return self.perform("register_type", arguments, error, [] {});
 }
 
 std::uint32_t unregister_type(void* handle, std::uint64_t subscription, details error) {

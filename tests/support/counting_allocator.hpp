@@ -38,7 +38,7 @@ public:
     std::vector<std::pair<std::size_t, std::size_t>> callocs; // count and size of each
     std::size_t allocations = 0;
     std::size_t fail_at = 0; // the allocation with this number gives null; 0 for none
-    std::size_t frees = 0;   // null counted
+    std::size_t frees = 0;   // null and what is allocated anew counted
     std::size_t foreign = 0; // blocks freed here that came from elsewhere
 
     std::size_t alive() const { return blocks_.size(); }
@@ -57,10 +57,10 @@ private:
     }
     void forget(void* memory) {
         const std::lock_guard lock(mutex_);
+        ++frees;
         foreign += memory != nullptr && blocks_.erase(memory) == 0;
     }
     void release(void* memory) {
-        ++frees;
         forget(memory);
         std::free(memory);
     }
