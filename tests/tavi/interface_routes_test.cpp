@@ -103,6 +103,15 @@ TEST_F(routes, exclude_the_ids_that_no_term_accepts) {
         EXPECT_EQ(of(filtered, 0x100) + of(filtered, 0x101), kept) << filter;
         EXPECT_EQ(of(filtered, 0x98FEF100) + of(filtered, 0x98FEF1AB), "group group whole ") << filter;
         EXPECT_EQ(of(filtered, 0x103) + of(filtered, 0x104) + of(filtered, 0x102), "not subscribed to !-") << filter;
+
+        interface_routes like(4, "can4", false);
+        EXPECT_FALSE(like.is_like(filtered));
+        for (message& each : messages) {
+            like.add(each);
+        }
+        EXPECT_TRUE(like.is_like(filtered));
+        like.exclude_as(filtered);
+        EXPECT_EQ(of(like, 0x100) + of(like, 0x101) + of(like, 0x98FEF1AB), std::string(kept) + "group whole ");
     }
 }
 

@@ -19,6 +19,7 @@ TEST(printable, escapes_what_a_terminal_would_obey) {
         {"\xB0"
          "C \xFC",
          "\\xB0C \\xFC"},                                                 // no UTF-8
+        {"\xE2\x80\xAE", "\\xE2\\x80\\xAE"},                              // turns the rest of a line around
         {"\xC2\x9B", "\\xC2\\x9B"},                                       // a control character of two bytes
         {"\xE0\x80\xAF \xED\xA0\x80", "\\xE0\\x80\\xAF \\xED\\xA0\\x80"}, // overlong, half a pair
         {"\xF5\x80\x80\x80 \xE2\x82", "\\xF5\\x80\\x80\\x80 \\xE2\\x82"}, // beyond the end, cut

@@ -183,8 +183,15 @@ void catalogue::load_one(std::size_t description) {
                             usual ? "" : "descriptions end in .dbc, .sdl or .json");
     }
     log_.end();
-    if (strict_ && warnings() != before) {
-        throw command_error(printable(path) + ": error: refused for its warnings, since the run is strict");
+    if (warnings() != before) {
+        refuse_if_strict(description);
+    }
+}
+
+void catalogue::refuse_if_strict(std::size_t description) const {
+    if (strict_) {
+        throw command_error(printable(arguments_[description].path) +
+                            ": error: refused for its warnings, since the run is strict");
     }
 }
 

@@ -44,6 +44,9 @@ public:
     // In the order of the command line, those of the storage last; the path of those is their signature.
     const std::vector<description_argument>& descriptions() const noexcept { return arguments_; }
 
+    // In a strict run: ends it for a warning about a description, which was reported. Throws: command_error.
+    void refuse_if_strict(std::size_t description) const;
+
     // Of a description that was loaded.
     const std::string& signature(std::size_t description) const { return signatures_[description]; }
 

@@ -166,11 +166,21 @@ void frame_decoder::prepare(interface_routes& interface, route& frames) {
         }
         if (wanted->plan == nullptr) {
             const message_plan& plan = selection_.plan_of(*wanted->wanted, catalogue_.extractor(), wanted->handle);
+            report_unreadable(*wanted->wanted, plan);
             wanted->rows = make_rows(rows_, interface.source_name(), *wanted->wanted, plan);
             wanted->plan = &plan;
         }
     }
     frames.ready = true;
+}
+
+// Once whatever the number of interfaces: the description is at fault.
+void frame_decoder::report_unreadable(const message& subscribed, const message_plan& plan) {
+    if (told_unreadable_.insert(subscribed.number).second) {
+        messages_.set_subject(subscribed.number);
+        tool::report_unreadable(subscribed, plan, catalogue_, messages_);
+        messages_.set_subject(0);
+    }
 }
 
 void frame_decoder::subscribe(const interface_routes& interface, target& wanted) {

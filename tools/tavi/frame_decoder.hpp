@@ -44,6 +44,7 @@ private:
     interface_routes& add_interface(const std::string& name);
     void prepare(interface_routes& interface, route& frames);
     void apply_filter(interface_routes& interface);
+    void report_unreadable(const message& subscribed, const message_plan& plan);
     void subscribe(const interface_routes& interface, target& wanted);
     bool write_values(const host::candump_reader& reader, const host::candump_frame& frame, const target& wanted,
                       const qor_dynamic_data_t& record);
@@ -60,6 +61,8 @@ private:
     interface_name name_of_;
     std::vector<std::unique_ptr<interface_routes>> interfaces_;
     std::set<std::string> source_names_;
+    // Numbers of messages.
+    std::set<std::size_t> told_unreadable_;
     host::can_package package_;
     host::record_list records_;
     std::vector<host::reading> readings_;

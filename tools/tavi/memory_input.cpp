@@ -99,7 +99,7 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
         throw command_error("tavi: error: " + range_text(place, bytes.size()) + " end behind the last address");
     }
     catalogue.register_interface(0, memory_source_name, memory_source_name);
-    object_decoder decoder(catalogue::interface_source_id, 0, memory_source_name, catalogue, selection, rows);
+    object_decoder decoder(catalogue::interface_source_id, 0, memory_source_name, catalogue, selection, rows, messages);
 
     host::package_builder package;
     package.set_source(catalogue::interface_source_id, 0);

@@ -62,7 +62,7 @@ void decode_nmea(const decode_options& options, host::byte_source source, catalo
                  row_writer& rows, diagnostics& messages, account& totals) {
     host::nmea_reader reader(std::move(source));
     try {
-        object_decoder decoder(receiver_source_id, 0, receiver_source_name, catalogue, selection, rows,
+        object_decoder decoder(receiver_source_id, 0, receiver_source_name, catalogue, selection, rows, messages,
                                zero_elements::left_out);
         host::package_builder package;
         package.set_source(receiver_source_id, 0);

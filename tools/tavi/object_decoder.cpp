@@ -22,7 +22,8 @@ std::span<const std::uint8_t> without_zero_elements(std::span<const std::uint8_t
 } // namespace
 
 object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, std::string source_name,
-                               catalogue& catalogue, selection& selection, row_writer& rows, zero_elements zeros)
+                               catalogue& catalogue, selection& selection, row_writer& rows, message_sink& messages,
+                               zero_elements zeros)
     : catalogue_(catalogue), writer_(rows), zeros_(zeros) {
     const std::string source = std::to_string(source_id) + '#' + std::to_string(instance) + '.';
     // A path that two descriptions have is that of the first.
@@ -32,6 +33,7 @@ object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, 
             paths.insert(candidate.path).second) {
             const std::uint64_t handle = catalogue_.extractor().subscribe(source + candidate.path, host::lenient);
             const message_plan& plan = selection.plan_of(candidate, catalogue_.extractor(), handle);
+            report_unreadable(candidate, plan, catalogue, messages);
             objects_.push_back({handle, &candidate, &plan, make_rows(rows, source_name, candidate, plan)});
         }
     }

@@ -31,9 +31,11 @@ public:
         std::function<void(const message& object, std::size_t size, std::size_t whole_size, std::size_t lost)>;
 
     // source_id, instance, source_name  a registered source, with the name that rows have
-    // All of them must outlive the decoder. Throws: host::error, std::exception for a layout that has no reading.
+    // messages                          told of signals that no record gives a value of, here only
+    // All others must outlive the decoder. Throws: host::error, std::exception for a layout that has no reading.
     object_decoder(std::uint16_t source_id, std::uint32_t instance, std::string source_name, catalogue& catalogue,
-                   selection& selection, row_writer& rows, zero_elements zeros = zero_elements::written);
+                   selection& selection, row_writer& rows, message_sink& messages,
+                   zero_elements zeros = zero_elements::written);
 
     // Writes the rows of a package of the source and returns their number; `time` as the rows have it, empty for none.
     // Throws: host::error when a plug-in fails, and what `report` throws.

@@ -20,6 +20,24 @@ row_texts make_rows(const row_writer& writer, const std::string& source_name, co
     return texts;
 }
 
+void report_unreadable(const message& subscribed, const message_plan& plan, const catalogue& source,
+                       message_sink& messages) {
+    const std::string& description = source.descriptions()[subscribed.description].path;
+    const qor_type_node_t* told = nullptr; // elements of an array follow one another
+    for (const std::uint32_t number : plan.rows) {
+        const host::plan_row& row = plan.plan.rows()[number];
+        if (!row.unreadable.empty() && row.node != told) {
+            told = row.node;
+            const std::string cause =
+                "signal '" + row_path(subscribed, plan.plan, number) + "' is left out: " + row.unreadable;
+            messages.report({topic::left_out, description, 0, 0, cause, {}, {}});
+        }
+    }
+    if (told != nullptr) {
+        source.refuse_if_strict(subscribed.description);
+    }
+}
+
 std::uint64_t write_record(row_writer& writer, const message_plan& plan, const row_texts& rows,
                            std::span<const std::uint8_t> record, std::vector<host::reading>& readings) {
     if (readings.size() < plan.plan.rows().size()) {

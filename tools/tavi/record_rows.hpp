@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "host/record_plan.hpp"
+#include "tools/tavi/catalogue.hpp"
+#include "tools/tavi/diagnostics.hpp"
 #include "tools/tavi/row_writer.hpp"
 #include "tools/tavi/selection.hpp"
 
@@ -21,6 +23,11 @@ row_texts make_rows(const row_writer& writer, const std::string& source_name, co
 // Writes what was asked for and is in the record; returns how many values. `readings` is grown as needed.
 std::uint64_t write_record(row_writer& writer, const message_plan& plan, const row_texts& rows,
                            std::span<const std::uint8_t> record, std::vector<host::reading>& readings);
+
+// Tells of signals asked for that no record gives a value of, once each.
+// Throws: command_error when there is one and the run is strict.
+void report_unreadable(const message& subscribed, const message_plan& plan, const catalogue& source,
+                       message_sink& messages);
 
 // How many of the values asked for would be there if the record went on with zeros.
 std::size_t lost_values(const message_plan& plan, std::span<const std::uint8_t> record);
