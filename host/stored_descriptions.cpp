@@ -111,10 +111,14 @@ std::vector<std::string> stored_signatures(const std::string& uri) {
     }
     const opened_storage storage(libraries.front(), uri);
     std::vector<std::string> signatures;
-    // Ids count from 1 without gaps, since descriptions are never removed.
-    for (std::string signature = storage.signature(1); !signature.empty();
-         signature = storage.signature(signatures.size() + 1)) {
-        signatures.push_back(std::move(signature));
+    // Ids count from 1, and descriptions are never removed. One that was begun and never committed may leave a gap.
+    constexpr std::uint64_t longest_gap = 16;
+    for (std::uint64_t id = 1, missing = 0; missing < longest_gap; ++id) {
+        std::string signature = storage.signature(id);
+        missing = signature.empty() ? missing + 1 : 0;
+        if (!signature.empty()) {
+            signatures.push_back(std::move(signature));
+        }
     }
     return signatures;
 }
