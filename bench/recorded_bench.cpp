@@ -4,6 +4,9 @@
 //   register_description   file in memory to a catalogue in memory, ready for subscriptions
 //   subscribe_messages     subscriptions to all messages of the description
 //   read_log               the frames of the log, taken from memory; the counter gives frames a second
+//   one_signal             the frames of the log for one subscription: argument 0 gives the library each of them, 1
+//   only
+//                          those that its reader filter lets through; the counter gives frames a second
 //   records_to_doubles     all signals of all frames through the host's plans, the message of each frame known; the
 //                          counter gives signals a second
 #include <benchmark/benchmark.h>
@@ -21,6 +24,9 @@
 
 #include "host/candump_reader.hpp"
 #include "host/extractor.hpp"
+#include "host/package_builder.hpp"
+#include "host/reader_filter.hpp"
+#include "host/record_list.hpp"
 #include "host/record_plan.hpp"
 #include "host/schema_reader.hpp"
 #include "qorcpp/can_frame.hpp"
@@ -141,6 +147,42 @@ void read_log(benchmark::State& state) {
     state.SetItemsProcessed(frames);
 }
 BENCHMARK(read_log)->Unit(benchmark::kMillisecond);
+
+void one_signal(benchmark::State& state) {
+    const auto text = file_named_by("TAVI_BENCH_DBC", state);
+    const auto log = text ? file_named_by("TAVI_BENCH_LOG", state) : std::nullopt;
+    if (!log) {
+        return;
+    }
+    extractor extractor;
+    add_source(extractor, *text);
+    const auto views = extractor.roots("can0");
+    const auto messages = extractor.children(views[0]);
+    const auto signals = extractor.children(messages[0]);
+    extractor.subscribe(path_of(messages[0]) + '.' + signals[0].name, tavi::host::lenient);
+    const bool filtered = state.range(0) != 0;
+    const tavi::host::reader_filter filter(extractor.reader_filter());
+    tavi::host::can_package package;
+    package.set_source(1, 0);
+    tavi::host::record_list records;
+    std::int64_t frames = 0;
+    std::int64_t found = 0;
+    for (auto _ : state) {
+        tavi::host::candump_reader reader(bytes_of(*log));
+        tavi::host::candump_frame frame;
+        while (reader.next(frame) == tavi::host::candump_reader::outcome::frame) {
+            ++frames;
+            if (!filtered || filter.accepts(1, 0, 0, frame.id)) {
+                extractor.process(package.build(frame.id, frame.flags, {frame.data.data(), frame.length}),
+                                  tavi::host::lenient, records);
+                found += static_cast<std::int64_t>(records.size());
+            }
+        }
+    }
+    state.SetItemsProcessed(frames);
+    state.counters["records"] = static_cast<double>(found) / static_cast<double>(state.iterations());
+}
+BENCHMARK(one_signal)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 recording read_frames(const std::string& log, const plans_by_id& plans) {
     tavi::host::candump_reader reader(bytes_of(log));
