@@ -44,7 +44,8 @@ void package_builder::set_source(std::uint16_t source_id, std::uint32_t instance
 
 void package_builder::set_format(std::string_view format) {
     if (format.size() >= sizeof record_->format_type || format.find('\0') != std::string_view::npos) {
-        throw error(QOR_STATUS_INVALID_ARGUMENT, "the format '" + std::string(format) + "' has a zero byte or more than 46 bytes");
+        throw error(QOR_STATUS_INVALID_ARGUMENT,
+                    "the format '" + std::string(format) + "' has a zero byte or more than 46 bytes");
     }
     std::memset(record_->format_type, 0, sizeof record_->format_type);
     std::memcpy(record_->format_type, format.data(), format.size());
