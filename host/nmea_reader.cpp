@@ -255,7 +255,7 @@ void nmea_reader::take_clock(std::string_view clock) {
     if (!day_ || !hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 60 || !is_fraction) {
         return;
     }
-    const std::int64_t now = std::int64_t{*hour} * 3600 + *minute * 60 + *second;
+    const std::int64_t now = std::int64_t{*hour} * 3600 + std::int64_t{*minute} * 60 + *second;
     if (now + seconds_per_day / 2 < second_) {
         ++*day_;
     }

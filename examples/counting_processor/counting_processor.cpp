@@ -64,7 +64,7 @@ private:
         qor_dynamic_data_t* record = nullptr;
         qor_dynamic_data_create_ex(allocator, sizeof(counts_), &record, &details);
         qor::rethrow_details(details);
-        *records = static_cast<qor_dynamic_data_t**>(allocator->calloc(1, sizeof(record), allocator->context));
+        *records = static_cast<qor_dynamic_data_t**>(allocator->calloc(1, sizeof(void*), allocator->context));
         if (*records == nullptr) {
             qor_dynamic_data_destroy(allocator, record, nullptr);
             throw std::bad_alloc();

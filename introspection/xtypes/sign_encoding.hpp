@@ -32,10 +32,11 @@ constexpr std::int64_t decode_sign(std::uint64_t bits, std::uint64_t sign_bit, s
 // are what hosts have always got.
 template<typename Raw>
 constexpr Raw encode_sign(Raw value, std::uint32_t bit_length, signal_encoding encoding) noexcept {
-    // Sums in 64 bits, cut to Raw, are those of Raw, and can't overflow.
-    const auto r = static_cast<std::uint64_t>(value);
-    const auto top = static_cast<std::uint64_t>(shift_left(Raw{1}, bit_length - 1));
-    const auto sign = static_cast<std::uint64_t>(shift_right(value, bit_length - 1));
+    // Sums in 64 bits, cut to Raw, are those of Raw, and can't overflow. The plus makes what is less than int one
+    // first.
+    const auto r = static_cast<std::uint64_t>(+value);
+    const auto top = static_cast<std::uint64_t>(+shift_left(Raw{1}, bit_length - 1));
+    const auto sign = static_cast<std::uint64_t>(+shift_right(value, bit_length - 1));
     if (encoding == signal_encoding::sign_magnitude) {
         return static_cast<Raw>(((r + sign) ^ sign) | top);
     }

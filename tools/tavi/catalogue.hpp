@@ -70,7 +70,7 @@ public:
     static constexpr std::uint16_t interface_source_id = 0x0010;
 
 private:
-    explicit catalogue(const catalogue& original);
+    catalogue(const catalogue& original);
 
     void load_one(std::size_t description);
     void list_stored();

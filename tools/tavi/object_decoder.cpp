@@ -21,7 +21,7 @@ std::span<const std::uint8_t> without_zero_elements(std::span<const std::uint8_t
 
 } // namespace
 
-object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, std::string source_name,
+object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, const std::string& source_name,
                                catalogue& catalogue, selection& selection, row_writer& rows, message_sink& messages,
                                zero_elements zeros)
     : catalogue_(catalogue), writer_(rows), zeros_(zeros) {

@@ -33,8 +33,8 @@ public:
     // source_id, instance, source_name  a registered source, with the name that rows have
     // messages                          told of signals that no record gives a value of, here only
     // All others must outlive the decoder. Throws: host::error, std::exception for a layout that has no reading.
-    object_decoder(std::uint16_t source_id, std::uint32_t instance, std::string source_name, catalogue& catalogue,
-                   selection& selection, row_writer& rows, message_sink& messages,
+    object_decoder(std::uint16_t source_id, std::uint32_t instance, const std::string& source_name,
+                   catalogue& catalogue, selection& selection, row_writer& rows, message_sink& messages,
                    zero_elements zeros = zero_elements::written);
 
     // Writes the rows of a package of the source and returns their number; `time` as the rows have it, empty for none.

@@ -63,8 +63,8 @@ std::shared_ptr<runtime::tavi::data_description_parser_proxy> extractor::find_pa
 uint64_t extractor::parse_description(const runtime::tavi::data_description_parser_proxy& parser, const void* content,
                                       size_t size, const std::string& name, uint8_t extra_context_type) {
     const auto context_type = static_cast<uint8_t>(parser.get_context_type() | extra_context_type);
-    auto context = signal_storage->open_context(content, size, name, context_type);
-    return parser.parse(std::move(context), content, size, name, 0, nullptr);
+    const auto context = signal_storage->open_context(content, size, name, context_type);
+    return parser.parse(context, content, size, name, 0, nullptr);
 }
 
 void extractor::register_provider_description(const extensibility::data_source& source,
