@@ -1,6 +1,8 @@
 #include "plugins/signal_storage/catalogue_writer.hpp"
 
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "plugins/signal_storage/node_id.hpp"
@@ -34,6 +36,25 @@ std::vector<catalogue_writer::position_range> walk_depth_first(const std::vector
     return ranges;
 }
 
+void append_json_text(std::string& json, std::string_view text) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    json += '"';
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte < ' ') {
+            json += "\\u00";
+            json += digits[byte >> 4];
+            json += digits[byte & 15];
+            continue;
+        }
+        if (character == '"' || character == '\\') {
+            json += '\\';
+        }
+        json += character;
+    }
+    json += '"';
+}
+
 qor_type_node_t make_record(const pending_node& source, std::uint64_t id, std::uint64_t parent_id) {
     qor_type_node_t node{};
     node.id = id;
@@ -65,7 +86,7 @@ catalogue_writer::catalogue_writer(database& owner)
                                  "node_count, view_count) VALUES (?,?,?,?,?,?,?)"),
       insert_node_(owner, insert_node_sql),
       insert_path_(owner, "INSERT INTO node_path_hash (hash, node, position) VALUES (?,?,?)"),
-      insert_text_(owner, "INSERT OR REPLACE INTO node_text (node, key, text) VALUES (?,?,?)"),
+      insert_text_(owner, "INSERT INTO description_text (description, texts) VALUES (?,?)"),
       highest_id_(owner, "SELECT max(id) FROM description") {}
 
 void catalogue_writer::write(const description_identity& identity, std::uint64_t description_id,
@@ -121,17 +142,37 @@ void catalogue_writer::write_paths(std::uint64_t description_id, const std::vect
     }
 }
 
+// As one row of JSON, since a row a text took longer than all nodes: [[number of the node, key, text], ...]. Of two
+// texts of one key the later one stays.
 void catalogue_writer::write_texts(std::uint64_t description_id, const pending_description& content) {
     if (content.texts().empty()) {
         return;
     }
-    execution insertion(insert_text_);
+    std::vector<const pending_text*> texts;
+    texts.reserve(content.texts().size());
     for (const pending_text& text : content.texts()) {
-        insertion.bind(1, make_node_id(description_id, text.node));
-        insertion.bind(2, text.key);
-        insertion.bind(3, text.text);
-        insertion.run();
+        texts.push_back(&text);
     }
+    const auto compare = [](const pending_text* left, const pending_text* right) {
+        return left->node != right->node ? left->node < right->node
+                                         : std::string_view(left->key) < std::string_view(right->key);
+    };
+    std::stable_sort(texts.begin(), texts.end(), compare);
+    std::string json;
+    for (std::size_t at = 0; at < texts.size(); ++at) {
+        if (at + 1 == texts.size() || compare(texts[at], texts[at + 1])) {
+            json += json.empty() ? "[[" : ",\n[";
+            json += std::to_string(texts[at]->node);
+            append_json_text(json += ',', texts[at]->key);
+            append_json_text(json += ',', texts[at]->text);
+            json += ']';
+        }
+    }
+    json += ']';
+    execution insertion(insert_text_);
+    insertion.bind(1, description_id);
+    insertion.bind(2, std::string_view(json));
+    insertion.run();
 }
 
 std::uint64_t catalogue_writer::highest_description_id() {

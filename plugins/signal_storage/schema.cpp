@@ -64,12 +64,14 @@ CREATE TABLE node_path_hash (
     position INTEGER NOT NULL,
     PRIMARY KEY (hash, node)
 ) WITHOUT ROWID;
-CREATE TABLE node_text (
-    node INTEGER NOT NULL,
-    key  TEXT    NOT NULL,
-    text TEXT    NOT NULL,
-    PRIMARY KEY (node, key)
-) WITHOUT ROWID;
+CREATE TABLE description_text (
+    description INTEGER PRIMARY KEY,
+    texts       TEXT    NOT NULL
+);
+CREATE VIEW node_text AS
+    SELECT (d.description << 32) + json_extract(t.value, '$[0]') AS node,
+           json_extract(t.value, '$[1]') AS key, json_extract(t.value, '$[2]') AS text
+    FROM description_text AS d, json_each(d.texts) AS t;
 CREATE VIEW node_path AS
     SELECT n.id AS node, n.id >> 32 AS description,
            (WITH RECURSIVE up (parent, path) AS (
@@ -113,7 +115,7 @@ void check_marks(database& database) {
     }
     if (version != schema_version ||
         database.query_integer("SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND name IN "
-                               "('description', 'node', 'node_path_hash', 'node_text')") != 4) {
+                               "('description', 'node', 'node_path_hash', 'description_text')") != 4) {
         database.fail("the file is damaged: tables of the catalogue are missing");
     }
 }

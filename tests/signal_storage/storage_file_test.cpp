@@ -110,7 +110,7 @@ TEST_F(StorageFile, RefusesOtherFilesAndNewerAndDamagedCatalogues) {
         {"VERSION \"\"\n\nNS_ :\n" + std::string(5000, '\n'), "", "file is not a database"},
         {"", "PRAGMA application_id = 77", "the file is a database of another application"},
         {whole, "PRAGMA user_version = 2", "the file has schema version 2, this program knows versions up to 1"},
-        {whole, "DROP TABLE node_text", "the file is damaged: tables of the catalogue are missing"},
+        {whole, "DROP TABLE description_text", "the file is damaged: tables of the catalogue are missing"},
         {whole.substr(0, whole.size() / 2), "", "malformed"},
     };
     for (const auto& [bytes, sql, text] : cases) {
@@ -253,12 +253,12 @@ TEST_F(StorageFile, CanBeReadWithSql) {
     open_description car = storage.begin("content");
     const auto [view, object, signal] = car.add_signal();
     EXPECT_EQ(car.add_text(object, "Sender", "replaced"), succeeded);
-    EXPECT_EQ(car.add_text(object, "Sender", "ECU"), succeeded);
+    EXPECT_EQ(car.add_text(object, "Sender", "the \"\\\n\x01 \xC3\xBC"), succeeded);
     car.commit();
     EXPECT_EQ(other_connection(file_).execute(
                   "SELECT group_concat(p.path || '=' || coalesce(t.text, ''), '|') FROM node_path AS p "
                   "LEFT JOIN node_text AS t ON t.node = p.node"),
-              "V=|V.O=ECU|V.O.S=");
+              "V=|V.O=the \"\\\n\x01 \xC3\xBC|V.O.S=");
 }
 
 } // namespace
