@@ -37,15 +37,18 @@ std::optional<arrived_frame> frame_of(const qor_package_t& package) noexcept {
     return result;
 }
 
-// Where `handle` stands in an ascending list, or the first that is greater. Handles are numbers in a row: one that is
-// here mostly stands as far behind the first as it is greater, and never further.
-const std::uint64_t* find_handle(const std::uint64_t* at, const std::uint64_t* end, std::uint64_t handle) noexcept {
-    if (at == end || handle <= *at) {
-        return at;
+// Where the entry's handle stands in an ascending list, or the first that is greater. The list changes with
+// subscriptions only, so that it mostly stands where it stood before.
+std::size_t find_handle(std::span<const std::uint64_t> handles, std::size_t from, const index_entry& entry) noexcept {
+    const std::size_t last = entry.target->last_place().get();
+    if (last < handles.size() && handles[last] == entry.handle) {
+        return last;
     }
-    const auto last = static_cast<std::uint64_t>(end - at) - 1;
-    const std::uint64_t furthest = std::min(handle - *at, last);
-    return at[furthest] == handle ? at + furthest : std::lower_bound(at, at + furthest + 1, handle);
+    const auto found =
+        std::lower_bound(handles.begin() + static_cast<std::ptrdiff_t>(from), handles.end(), entry.handle);
+    const auto place = static_cast<std::size_t>(found - handles.begin());
+    entry.target->last_place().set(place);
+    return place;
 }
 
 // Two lists of entries as one, ascending by handle.
@@ -138,16 +141,16 @@ public:
         if (!arrived) {
             return;
         }
-        const std::uint64_t* at = handles;
-        const std::uint64_t* const end = handles + handle_count;
+        const std::span list(handles, handle_count);
+        std::size_t at = 0;
         for (auto waiting = waiting_for(*arrived); !waiting.empty();) {
             const index_entry& entry = waiting.take();
-            at = find_handle(at, end, entry.handle);
-            if (at == end) {
+            at = find_handle(list, at, entry);
+            if (at == list.size()) {
                 break;
             }
             // Subscriptions of other sources wait for the same frame.
-            if (*at != entry.handle) {
+            if (list[at] != entry.handle) {
                 continue;
             }
             if (const auto place = entry.target->locate(arrived->frame, lenient)) {

@@ -2,6 +2,8 @@
 #ifndef PLUGINS_CAN_MATCHER_SUBSCRIPTION_HPP
 #define PLUGINS_CAN_MATCHER_SUBSCRIPTION_HPP
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -16,6 +18,21 @@ struct extent {
     std::uint64_t offset;
     std::uint64_t size;
     std::uint64_t expected_size;
+};
+
+// Where a handle stood in the list of the last batch: a place to look first, right or wrong.
+// Thread: any number at once, also through const.
+class remembered_place {
+public:
+    remembered_place() = default;
+    remembered_place(const remembered_place&) noexcept {}
+    remembered_place& operator=(const remembered_place&) noexcept { return *this; }
+
+    std::size_t get() const noexcept { return place_.load(std::memory_order_relaxed); }
+    void set(std::size_t place) const noexcept { place_.store(place, std::memory_order_relaxed); }
+
+private:
+    mutable std::atomic<std::size_t> place_{0};
 };
 
 class subscription {
@@ -42,6 +59,8 @@ public:
     // Where its bytes lie in the payload of a frame that fits; nothing when they are not in it.
     std::optional<extent> locate(const can_frame_view& frame, bool lenient) const noexcept;
 
+    const remembered_place& last_place() const noexcept { return last_place_; }
+
 private:
     subscription() = default;
 
@@ -52,6 +71,7 @@ private:
     std::uint64_t offset_ = 0;
     std::uint64_t size_ = 0;
     presence presence_;
+    remembered_place last_place_;
 };
 
 } // namespace qor::can_matcher
