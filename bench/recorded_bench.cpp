@@ -55,6 +55,28 @@ void add_source(extractor& extractor, const std::string& text) {
     extractor.register_source(1, 0, "can0", {{"bench.dbc", "dbc", text}});
 }
 
+// A log in memory beside the description of its frames.
+struct described_log {
+    std::string log;
+    tavi::host::extractor extractor;
+    tavi::host::nodes messages;
+};
+
+// Null when a file is not there, which the benchmark is then told.
+std::unique_ptr<described_log> open_described_log(benchmark::State& state) {
+    const auto text = file_named_by("TAVI_BENCH_DBC", state);
+    auto log = text ? file_named_by("TAVI_BENCH_LOG", state) : std::nullopt;
+    if (!log) {
+        return nullptr;
+    }
+    auto opened = std::make_unique<described_log>();
+    opened->log = std::move(*log);
+    add_source(opened->extractor, *text);
+    const auto views = opened->extractor.roots("can0");
+    opened->messages = opened->extractor.children(views[0]);
+    return opened;
+}
+
 std::string path_of(const qor_type_node_t& message) {
     return std::string("can0.CAN.") += message.name;
 }
@@ -149,17 +171,13 @@ void read_log(benchmark::State& state) {
 BENCHMARK(read_log)->Unit(benchmark::kMillisecond);
 
 void one_signal(benchmark::State& state) {
-    const auto text = file_named_by("TAVI_BENCH_DBC", state);
-    const auto log = text ? file_named_by("TAVI_BENCH_LOG", state) : std::nullopt;
-    if (!log) {
+    const auto opened = open_described_log(state);
+    if (!opened) {
         return;
     }
-    extractor extractor;
-    add_source(extractor, *text);
-    const auto views = extractor.roots("can0");
-    const auto messages = extractor.children(views[0]);
-    const auto signals = extractor.children(messages[0]);
-    extractor.subscribe(path_of(messages[0]) + '.' + signals[0].name, tavi::host::lenient);
+    extractor& extractor = opened->extractor;
+    const auto signals = extractor.children(opened->messages[0]);
+    extractor.subscribe(path_of(opened->messages[0]) + '.' + signals[0].name, tavi::host::lenient);
     const bool filtered = state.range(0) != 0;
     const tavi::host::reader_filter filter(extractor.reader_filter());
     tavi::host::can_package package;
@@ -168,7 +186,7 @@ void one_signal(benchmark::State& state) {
     std::int64_t frames = 0;
     std::int64_t found = 0;
     for (auto _ : state) {
-        tavi::host::candump_reader reader(bytes_of(*log));
+        tavi::host::candump_reader reader(bytes_of(opened->log));
         tavi::host::candump_frame frame;
         while (reader.next(frame) == tavi::host::candump_reader::outcome::frame) {
             ++frames;
@@ -201,17 +219,12 @@ recording read_frames(const std::string& log, const plans_by_id& plans) {
 }
 
 void records_to_doubles(benchmark::State& state) {
-    const auto text = file_named_by("TAVI_BENCH_DBC", state);
-    const auto log = text ? file_named_by("TAVI_BENCH_LOG", state) : std::nullopt;
-    if (!log) {
+    const auto opened = open_described_log(state);
+    if (!opened) {
         return;
     }
-    extractor extractor;
-    add_source(extractor, *text);
-    const auto views = extractor.roots("can0");
-    const auto messages = extractor.children(views[0]);
-    const plans_by_id plans = plans_of(extractor, messages);
-    const recording recorded = read_frames(*log, plans);
+    const plans_by_id plans = plans_of(opened->extractor, opened->messages);
+    const recording recorded = read_frames(opened->log, plans);
     std::vector<double> values(recorded.most_rows);
     std::vector<std::uint32_t> rows(recorded.most_rows);
     std::int64_t signals = 0;
