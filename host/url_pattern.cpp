@@ -43,16 +43,8 @@ bool fits(std::string_view pattern, std::string_view text) noexcept {
     return pattern.find_first_not_of('*', at) == std::string_view::npos;
 }
 
-std::vector<std::string_view> levels_of(std::string_view path) {
-    std::vector<std::string_view> levels;
-    for (std::size_t begin = 0;;) {
-        const std::size_t dot = path.find('.', begin);
-        levels.push_back(path.substr(begin, dot - begin));
-        if (dot == std::string_view::npos) {
-            return levels;
-        }
-        begin = dot + 1;
-    }
+std::size_t level_count(std::string_view path) noexcept {
+    return static_cast<std::size_t>(std::count(path.begin(), path.end(), '.')) + 1;
 }
 
 } // namespace
@@ -154,37 +146,53 @@ bool url_pattern::may_fit(std::string_view path) const noexcept {
 }
 
 bool url_pattern::matches(std::string_view path, std::span<const std::uint64_t> counts) const {
-    return may_fit(path) && matches_levels(levels_of(path), counts);
+    const std::size_t count = may_fit(path) ? level_count(path) : 0;
+    return may_have(count) && fits_all(count, counts, [rest = path]() mutable {
+               const std::size_t dot = rest.rfind('.');
+               const std::string_view last = rest.substr(dot + 1);
+               rest = rest.substr(0, dot);
+               return last;
+           });
 }
 
 bool url_pattern::matches_below(std::string_view path, std::span<const std::uint64_t> counts) const {
-    if (!may_fit(path)) {
-        return false;
-    }
-    const std::vector<std::string_view> levels = levels_of(path);
-    for (std::size_t count = 1; count <= levels.size(); ++count) {
-        if (matches_levels(std::span(levels).first(count), counts)) {
+    for (std::size_t dot = path.find('.'); dot != std::string_view::npos; dot = path.find('.', dot + 1)) {
+        if (matches(path.substr(0, dot), counts)) {
             return true;
         }
     }
-    return false;
+    return matches(path, counts);
 }
 
 bool url_pattern::matches_levels(std::span<const std::string_view> path, std::span<const std::uint64_t> counts) const {
-    if (any_head_ ? path.size() < levels_.size() : path.size() != levels_.size()) {
-        return false;
-    }
-    // Levels are compared from the last one up, so that a head of any length needs no search.
-    for (std::size_t i = 0; i < levels_.size() - (any_head_ ? 1 : 0); ++i) {
-        const level& wanted = levels_[levels_.size() - 1 - i];
-        const std::size_t place = path.size() - 1 - i;
-        const element found = split_element(path[place]);
+    return may_have(path.size()) && fits_all(path.size(), counts, [last = path.rbegin()]() mutable { return *last++; });
+}
+
+bool url_pattern::may_have(std::size_t count) const noexcept {
+    return any_head_ ? count >= levels_.size() : count == levels_.size();
+}
+
+// Levels are compared from the last one up, so that a head of any length needs no search. `previous` gives the path's.
+template<typename Previous>
+bool url_pattern::fits_all(std::size_t count, std::span<const std::uint64_t> counts, Previous previous) const {
+    const std::size_t compared = levels_.size() - (any_head_ ? 1 : 0);
+    for (std::size_t i = 1; i <= compared; ++i) {
+        const level& wanted = levels_[levels_.size() - i];
+        const std::size_t place = count - i;
+        const element found = split_element(previous());
         if ((wanted.literal ? wanted.text != found.name : !fits(wanted.text, found.name)) ||
             !fits_element(wanted, found, place < counts.size() ? counts[place] : 0)) {
             return false;
         }
     }
     return true;
+}
+
+std::optional<std::string_view> url_pattern::last_name() const noexcept {
+    const level& last = levels_.back();
+    return last.literal || last.text.find_first_of("*?") == std::string::npos
+               ? std::optional<std::string_view>(last.text)
+               : std::nullopt;
 }
 
 } // namespace tavi::host

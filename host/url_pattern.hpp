@@ -42,6 +42,9 @@ public:
     bool has_wildcard() const noexcept { return has_wildcard_; }
     bool has_filter() const noexcept { return has_filter_; }
 
+    // The name, without an index, that the last level of all paths that fit has; empty when there is no such.
+    std::optional<std::string_view> last_name() const noexcept;
+
     const std::string& text() const noexcept { return text_; }
 
     // A level "Object[3]" as name and index.
@@ -63,6 +66,9 @@ private:
     std::size_t read_filter(level& read, std::size_t at);
     // A cheap question that rules out nearly all paths; an element's path goes on behind the name with its index.
     bool may_fit(std::string_view path) const noexcept;
+    bool may_have(std::size_t count) const noexcept;
+    template<typename Previous>
+    bool fits_all(std::size_t count, std::span<const std::uint64_t> counts, Previous previous) const;
     static bool fits_element(const level& wanted, const element& found, std::uint64_t count);
 
     std::string text_;

@@ -1,8 +1,9 @@
 // Patterns over paths.
-#include "host/url_pattern.hpp"
+#include "host/url_pattern_set.hpp"
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <vector>
@@ -31,14 +32,25 @@ TEST(UrlPattern, MatchesLevelByLevel) {
         {"'CAN'.\"a*\"", "CAN.a*", "not", "CAN.ab"},
         {"\"*\".x", "*.x", "not", "CAN.x"},
         {"CAN.'it''s'", "CAN.it's", "not", "CAN.it''s"},
+        {"CAN.Gears[2]", "CAN.Gears[2]", "not", "CAN.Gears[1]", "CAN.Gears"},
     };
+    std::vector<url_pattern> patterns;
     for (const auto& row : rows) {
+        patterns.emplace_back(row[0]);
+    }
+    const host::url_pattern_set all({std::begin(patterns), std::end(patterns)});
+    for (std::size_t number = 0; number < std::size(rows); ++number) {
         bool fits = true;
-        for (const std::string_view path : std::span(row).subspan(1)) {
+        for (const std::string_view path : std::span(rows[number]).subspan(1)) {
             if (path == "not") {
                 fits = false;
-            } else {
-                EXPECT_EQ(url_pattern(row[0]).matches(path), fits) << row[0] << " against " << path;
+                continue;
+            }
+            EXPECT_EQ(patterns[number].matches(path), fits) << patterns[number].text() << " against " << path;
+            std::set<std::size_t> found;
+            all.each_match(path, {}, [&](std::size_t match) { found.insert(match); });
+            for (std::size_t other = 0; other < std::size(rows); ++other) {
+                EXPECT_EQ(patterns[other].matches(path), found.contains(other)) << path << " in the set";
             }
         }
     }
@@ -52,6 +64,11 @@ TEST(UrlPattern, MatchesWhatStandsBelowAndKnowsWildcards) {
     EXPECT_TRUE(message.matches_below("CAN.EngineData.EngineSpeed"));
     EXPECT_FALSE(message.matches_below("CAN"));
     EXPECT_FALSE(message.matches_below("CAN.Brake.EngineSpeed"));
+    const host::url_pattern_set set({message, url_pattern("LIN.Light")});
+    for (const char* path : {"LIN.Light.Left", "LIN.Light", "CAN.EngineData.EngineSpeed"}) {
+        EXPECT_TRUE(set.matches_below(path)) << path;
+    }
+    EXPECT_FALSE(set.matches_below("LIN.Lights.CAN.Engine"));
     EXPECT_FALSE(url_pattern("CAN.EngineData").has_wildcard());
     EXPECT_FALSE(url_pattern("CAN.'a*'").has_wildcard());
     EXPECT_TRUE(url_pattern("CAN.a?").has_wildcard());

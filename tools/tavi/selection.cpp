@@ -79,7 +79,7 @@ std::string row_path(const message& read, const host::record_plan& plan, std::si
 
 selection::selection(catalogue& catalogue, const std::vector<std::string>& patterns)
     : catalogue_(catalogue), patterns_(parse_patterns(patterns)) {
-    std::vector<bool> used(patterns_.size());
+    std::vector<bool> used(patterns_.patterns().size());
     for (std::size_t description = 0; description < catalogue_.descriptions().size(); ++description) {
         const auto& views = nodes_.emplace_back(catalogue_.views(description));
         for (const qor_type_node_t& view : views) {
@@ -88,7 +88,7 @@ selection::selection(catalogue& catalogue, const std::vector<std::string>& patte
     }
     const auto unused = std::find(used.begin(), used.end(), false);
     if (unused != used.end()) {
-        const std::string& text = patterns_[static_cast<std::size_t>(unused - used.begin())].text();
+        const std::string& text = patterns_.patterns()[static_cast<std::size_t>(unused - used.begin())].text();
         throw command_error("tavi: error: no signal fits '" + printable(text) + "'", exit_code::failed,
                             "tavi tree -d FILE shows what there is; a pattern does not begin with the source");
     }
@@ -96,6 +96,7 @@ selection::selection(catalogue& catalogue, const std::vector<std::string>& patte
 
 void selection::add_view(std::size_t description, const qor_type_node_t& view, std::vector<bool>& used) {
     const auto& objects = nodes_.emplace_back(catalogue_.extractor().children(view));
+    const bool whole = mark_used(host::text_of(view.name), level_counts{1}, used) || patterns_.empty();
     for (const qor_type_node_t& object : objects) {
         message& added = messages_.emplace_back();
         added.description = description;
@@ -106,25 +107,21 @@ void selection::add_view(std::size_t description, const qor_type_node_t& view, s
         added.flags = object.object.flags;
         added.node = &object;
         level_counts counts{1, host::element_count(object)};
-        const bool whole = mark_used(added.path, counts, used);
-        added.selected = wants_part_of(added, counts, used) || whole || patterns_.empty();
+        const bool named = mark_used(added.path, counts, used);
+        added.selected = wants_part_of(added, counts, used) || named || whole;
     }
 }
 
-// Notes all patterns that fit the path or a level above it.
+// Notes all patterns that fit the path.
 bool selection::mark_used(std::string_view path, const level_counts& counts, std::vector<bool>& used) const {
     bool found = false;
-    for (std::size_t pattern = 0; pattern < patterns_.size(); ++pattern) {
-        if (patterns_[pattern].matches_below(path, counts)) {
-            used[pattern] = true;
-            found = true;
-        }
-    }
+    patterns_.each_match(path, counts, [&](std::size_t pattern) { found = used[pattern] = true; });
     return found;
 }
 
 bool selection::wants_part_of(message& candidate, level_counts& counts, std::vector<bool>& used) {
-    const bool possible = std::any_of(patterns_.begin(), patterns_.end(), [&](const host::url_pattern& pattern) {
+    const auto& patterns = patterns_.patterns();
+    const bool possible = std::any_of(patterns.begin(), patterns.end(), [&](const host::url_pattern& pattern) {
         return pattern.has_wildcard() || leads_below(pattern, candidate.path);
     });
     return possible && find_wanted(candidate.path, counts, catalogue_.extractor().tree(*candidate.node), used);
@@ -144,13 +141,12 @@ bool selection::find_wanted(const std::string& path, level_counts& counts, const
 }
 
 bool selection::is_wanted(std::string_view path, const level_counts& counts) const {
-    return patterns_.empty() || std::any_of(patterns_.begin(), patterns_.end(), [&](const host::url_pattern& pattern) {
-               return pattern.matches_below(path, counts);
-           });
+    return patterns_.empty() || patterns_.matches_below(path, counts);
 }
 
 std::vector<std::uint32_t> selection::wanted_rows(const message& selected, const host::record_plan& plan) const {
-    const bool counted = std::any_of(patterns_.begin(), patterns_.end(),
+    const auto& patterns = patterns_.patterns();
+    const bool counted = std::any_of(patterns.begin(), patterns.end(),
                                      [](const host::url_pattern& pattern) { return pattern.has_filter(); });
     array_sizes sizes;
     for (std::size_t row = 0; counted && row < plan.rows().size(); ++row) {

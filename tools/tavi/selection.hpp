@@ -13,7 +13,7 @@
 
 #include "host/nodes.hpp"
 #include "host/record_plan.hpp"
-#include "host/url_pattern.hpp"
+#include "host/url_pattern_set.hpp"
 #include "tools/tavi/catalogue.hpp"
 
 namespace tavi::tool {
@@ -76,7 +76,7 @@ private:
     std::vector<std::uint32_t> wanted_rows(const message& selected, const host::record_plan& plan) const;
 
     catalogue& catalogue_;
-    std::vector<host::url_pattern> patterns_;
+    host::url_pattern_set patterns_;
     // Nodes that `messages_` points into.
     std::deque<host::nodes> nodes_;
     std::deque<message> messages_;
