@@ -55,30 +55,6 @@ void append_json_text(std::string& json, std::string_view text) {
     json += '"';
 }
 
-qor_type_node_t make_record(const pending_node& source, std::uint64_t id, std::uint64_t parent_id) {
-    qor_type_node_t node{};
-    node.id = id;
-    node.parent_id = parent_id;
-    node.kind = source.kind;
-    node.name = source.name;
-    node.comment = source.comment;
-    switch (source.kind) {
-    case QOR_TYPE_NODE_VIEW:
-        node.view = source.view;
-        break;
-    case QOR_TYPE_NODE_OBJECT:
-        node.object = source.object;
-        break;
-    case QOR_TYPE_NODE_GROUP:
-        node.group = source.group;
-        break;
-    default:
-        node.signal = source.signal;
-        break;
-    }
-    return node;
-}
-
 } // namespace
 
 catalogue_writer::catalogue_writer(database& owner)
@@ -86,8 +62,7 @@ catalogue_writer::catalogue_writer(database& owner)
                                  "node_count, view_count) VALUES (?,?,?,?,?,?,?)"),
       insert_node_(owner, insert_node_sql),
       insert_path_(owner, "INSERT INTO node_path_hash (hash, node, position) VALUES (?,?,?)"),
-      insert_text_(owner, "INSERT INTO description_text (description, texts) VALUES (?,?)"),
-      highest_id_(owner, "SELECT max(id) FROM description") {}
+      insert_text_(owner, "INSERT INTO description_text (description, texts) VALUES (?,?)") {}
 
 void catalogue_writer::write(const description_identity& identity, std::uint64_t description_id,
                              const pending_description& content) {
@@ -116,8 +91,7 @@ void catalogue_writer::write_nodes(std::uint64_t description_id, const pending_d
     execution insertion(insert_node_);
     for (const std::uint32_t number : order) {
         const pending_node& node = nodes[number];
-        const std::uint64_t parent_id = node.parent != 0 ? make_node_id(description_id, node.parent) : 0;
-        write_node_row(insertion, make_record(node, make_node_id(description_id, number), parent_id),
+        write_node_row(insertion, make_record(node, description_id, number),
                        {make_node_id(description_id, ranges[number].position),
                         make_node_id(description_id, ranges[number].last), node.depth, node.child_count});
     }
@@ -173,11 +147,6 @@ void catalogue_writer::write_texts(std::uint64_t description_id, const pending_d
     insertion.bind(1, description_id);
     insertion.bind(2, std::string_view(json));
     insertion.run();
-}
-
-std::uint64_t catalogue_writer::highest_description_id() {
-    execution row(highest_id_);
-    return row.next() ? static_cast<std::uint64_t>(row.integer(0)) : 0;
 }
 
 } // namespace qor::storage

@@ -3,21 +3,13 @@
 #define PLUGINS_SIGNAL_STORAGE_CATALOGUE_WRITER_HPP
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
+#include "plugins/signal_storage/description_identity.hpp"
 #include "plugins/signal_storage/pending_description.hpp"
 #include "plugins/signal_storage/statement.hpp"
 
 namespace qor::storage {
-
-// What tells one description from another.
-struct description_identity {
-    std::string signature;
-    std::string name;
-    std::uint8_t context_type = 0;
-    std::uint64_t content_size = 0;
-};
 
 class catalogue_writer {
 public:
@@ -33,8 +25,6 @@ public:
     // Requires: a transaction; the id is free. Throws: what database::fail throws; the caller then rolls back.
     void write(const description_identity& identity, std::uint64_t description_id, const pending_description& content);
 
-    std::uint64_t highest_description_id();
-
 private:
     void write_description(const description_identity& identity, std::uint64_t description_id,
                            const pending_description& content);
@@ -47,7 +37,6 @@ private:
     statement insert_node_;
     statement insert_path_;
     statement insert_text_;
-    statement highest_id_;
 };
 
 } // namespace qor::storage

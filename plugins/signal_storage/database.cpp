@@ -56,6 +56,8 @@ void database::open(const std::string& uri, const open_options& options) {
     bool reading_asked = options.read_only;
     sqlite3_int64 busy_timeout = default_busy_timeout_ms;
     if (!in_memory_) {
+        const char* const file_system = sqlite3_uri_parameter(filename, "vfs");
+        in_memory_ = file_system != nullptr && std::string_view(file_system) == "memdb";
         name_ = filename;
         reading_asked = reading_asked || asks_for_reading_only(filename);
         busy_timeout = sqlite3_uri_int64(filename, "busy_timeout", busy_timeout);

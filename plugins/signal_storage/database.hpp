@@ -7,19 +7,14 @@
 
 #include <sqlite3.h>
 
-namespace qor::storage {
+#include "plugins/signal_storage/open_options.hpp"
 
-struct open_options {
-    bool read_only = false;
-    bool must_exist = false;
-};
+namespace qor::storage {
 
 // Thread: one at a time; whoever owns it locks.
 class database {
 public:
-    // `uri` is a URI as SQLite reads it, or a plain path. The parameter "busy_timeout" gives the milliseconds for which
-    // a lock of another process is waited for, 5000 without it.
-    // Throws: what fail() throws, with the file's name.
+    // See catalogue::open. Throws: what fail() throws, with the file's name.
     database(const std::string& uri, const open_options& options);
     ~database();
     database(const database&) = delete;
@@ -30,6 +25,7 @@ public:
     // The file's path, the URI for a database in memory: for messages.
     const std::string& name() const noexcept { return name_; }
 
+    // Also with the file system "memdb" of SQLite, whose names stand for no file.
     bool in_memory() const noexcept { return in_memory_; }
     bool read_only() const noexcept { return read_only_; }
 

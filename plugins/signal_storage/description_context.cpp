@@ -20,7 +20,8 @@ qor_signal_storage_context_t* description_context::create(const std::shared_ptr<
 
 description_context::description_context(std::shared_ptr<storage> owner, description_identity identity,
                                          const storage::reservation& reservation)
-    : storage_(std::move(owner)), identity_(std::move(identity)), content_(reservation.number, !reservation.present) {
+    : storage_(std::move(owner)), identity_(std::move(identity)),
+      content_(std::make_shared<pending_description>(reservation.number, !reservation.present)) {
     table_.add_node = sdk::slot<&description_context::add_node>;
     table_.add_nodes = sdk::slot<&description_context::add_nodes>;
     table_.commit = sdk::slot<&description_context::commit>;
@@ -38,7 +39,7 @@ pending_description& description_context::open_content() {
     if (committed_) {
         throw std::invalid_argument("description '" + identity_.name + "' was committed already");
     }
-    return content_;
+    return *content_;
 }
 
 void description_context::add_node(const qor_type_node_t* node, std::uint64_t* node_id) {
@@ -60,7 +61,8 @@ void description_context::add_text(std::uint64_t node_id, const char* key, const
 
 void description_context::commit(std::uint64_t* description_id) {
     check_argument(description_id, "description_id");
-    *description_id = storage_->commit(identity_, open_content());
+    open_content();
+    *description_id = storage_->commit(identity_, content_);
     committed_ = true;
 }
 

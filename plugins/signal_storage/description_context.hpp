@@ -39,7 +39,7 @@ private:
 
     const std::shared_ptr<storage> storage_;
     const description_identity identity_;
-    pending_description content_;
+    const std::shared_ptr<pending_description> content_; // stays with a catalogue in memory
     bool committed_ = false;
     qor_signal_storage_context_t table_{};
 };

@@ -10,6 +10,15 @@
 
 namespace qor::storage {
 
+// A deep copy of a node.
+inline qor_type_node_t* clone(const qor_type_node_t& node) {
+    qor_type_node_t* copy = nullptr;
+    qor_error_details_t* details = nullptr;
+    qor_type_node_clone(qor_get_default_allocator(), &node, &copy, &details);
+    rethrow_details(details);
+    return copy;
+}
+
 // Owns a sequence until it is released to the caller.
 class node_sequence {
 public:

@@ -34,6 +34,31 @@ bool may_stand_below(std::uint8_t kind, std::uint8_t parent_kind) noexcept {
 
 } // namespace
 
+qor_type_node_t make_record(const pending_node& source, std::uint64_t description_id, std::uint32_t number) noexcept {
+    qor_type_node_t node{};
+    node.id = make_node_id(description_id, number);
+    node.parent_id = source.parent != 0 ? make_node_id(description_id, source.parent) : 0;
+    node.description_id = description_id;
+    node.kind = source.kind;
+    node.name = source.name;
+    node.comment = source.comment;
+    switch (source.kind) {
+    case QOR_TYPE_NODE_VIEW:
+        node.view = source.view;
+        break;
+    case QOR_TYPE_NODE_OBJECT:
+        node.object = source.object;
+        break;
+    case QOR_TYPE_NODE_GROUP:
+        node.group = source.group;
+        break;
+    default:
+        node.signal = source.signal;
+        break;
+    }
+    return node;
+}
+
 pending_description::pending_description(std::uint32_t number, bool keep)
     : number_(number), keep_(keep), kinds_(1), nodes_(1), characters_(keep ? first_characters : 1) {}
 

@@ -34,6 +34,9 @@ struct pending_node {
     };
 };
 
+// The record of node `number` under the id that its description was given. Its texts stay where they are.
+qor_type_node_t make_record(const pending_node& source, std::uint64_t description_id, std::uint32_t number) noexcept;
+
 // A named text of a node; of the description for node 0.
 struct pending_text {
     std::uint32_t node;

@@ -53,48 +53,48 @@ void signal_storage::create_context(std::uint8_t context_type, const void* buffe
 }
 
 void signal_storage::checkpoint() {
-    storage_->checkpoint();
+    storage_->ask(&catalogue::checkpoint);
 }
 
 void signal_storage::compact() {
-    storage_->compact();
+    storage_->ask(&catalogue::compact);
 }
 
 void signal_storage::find_node(std::uint64_t description_id, const char* path, qor_type_node_t** node) {
     check_argument(path, "path");
     check_argument(node, "node");
     *node = nullptr;
-    *node = storage_->ask(&catalogue_reader::find_node, description_id, path);
+    *node = storage_->ask(&catalogue::find_node, description_id, path);
 }
 
 void signal_storage::get_root_nodes(std::uint64_t description_id, qor_type_node_sequence_t** nodes) {
     check_argument(nodes, "nodes");
     *nodes = nullptr;
-    *nodes = storage_->ask(&catalogue_reader::roots, description_id).release();
+    *nodes = storage_->ask(&catalogue::roots, description_id).release();
 }
 
 void signal_storage::get_node_children(const qor_type_node_t* node, qor_type_node_sequence_t** nodes) {
     check_argument(node, "node");
     check_argument(nodes, "nodes");
     *nodes = nullptr;
-    *nodes = storage_->ask(&catalogue_reader::children, node->id).release();
+    *nodes = storage_->ask(&catalogue::children, node->id).release();
 }
 
 void signal_storage::get_node_hierarchy(std::uint64_t node_id, qor_type_node_sequence_t** nodes) {
     check_argument(nodes, "nodes");
     *nodes = nullptr;
-    *nodes = storage_->ask(&catalogue_reader::hierarchy, node_id).release();
+    *nodes = storage_->ask(&catalogue::hierarchy, node_id).release();
 }
 
 void signal_storage::get_node_subtree(std::uint64_t node_id, qor_type_node_sequence_t** nodes) {
     check_argument(nodes, "nodes");
     *nodes = nullptr;
-    *nodes = storage_->ask(&catalogue_reader::subtree, node_id).release();
+    *nodes = storage_->ask(&catalogue::subtree, node_id).release();
 }
 
 std::uint32_t signal_storage::get_signature(std::uint64_t description_id, char* buffer, std::size_t* size) {
     check_argument(size, "size");
-    const std::string signature = storage_->ask(&catalogue_reader::signature, description_id);
+    const std::string signature = storage_->ask(&catalogue::signature, description_id);
     const std::size_t room = std::exchange(*size, signature.size() + 1);
     if (buffer == nullptr || room < *size) {
         return QOR_STATUS_BUFFER_TOO_SMALL;
@@ -106,7 +106,7 @@ std::uint32_t signal_storage::get_signature(std::uint64_t description_id, char* 
 void signal_storage::get_description_id(const char* signature, std::uint64_t* description_id) {
     check_argument(signature, "signature");
     check_argument(description_id, "description_id");
-    *description_id = storage_->ask(&catalogue_reader::description_id, signature);
+    *description_id = storage_->ask(&catalogue::description_id, signature);
 }
 
 } // namespace qor::storage

@@ -1,23 +1,18 @@
-#include "plugins/signal_storage/catalogue_reader.hpp"
+#include "plugins/signal_storage/sqlite_catalogue.hpp"
 
 #include <limits>
-#include <stdexcept>
-#include <vector>
+#include <utility>
 
 #include "plugins/signal_storage/node_id.hpp"
+#include "plugins/signal_storage/schema.hpp"
 #include "qorcpp/fnv.hpp"
 
 namespace qor::storage {
 
 // One consistent view of the file for all statements of a question, and one lock instead of one for each statement.
-// A database in memory has a single connection, which needs neither.
-class catalogue_reader::snapshot {
+class sqlite_catalogue::snapshot {
 public:
-    explicit snapshot(catalogue_reader& owner) : owner_(owner) {
-        if (!owner_.database_.in_memory()) {
-            execution(owner_.begin_).run();
-        }
-    }
+    explicit snapshot(sqlite_catalogue& owner) : owner_(owner) { execution(owner_.begin_).run(); }
     ~snapshot() {
         try {
             if (sqlite3_get_autocommit(owner_.database_.handle()) == 0) {
@@ -31,23 +26,28 @@ public:
     snapshot& operator=(const snapshot&) = delete;
 
 private:
-    catalogue_reader& owner_;
+    sqlite_catalogue& owner_;
 };
 
-catalogue_reader::catalogue_reader(database& owner)
-    : database_(owner), begin_(owner, "BEGIN"), end_(owner, "COMMIT"),
-      by_path_(owner, "SELECT " QOR_NODE_COLUMNS " FROM node_path_hash AS p JOIN node AS n ON n.position = p.position "
-                      "WHERE p.hash = ?1 AND p.node BETWEEN ?2 AND ?3 ORDER BY p.node"),
-      by_position_(owner, "SELECT " QOR_NODE_COLUMNS " FROM node AS n WHERE n.position = ?1"),
-      range_(owner,
+sqlite_catalogue::sqlite_catalogue(std::unique_ptr<database> connection)
+    : connection_(std::move(connection)), database_(*connection_), writer_(database_), begin_(database_, "BEGIN"),
+      end_(database_, "COMMIT"),
+      by_path_(database_,
+               "SELECT " QOR_NODE_COLUMNS " FROM node_path_hash AS p JOIN node AS n ON n.position = p.position "
+               "WHERE p.hash = ?1 AND p.node BETWEEN ?2 AND ?3 ORDER BY p.node"),
+      by_position_(database_, "SELECT " QOR_NODE_COLUMNS " FROM node AS n WHERE n.position = ?1"),
+      range_(database_,
              "SELECT " QOR_NODE_COLUMNS " FROM node AS n WHERE n.position BETWEEN ?1 AND ?2 ORDER BY n.position"),
-      range_count_(owner, "SELECT count(*) FROM node WHERE position BETWEEN ?1 AND ?2"),
-      link_(owner, "SELECT id, parent, name, position, child_count FROM node WHERE position = ?1"),
-      moved_(owner, "SELECT position FROM node WHERE id = ?1 AND id <> position"),
-      description_(owner, "SELECT signature, view_count, node_count FROM description WHERE id = ?1"),
-      by_signature_(owner, "SELECT id FROM description WHERE signature = ?1") {}
+      range_count_(database_, "SELECT count(*) FROM node WHERE position BETWEEN ?1 AND ?2"),
+      link_(database_, "SELECT id, parent, name, position, child_count FROM node WHERE position = ?1"),
+      moved_(database_, "SELECT position FROM node WHERE id = ?1 AND id <> position"),
+      description_(database_, "SELECT signature, view_count, node_count FROM description WHERE id = ?1"),
+      by_signature_(database_, "SELECT id FROM description WHERE signature = ?1"),
+      highest_id_(database_, "SELECT max(id) FROM description") {
+    prepare_schema(database_);
+}
 
-qor_type_node_t* catalogue_reader::find_node(std::uint64_t description_id, std::string_view path) {
+qor_type_node_t* sqlite_catalogue::find_node(std::uint64_t description_id, std::string_view path) {
     const snapshot view(*this);
     if (description_id <= max_description_id) {
         execution row(by_path_);
@@ -58,11 +58,7 @@ qor_type_node_t* catalogue_reader::find_node(std::uint64_t description_id, std::
         while (row.next()) {
             const qor_type_node_t node = read_node_row(row, database_);
             if (has_path(node, path)) { // else: another path of the same hash
-                qor_type_node_t* copy = nullptr;
-                qor_error_details_t* details = nullptr;
-                qor_type_node_clone(qor_get_default_allocator(), &node, &copy, &details);
-                rethrow_details(details);
-                return copy;
+                return clone(node);
             }
         }
     }
@@ -70,7 +66,7 @@ qor_type_node_t* catalogue_reader::find_node(std::uint64_t description_id, std::
 }
 
 // Puts `row`, a run by position whose first column is the id, at a node. Nearly all nodes stand where their id says.
-bool catalogue_reader::seek(execution& row, std::uint64_t node_id) {
+bool sqlite_catalogue::seek(execution& row, std::uint64_t node_id) {
     row.reset();
     row.bind(1, node_id);
     if (row.next() && static_cast<std::uint64_t>(row.integer(0)) == node_id) {
@@ -87,7 +83,7 @@ bool catalogue_reader::seek(execution& row, std::uint64_t node_id) {
 }
 
 // Whether the names of the node's ancestors make up the path, compared from the last level upwards.
-bool catalogue_reader::has_path(const qor_type_node_t& node, std::string_view path) {
+bool sqlite_catalogue::has_path(const qor_type_node_t& node, std::string_view path) {
     std::string_view name = node.name;
     std::uint64_t parent = node.parent_id;
     execution row(link_);
@@ -110,29 +106,12 @@ bool catalogue_reader::has_path(const qor_type_node_t& node, std::string_view pa
     return false;
 }
 
-void catalogue_reader::fail_path(std::uint64_t description_id, std::string_view path) {
-    const std::string text = "path '" + std::string(path) + "' was not found in the signal storage";
-    if (description_id == 0) {
-        throw std::invalid_argument(text);
-    }
-    const std::string id = std::to_string(description_id);
-    if (!has_description(description_id)) {
-        throw std::invalid_argument(text + ": there is no description id '" + id + "'");
-    }
-    throw std::invalid_argument("path '" + std::string(path) + "' was not found in description id '" + id +
-                                "' of the signal storage");
-}
-
-void catalogue_reader::fail_damaged(std::uint64_t position) const {
+void sqlite_catalogue::fail_damaged(std::uint64_t position) const {
     database_.fail("the file is damaged: node '" + std::to_string(position) + "' is missing or out of place");
 }
 
-void catalogue_reader::fail_node(std::uint64_t node_id) const {
-    throw std::invalid_argument("node id '" + std::to_string(node_id) + "' is not in the signal storage");
-}
-
 // A count out of a damaged file must not make room for what was never there.
-void catalogue_reader::check_count(std::uint64_t first_position, std::uint64_t last_position, std::uint64_t count) {
+void sqlite_catalogue::check_count(std::uint64_t first_position, std::uint64_t last_position, std::uint64_t count) {
     constexpr std::uint64_t harmless = 4096;
     if (count <= harmless) {
         return;
@@ -146,7 +125,7 @@ void catalogue_reader::check_count(std::uint64_t first_position, std::uint64_t l
 }
 
 // The nodes of one level from the first on: each stands right behind all that is below the one before it.
-node_sequence catalogue_reader::siblings(std::uint64_t first_position, std::uint64_t count) {
+node_sequence sqlite_catalogue::siblings(std::uint64_t first_position, std::uint64_t count) {
     check_count(first_position, make_node_id(description_of(first_position), 0xffffffff), count);
     node_sequence nodes(count);
     std::uint64_t position = first_position;
@@ -162,18 +141,17 @@ node_sequence catalogue_reader::siblings(std::uint64_t first_position, std::uint
     return nodes;
 }
 
-node_sequence catalogue_reader::roots(std::uint64_t description_id) {
+node_sequence sqlite_catalogue::roots(std::uint64_t description_id) {
     const snapshot view(*this);
     execution row(description_);
     row.bind(1, description_id);
     if (!row.next()) {
-        throw std::invalid_argument("description id '" + std::to_string(description_id) +
-                                    "' is not in the signal storage");
+        fail_description(description_id);
     }
     return siblings(make_node_id(description_id, 1), static_cast<std::uint64_t>(row.integer(1)));
 }
 
-node_sequence catalogue_reader::children(std::uint64_t node_id) {
+node_sequence sqlite_catalogue::children(std::uint64_t node_id) {
     const snapshot view(*this);
     execution row(link_);
     if (!seek(row, node_id)) {
@@ -182,7 +160,7 @@ node_sequence catalogue_reader::children(std::uint64_t node_id) {
     return siblings(static_cast<std::uint64_t>(row.integer(3)) + 1, static_cast<std::uint64_t>(row.integer(4)));
 }
 
-node_sequence catalogue_reader::hierarchy(std::uint64_t node_id) {
+node_sequence sqlite_catalogue::hierarchy(std::uint64_t node_id) {
     const snapshot view(*this);
     execution row(by_position_);
     if (!seek(row, node_id)) {
@@ -205,7 +183,7 @@ node_sequence catalogue_reader::hierarchy(std::uint64_t node_id) {
     fail_damaged(place.position);
 }
 
-node_sequence catalogue_reader::subtree(std::uint64_t node_id) {
+node_sequence sqlite_catalogue::subtree(std::uint64_t node_id) {
     const snapshot view(*this);
     node_place place;
     {
@@ -233,35 +211,69 @@ node_sequence catalogue_reader::subtree(std::uint64_t node_id) {
     return nodes;
 }
 
-std::string catalogue_reader::signature(std::uint64_t description_id) {
+std::string sqlite_catalogue::signature(std::uint64_t description_id) {
     execution row(description_);
     row.bind(1, description_id);
     if (!row.next()) {
-        throw std::invalid_argument("description id '" + std::to_string(description_id) +
-                                    "' is not in the signal storage");
+        fail_description(description_id);
     }
     const char* const text = row.text(0);
     return text != nullptr ? text : "";
 }
 
-std::uint64_t catalogue_reader::description_id(std::string_view signature) {
-    const std::optional<std::uint64_t> id = find_description(signature);
-    if (!id) {
-        throw std::invalid_argument("signature '" + std::string(signature) + "' is not in the signal storage");
-    }
-    return *id;
-}
-
-std::optional<std::uint64_t> catalogue_reader::find_description(std::string_view signature) {
+std::optional<std::uint64_t> sqlite_catalogue::find_description(std::string_view signature) {
     execution row(by_signature_);
     row.bind(1, signature);
     return row.next() ? std::optional(static_cast<std::uint64_t>(row.integer(0))) : std::nullopt;
 }
 
-bool catalogue_reader::has_description(std::uint64_t description_id) {
+bool sqlite_catalogue::has_description(std::uint64_t description_id) {
     execution row(description_);
     row.bind(1, description_id);
     return row.next();
+}
+
+std::uint64_t sqlite_catalogue::highest_description_id() {
+    execution row(highest_id_);
+    return row.next() ? static_cast<std::uint64_t>(row.integer(0)) : 0;
+}
+
+std::uint64_t sqlite_catalogue::put(const description_identity& identity,
+                                    const std::shared_ptr<const pending_description>& content, std::uint64_t other) {
+    transaction writing(database_);
+    // Only from here on can no other process write.
+    if (const auto present = find_description(identity.signature)) {
+        return *present;
+    }
+    const std::uint64_t id = has_description(content->number()) ? free_number(other) : content->number();
+    writer_.write(identity, id, *content);
+    writing.commit();
+    return id;
+}
+
+void sqlite_catalogue::checkpoint() {
+    if (database_.read_only()) {
+        return;
+    }
+    const int status =
+        sqlite3_wal_checkpoint_v2(database_.handle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    if (status != SQLITE_OK) {
+        database_.fail(status);
+    }
+}
+
+void sqlite_catalogue::compact() {
+    {
+        statement check(database_, "PRAGMA integrity_check(1)");
+        execution row(check);
+        const char* const text = row.next() ? row.text(0) : nullptr;
+        if (text == nullptr || std::string_view(text) != "ok") {
+            database_.fail(std::string("the file is damaged: ") + (text != nullptr ? text : "no answer to the check"));
+        }
+    }
+    if (!database_.read_only()) {
+        database_.execute("VACUUM");
+    }
 }
 
 } // namespace qor::storage

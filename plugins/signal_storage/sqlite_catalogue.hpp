@@ -1,53 +1,64 @@
-// The questions that the catalogue answers.
-#ifndef PLUGINS_SIGNAL_STORAGE_CATALOGUE_READER_HPP
-#define PLUGINS_SIGNAL_STORAGE_CATALOGUE_READER_HPP
+// A catalogue in a file, on SQLite.
+#ifndef PLUGINS_SIGNAL_STORAGE_SQLITE_CATALOGUE_HPP
+#define PLUGINS_SIGNAL_STORAGE_SQLITE_CATALOGUE_HPP
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "plugins/signal_storage/catalogue.hpp"
+#include "plugins/signal_storage/catalogue_writer.hpp"
+#include "plugins/signal_storage/database.hpp"
 #include "plugins/signal_storage/node_row.hpp"
-#include "plugins/signal_storage/node_sequence.hpp"
 #include "plugins/signal_storage/statement.hpp"
 
 namespace qor::storage {
 
-// Throws, all of it: std::invalid_argument that names the path, id or signature that is not there; what
-// database::fail throws.
-// Thread: one at a time.
-class catalogue_reader {
+// Throws besides: what database::fail throws.
+class sqlite_catalogue final : public catalogue {
 public:
-    explicit catalogue_reader(database& owner);
+    // Makes the tables where there are none.
+    explicit sqlite_catalogue(std::unique_ptr<database> connection);
 
-    // The caller owns the node. Description 0: the lowest id that has the path. Of equal paths in one description the
-    // one that was added first.
-    qor_type_node_t* find_node(std::uint64_t description_id, std::string_view path);
+    qor_type_node_t* find_node(std::uint64_t description_id, std::string_view path) override;
+    node_sequence roots(std::uint64_t description_id) override;
+    node_sequence children(std::uint64_t node_id) override;
+    node_sequence hierarchy(std::uint64_t node_id) override;
+    node_sequence subtree(std::uint64_t node_id) override;
+    std::string signature(std::uint64_t description_id) override;
+    std::optional<std::uint64_t> find_description(std::string_view signature) override;
 
-    node_sequence roots(std::uint64_t description_id);
-    node_sequence children(std::uint64_t node_id);
-    node_sequence hierarchy(std::uint64_t node_id);
-    node_sequence subtree(std::uint64_t node_id);
+    // On an error the same call may be made again.
+    std::uint64_t put(const description_identity& identity, const std::shared_ptr<const pending_description>& content,
+                      std::uint64_t other) override;
 
-    std::string signature(std::uint64_t description_id);
-    std::uint64_t description_id(std::string_view signature);
+    bool read_only() const noexcept override { return database_.read_only(); }
 
-    // Empty when there is no such description.
-    std::optional<std::uint64_t> find_description(std::string_view signature);
-    bool has_description(std::uint64_t description_id);
+    // Moves what stands in a write-ahead log into the file; the journal that new files use leaves nothing behind.
+    void checkpoint() override;
+
+    // Throws: std::runtime_error that tells the first damage that was found.
+    void compact() override;
+
+    [[noreturn]] void fail(const std::string& text) const override { database_.fail(text); }
 
 private:
     class snapshot;
+
+    std::uint64_t highest_description_id() override;
+    bool has_description(std::uint64_t description_id) override;
 
     bool seek(execution& row, std::uint64_t node_id);
     bool has_path(const qor_type_node_t& node, std::string_view path);
     node_sequence siblings(std::uint64_t first_position, std::uint64_t count);
     void check_count(std::uint64_t first_position, std::uint64_t last_position, std::uint64_t count);
-    [[noreturn]] void fail_node(std::uint64_t node_id) const;
-    [[noreturn]] void fail_path(std::uint64_t description_id, std::string_view path);
     [[noreturn]] void fail_damaged(std::uint64_t position) const;
 
+    const std::unique_ptr<database> connection_;
     database& database_;
+    catalogue_writer writer_;
     statement begin_;
     statement end_;
     statement by_path_;
@@ -58,6 +69,7 @@ private:
     statement moved_;
     statement description_;
     statement by_signature_;
+    statement highest_id_;
 };
 
 } // namespace qor::storage

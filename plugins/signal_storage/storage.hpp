@@ -4,13 +4,12 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 
-#include "plugins/signal_storage/catalogue_reader.hpp"
-#include "plugins/signal_storage/catalogue_writer.hpp"
-#include "plugins/signal_storage/database.hpp"
+#include "plugins/signal_storage/catalogue.hpp"
 
 namespace qor::storage {
 
@@ -32,20 +31,14 @@ public:
 
     // Writes what a context has gathered, all or nothing, and gives the description's id: the reserved one, unless
     // another process took that in the meantime. On an error the same call may be made again.
-    std::uint64_t commit(const description_identity& identity, const pending_description& content);
+    std::uint64_t commit(const description_identity& identity,
+                         const std::shared_ptr<const pending_description>& content);
 
-    // See catalogue_reader.
     template<typename Result, typename... Parameters, typename... Arguments>
-    Result ask(Result (catalogue_reader::*question)(Parameters...), Arguments&&... arguments) {
+    Result ask(Result (catalogue::*question)(Parameters...), Arguments&&... arguments) {
         const std::lock_guard lock(mutex_);
-        return (reader_.*question)(arguments...);
+        return (catalogue_.get()->*question)(arguments...);
     }
-
-    // Moves what stands in a write-ahead log into the file; the journal that new files use leaves nothing behind.
-    void checkpoint();
-
-    // Throws: std::runtime_error that tells the first damage that was found.
-    void compact();
 
 private:
     struct open_number {
@@ -53,12 +46,11 @@ private:
         std::uint32_t contexts;
     };
 
-    std::uint32_t free_number();
+    // 0 when no context is open.
+    std::uint64_t highest_open() const noexcept;
 
     std::mutex mutex_;
-    database database_;
-    catalogue_reader reader_;
-    catalogue_writer writer_;
+    const std::unique_ptr<catalogue> catalogue_;
     std::map<std::string, open_number, std::less<>> open_numbers_; // by signature
 };
 

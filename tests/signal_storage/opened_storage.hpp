@@ -21,6 +21,7 @@ uint32_t qor_signal_storage_get_service_locator(void* handle, qor_service_locato
 namespace tavi::test {
 
 inline const char* const memory_uri = "file:signal_storage?mode=memory";
+inline const char* const shared_memory_uri = "file:/shared?vfs=memdb";
 
 struct failure : std::runtime_error {
     explicit failure(const outcome& told) : std::runtime_error(told.text.value_or("no details")), result(told) {}

@@ -10,16 +10,21 @@
 namespace tavi::test {
 namespace {
 
-class Storage : public ::testing::TestWithParam<bool> {
+class Storage : public ::testing::TestWithParam<const char*> {
 protected:
-    std::string uri() const { return GetParam() ? "file:" + (directory_.path() / "a.db3").string() : memory_uri; }
+    std::string uri() const {
+        const std::string place = GetParam();
+        return place == "file"     ? "file:" + (directory_.path() / "a.db3").string()
+               : place == "shared" ? shared_memory_uri
+                                   : memory_uri;
+    }
 
     temporary_directory directory_;
     opened_storage storage_{uri()};
 };
 
-INSTANTIATE_TEST_SUITE_P(Everywhere, Storage, ::testing::Bool(),
-                         [](const auto& where) { return where.param ? "file" : "memory"; });
+INSTANTIATE_TEST_SUITE_P(Everywhere, Storage, ::testing::Values("file", "shared", "memory"),
+                         [](const auto& where) { return where.param; });
 
 TEST_P(Storage, NamesWhatIsNotThere) {
     const std::uint64_t id = enter_car(storage_);
@@ -187,6 +192,28 @@ TEST_P(Storage, CheckpointsBesideOtherCalls) {
     for (int i = 0; i < 20; ++i) {
         const std::uint64_t id = enter_car(storage_, std::to_string(i));
         EXPECT_EQ(storage_.subtree(storage_.find(id, "CAN.EngineData")->id)->count, 3u);
+    }
+}
+
+// Those who hold it at a time: nothing of it stays behind.
+TEST(MemoryStorage, IsSharedByItsName) {
+    for (int round = 0; round < 2; ++round) {
+        const std::uint32_t reading = QOR_SIGNAL_STORAGE_READ_ONLY;
+        EXPECT_EQ(outcome_of([&] { opened_storage(shared_memory_uri, 0, reading); }).text,
+                  "signal storage '/shared': there is no catalogue, and the storage is opened for reading only");
+        opened_storage first(shared_memory_uri);
+        open_description late = first.begin("late");
+        opened_storage second(shared_memory_uri);
+        open_description taken = second.begin("taken");
+        EXPECT_EQ(enter_car(second), 2u);
+        EXPECT_EQ(taken.commit(), 1u);
+        EXPECT_EQ(enter_car(first), 2u);
+        EXPECT_EQ(late.commit(), 3u) << "its number was taken";
+        opened_storage reader(shared_memory_uri, 0, reading);
+        EXPECT_EQ(reader.find(0, "CAN.Body")->description_id, 2u);
+        EXPECT_EQ(
+            outcome_of([&] { reader.begin("new"); }).text,
+            "signal storage '/shared': description 'car.dbc' is not there, and the storage is opened for reading only");
     }
 }
 

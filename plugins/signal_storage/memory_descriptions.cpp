@@ -1,0 +1,79 @@
+#include "plugins/signal_storage/memory_descriptions.hpp"
+
+#include <algorithm>
+
+namespace qor::storage {
+
+namespace {
+
+std::vector<std::pair<std::uint64_t, std::uint32_t>> sorted_paths(const std::vector<pending_node>& nodes) {
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> paths;
+    paths.reserve(nodes.size());
+    for (std::uint32_t number = 1; number < nodes.size(); ++number) {
+        paths.emplace_back(nodes[number].path_hash, number);
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+} // namespace
+
+std::shared_ptr<memory_descriptions> memory_descriptions::of_name(const std::string& name, bool must_exist) {
+    static std::mutex mutex;
+    static std::map<std::string, std::weak_ptr<memory_descriptions>> by_name;
+    const std::lock_guard lock(mutex);
+    std::erase_if(by_name, [](const auto& entry) { return entry.second.expired(); });
+    const auto found = by_name.find(name);
+    auto held = found != by_name.end() ? found->second.lock() : nullptr;
+    if (held == nullptr && !must_exist) {
+        held = std::make_shared<memory_descriptions>();
+        by_name[name] = held;
+    }
+    return held;
+}
+
+const memory_description* memory_descriptions::find(std::uint64_t id) const {
+    const std::shared_lock lock(mutex_);
+    const auto found = by_id_.find(id);
+    return found != by_id_.end() ? &found->second : nullptr;
+}
+
+const memory_description* memory_descriptions::find(std::string_view signature) const {
+    const std::shared_lock lock(mutex_);
+    const auto found = by_signature_.find(signature);
+    return found != by_signature_.end() ? found->second : nullptr;
+}
+
+const memory_description* memory_descriptions::after(std::uint64_t id) const {
+    const std::shared_lock lock(mutex_);
+    const auto found = by_id_.upper_bound(id);
+    return found != by_id_.end() ? &found->second : nullptr;
+}
+
+std::uint64_t memory_descriptions::highest_id() const {
+    const std::shared_lock lock(mutex_);
+    return by_id_.empty() ? 0 : by_id_.rbegin()->first;
+}
+
+std::optional<std::uint64_t> memory_descriptions::insert(std::uint64_t id, const description_identity& identity,
+                                                         std::shared_ptr<const pending_description> content) {
+    memory_description added{id, identity, std::move(content), {}};
+    added.paths = sorted_paths(added.content->nodes());
+    const std::lock_guard lock(mutex_);
+    if (const auto present = by_signature_.find(identity.signature); present != by_signature_.end()) {
+        return present->second->id;
+    }
+    const auto [place, is_new] = by_id_.try_emplace(id, std::move(added));
+    if (!is_new) {
+        return std::nullopt;
+    }
+    try {
+        by_signature_.emplace(identity.signature, &place->second);
+    } catch (...) { // out of memory
+        by_id_.erase(place);
+        throw;
+    }
+    return id;
+}
+
+} // namespace qor::storage
