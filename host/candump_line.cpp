@@ -16,11 +16,6 @@ constexpr const char* id_hint =
     "3 hexadecimal digits are an 11-bit id (up to 7FF), 8 digits a 29-bit id (up to 1FFFFFFF)";
 constexpr const char* data_hint = "data are pairs of hexadecimal digits; R stands for a remote frame, ## begins CAN FD";
 
-bool is_fd_length(std::size_t length) noexcept {
-    constexpr std::array<std::size_t, 7> lengths{12, 16, 20, 24, 32, 48, 64};
-    return length <= 8 || std::find(lengths.begin(), lengths.end(), length) != lengths.end();
-}
-
 bool parse_time(candump_cursor& line, std::string_view& time) {
     line.skip_blanks();
     if (line.done() || *line.at != '(') {
@@ -176,7 +171,7 @@ bool parse_content(candump_cursor& line, candump_frame& frame) {
         if (!parse_data(line, frame, 64)) {
             return false;
         }
-        return is_fd_length(frame.length) ||
+        return is_can_length(frame.length) ||
                line.fail(flags + 1, "a CAN FD frame has no length of " + std::to_string(frame.length) + " bytes",
                          "its lengths are 0 to 8, 12, 16, 20, 24, 32, 48 and 64 bytes");
     }
@@ -213,61 +208,11 @@ bool parse_tail(candump_cursor& line) {
                : line.fail(line.at, "the frame is followed by what does not belong to it", candump_line_hint);
 }
 
-// The id and the '#' behind it; their length, 0 when they are none or not of the usual kind.
-std::size_t parse_plain_id(const char* text, std::size_t left, std::uint32_t& id) noexcept {
-    if (left > 8 && text[8] == '#') {
-        std::array<std::uint8_t, 4> bytes{};
-        const bool good = decode_hex(text, bytes.data());
-        id = big_endian_word(bytes) | qor::can_extended_bit;
-        return good && bytes[0] < 0x20 ? 9 : 0;
-    }
-    if (left > 3 && text[3] == '#') {
-        const unsigned digits[] = {hex_value(text[0]), hex_value(text[1]), hex_value(text[2])};
-        id = digits[0] << 8 | digits[1] << 4 | digits[2];
-        return id <= 0x7FF && (digits[1] | digits[2]) < 16 ? 4 : 0;
-    }
-    return 0;
-}
-
-// An even number of digits. Requires: room for 4 bytes more than they make; eight characters can be read before `end`.
-bool decode_plain_data(const char* text, const char* end, std::uint8_t* bytes) noexcept {
-    while (end - text >= 8) {
-        if (!decode_hex(text, bytes)) {
-            return false;
-        }
-        text += 8;
-        bytes += 4;
-    }
-    if (text == end) {
-        return true;
-    }
-    // The last eight characters without those that are read already, and zeros behind them.
-    const auto read = static_cast<unsigned>(8 - (end - text)) * 8;
-    return decode_hex(load_characters(end - 8) >> read | every_byte('0') << (64 - read), bytes);
-}
-
 } // namespace
 
-bool parse_plain_candump_frame(const char* begin, const char* end, candump_frame& frame) noexcept {
-    const std::size_t id_length = parse_plain_id(begin, static_cast<std::size_t>(end - begin), frame.id);
-    if (id_length == 0) {
-        return false;
-    }
-    begin += id_length;
-    std::size_t limit = 8;
-    frame.flags = 0;
-    if (begin != end && *begin == '#') {
-        if (end - begin < 2 || hex_value(begin[1]) > 15) {
-            return false;
-        }
-        frame.flags = static_cast<std::uint8_t>(hex_value(begin[1]) | can_fd_flag);
-        begin += 2;
-        limit = 64;
-    }
-    const auto digits = static_cast<std::size_t>(end - begin);
-    frame.length = static_cast<std::uint8_t>(digits / 2);
-    return digits % 2 == 0 && digits / 2 <= limit && (digits <= 16 || is_fd_length(digits / 2)) &&
-           decode_plain_data(begin, end, frame.data.data());
+bool is_can_length(std::size_t length) noexcept {
+    constexpr std::array<std::size_t, 7> lengths{12, 16, 20, 24, 32, 48, 64};
+    return length <= 8 || std::find(lengths.begin(), lengths.end(), length) != lengths.end();
 }
 
 bool parse_candump_beginning(candump_cursor& line, std::string_view& time, std::string_view& channel) {

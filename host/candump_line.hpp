@@ -46,9 +46,8 @@ struct candump_cursor {
 // "(seconds.fraction) interface " and the blanks behind it.
 bool parse_candump_beginning(candump_cursor& line, std::string_view& time, std::string_view& channel);
 
-// The same as parse_candump_frame for most lines: a frame whose data fill the line to its end. False, with nothing said
-// of why, for all others. Requires: eight characters can be read before `begin`.
-bool parse_plain_candump_frame(const char* begin, const char* end, candump_frame& frame) noexcept;
+// Whether a frame can have that many bytes of data: up to 8, or a length of CAN FD.
+bool is_can_length(std::size_t length) noexcept;
 
 // "id#data" and what may follow: sets id, flags, length and data.
 bool parse_candump_frame(candump_cursor& line, candump_frame& frame);

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -53,6 +54,7 @@ struct candump_fault {
 using channel_numbers = std::function<std::optional<std::size_t>(std::string_view name)>;
 
 struct candump_cursor;
+class candump_plain_line;
 
 // Thread: one at a time.
 class candump_reader {
@@ -69,6 +71,7 @@ public:
     // For a log that comes in pieces, see read_text. Whoever has the pieces knows which interfaces came before: numbers
     // are asked for once for each name.
     explicit candump_reader(channel_numbers numbers);
+    ~candump_reader();
 
     // Goes on with another piece of the log: whole lines, at most default_block_size bytes. A last line without its end
     // is taken as it is; one that is a whole piece of that size is damaged for its length. Line numbers begin anew.
@@ -93,21 +96,11 @@ public:
     std::uint64_t bytes_read() const noexcept { return bytes_read_; }
 
 private:
-    // A name with the blanks around it, and its first eight characters as a number, to compare by.
-    struct channel_mark {
-        std::string text;
-        std::uint64_t word;
-        std::uint64_t mask;
-        std::size_t number;
-    };
-
-    bool begins_with(const char* text, const char* end, const channel_mark& mark) const noexcept;
     bool next_line();
     bool refill();
     void skip_rest_of_line();
-    bool parse_usual(candump_frame& frame) noexcept;
+    bool next_plain_line(candump_frame& frame) noexcept;
     bool parse(candump_frame& frame);
-    bool parse_known_beginning(candump_frame& frame, std::size_t& length) noexcept;
     bool learn_beginning(candump_cursor& line, std::string_view channel, candump_frame& frame);
     std::optional<std::size_t> number_of(std::string_view channel) const;
 
@@ -128,12 +121,8 @@ private:
     bool line_has_end_ = false;
     candump_fault fault_;
     std::vector<std::string> channels_;
-    // The same, as a line has them behind its time, and the last frame's place among them.
-    std::vector<channel_mark> channel_marks_;
-    std::size_t last_channel_ = 0;
-    // Where the last line had its '.' and ')'; 0 before the first frame.
-    std::size_t time_point_ = 0;
-    std::size_t time_end_ = 0;
+    std::vector<std::size_t> channel_numbers_; // of the same
+    std::unique_ptr<candump_plain_line> plain_;
 };
 
 } // namespace tavi::host

@@ -69,35 +69,19 @@ inline std::size_t count_digits(const char* text, const char* end) noexcept {
     return static_cast<std::size_t>(at - text);
 }
 
-// Whether `count` characters are decimal digits. Requires: eight characters can be read at `text`.
-inline bool all_digits(const char* text, std::size_t count) noexcept {
-    const auto are_digits = [](std::uint64_t word) {
-        return (word & every_byte(0x80)) == 0 && digit_marks(word) == every_byte(0x80);
-    };
-    if (count < 8) {
-        // The characters behind the count are taken for zeros.
-        const std::uint64_t counted = (UINT64_C(1) << (8 * count)) - 1;
-        return are_digits((load_characters(text) & counted) | (every_byte('0') & ~counted));
-    }
-    for (std::size_t at = 0; at + 8 < count; at += 8) {
-        if (!are_digits(load_characters(text + at))) {
-            return false;
-        }
-    }
-    // The last eight, some of them for the second time.
-    return are_digits(load_characters(text + count - 8));
-}
-
-// Four bytes from eight hexadecimal digits, as load_characters gives them; false, with nothing stored, when one of them
-// is none.
-inline bool decode_hex(std::uint64_t word, std::uint8_t* bytes) noexcept {
-    const std::uint64_t lower = word | every_byte(0x20);
+// Bit 7 of each byte that is a hexadecimal digit.
+constexpr std::uint64_t hex_marks(std::uint64_t word) noexcept {
+    const std::uint64_t low = word & every_byte(0x7F);
+    const std::uint64_t lower = low | every_byte(0x20);
     const std::uint64_t letters =
         (lower + every_byte(0x80 - 'a')) & ~(lower + every_byte(0x7F - 'f')) & every_byte(0x80);
-    if ((word & every_byte(0x80)) != 0 || (digit_marks(word) | letters) != every_byte(0x80)) {
-        return false;
-    }
-    const std::uint64_t nibbles = (word & every_byte(0x0F)) + (letters >> 7) * 9;
+    return (digit_marks(low) | letters) & ~word;
+}
+
+// Stores four bytes from eight hexadecimal digits, as load_characters gives them.
+inline void store_hex(std::uint64_t word, std::uint8_t* bytes) noexcept {
+    const std::uint64_t letters = word >> 6 & every_byte(1);
+    const std::uint64_t nibbles = (word & every_byte(0x0F)) + letters * 9;
     std::uint64_t pairs = (nibbles << 4 | nibbles >> 8) & UINT64_C(0x00FF00FF00FF00FF);
     pairs = (pairs | pairs >> 8) & UINT64_C(0x0000FFFF0000FFFF);
     pairs |= pairs >> 16;
@@ -106,11 +90,16 @@ inline bool decode_hex(std::uint64_t word, std::uint8_t* bytes) noexcept {
         value = value << 24 | (value & 0xFF00) << 8 | (value >> 8 & 0xFF00) | value >> 24;
     }
     std::memcpy(bytes, &value, sizeof value);
-    return true;
 }
 
+// Four bytes from eight hexadecimal digits; false, with nothing stored, when one of them is none.
 inline bool decode_hex(const char* text, std::uint8_t* bytes) noexcept {
-    return decode_hex(load_characters(text), bytes);
+    const std::uint64_t word = load_characters(text);
+    if (hex_marks(word) != every_byte(0x80)) {
+        return false;
+    }
+    store_hex(word, bytes);
+    return true;
 }
 
 } // namespace tavi::host

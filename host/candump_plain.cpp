@@ -1,0 +1,166 @@
+#include "host/candump_plain.hpp"
+
+#include <algorithm>
+#include <bit>
+
+#include "host/candump_line.hpp"
+#include "host/hex_text.hpp"
+#include "qorcpp/can_frame.hpp"
+
+namespace tavi::host {
+
+namespace {
+
+constexpr std::uint64_t first_bytes(std::size_t count) noexcept {
+    return count < 8 ? (UINT64_C(1) << (8 * count)) - 1 : UINT64_MAX;
+}
+
+// The length of "id#"; 0 when it is none.
+std::size_t parse_id(const char* text, std::uint32_t& id) noexcept {
+    if (text[3] == '#') {
+        const unsigned digits[] = {hex_value(text[0]), hex_value(text[1]), hex_value(text[2])};
+        id = digits[0] << 8 | digits[1] << 4 | digits[2];
+        return id <= 0x7FF && (digits[1] | digits[2]) < 16 ? 4 : 0;
+    }
+    std::array<std::uint8_t, 4> bytes{};
+    const bool good = text[8] == '#' && decode_hex(text, bytes.data()) && bytes[0] < 0x20;
+    id = static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
+         static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3] | qor::can_extended_bit;
+    return good ? 9 : 0;
+}
+
+// The data up to the first character that is no digit, or to the limit; false for an odd digit.
+bool parse_data(const char*& text, candump_frame& frame, std::size_t limit) noexcept {
+    std::size_t length = 0;
+    std::size_t digits = 8;
+    while (digits == 8 && length < limit) {
+        const std::uint64_t word = load_characters(text);
+        digits = static_cast<std::size_t>(std::countr_zero(~hex_marks(word) & every_byte(0x80))) / 8;
+        const std::uint64_t read = first_bytes(digits);
+        store_hex((word & read) | (every_byte('0') & ~read), frame.data.data() + length);
+        text += digits;
+        length += digits / 2;
+    }
+    frame.length = static_cast<std::uint8_t>(length);
+    return digits % 2 == 0;
+}
+
+// Where the line ends, without its CR; null when something else follows.
+const char* parse_end(const char* text) noexcept {
+    if (text[0] == ' ' && (text[1] == 'R' || text[1] == 'T')) {
+        text += 2;
+    }
+    return text[0] == '\n' || (text[0] == '\r' && text[1] == '\n') ? text : nullptr;
+}
+
+} // namespace
+
+void candump_plain_line::learn_time(std::string_view line, std::string_view time) {
+    const auto first = static_cast<std::size_t>(time.data() - line.data());
+    const std::size_t point = first + time.find('.');
+    const std::size_t size = first + time.size() + 1;
+    if (line.front() != '(' || point > candump_longest_time || size > 8 * words_.size() ||
+        (point == point_ && size == end_ + 1)) {
+        return;
+    }
+    point_ = point;
+    end_ = size - 1;
+    word_count_ = (size + 7) / 8;
+    std::string text(8 * words_.size(), '\0');
+    std::string mask = text;
+    std::string limit = text;
+    for (std::size_t at = 0; at < size; ++at) {
+        const bool is_digit = at != 0 && at != point_ && at != end_;
+        text[at] = is_digit ? '0' : line[at];
+        mask[at] = '\xFF';
+        limit[at] = is_digit ? '\x76' : '\x7F';
+    }
+    for (std::size_t word = 0; word < words_.size(); ++word) {
+        const auto load = [&](const std::string& characters) { return load_characters(characters.data() + 8 * word); };
+        words_[word] = {load(text), load(mask), load(limit)};
+    }
+}
+
+void candump_plain_line::add_channel(std::string_view name, std::size_t number) {
+    channel_mark& mark = channels_.emplace_back();
+    mark.number = number;
+    mark.text.append(1, ' ').append(name).append(1, ' ');
+    mark.mask = first_bytes(mark.text.size());
+    are_words_ = are_words_ && mark.text.size() <= 8;
+    std::string padded = mark.text;
+    padded.resize(8);
+    mark.word = load_characters(padded.data());
+}
+
+const candump_plain_line::channel_mark* candump_plain_line::find_channel(const char* text) const noexcept {
+    const std::uint64_t word = load_characters(text);
+    const channel_mark* found = nullptr;
+    if (are_words_) {
+        // All of them, since which one it is cannot be foreseen.
+        for (const channel_mark& mark : channels_) {
+            found = (word & mark.mask) == mark.word ? &mark : found;
+        }
+        return found;
+    }
+    for (const channel_mark& mark : channels_) {
+        if ((word & mark.mask) == mark.word && std::equal(mark.text.begin(), mark.text.end(), text)) {
+            return &mark;
+        }
+    }
+    return nullptr;
+}
+
+// The length of "(seconds.fraction) interface "; 0 when it is of another shape.
+inline std::size_t candump_plain_line::parse_beginning(const char* text, candump_frame& frame) const noexcept {
+    std::uint64_t others = 0;
+    for (std::size_t at = 0; at < word_count_; ++at) {
+        const word_shape& shape = words_[at];
+        const std::uint64_t difference = (load_characters(text + 8 * at) ^ shape.text) & shape.mask;
+        others |= difference | ((difference & every_byte(0x7F)) + shape.limit);
+    }
+    if ((others & every_byte(0x80)) != 0 || word_count_ == 0) {
+        return 0;
+    }
+    const channel_mark* const channel = find_channel(text + end_ + 1);
+    if (channel == nullptr) {
+        return 0;
+    }
+    std::size_t first = 1 + static_cast<std::size_t>(std::countr_zero(load_characters(text + 1) ^ every_byte('0'))) / 8;
+    first = std::min(first, point_ - 1);
+    while (text[first] == '0' && first + 1 < point_) {
+        ++first;
+    }
+    frame.time = {text + first, end_ - first};
+    frame.channel = channel->number;
+    return end_ + 1 + channel->text.size();
+}
+
+std::size_t candump_plain_line::parse(const char* text, candump_frame& frame) noexcept {
+    const std::size_t beginning = parse_beginning(text, frame);
+    if (beginning == 0) {
+        return 0;
+    }
+    const char* at = text + beginning;
+    const std::size_t id_length = parse_id(at, frame.id);
+    if (id_length == 0) {
+        return 0;
+    }
+    at += id_length;
+    frame.flags = 0;
+    std::size_t limit = 8;
+    if (*at == '#') {
+        if (hex_value(at[1]) > 15) {
+            return 0;
+        }
+        frame.flags = static_cast<std::uint8_t>(hex_value(at[1]) | can_fd_flag);
+        at += 2;
+        limit = 64;
+    }
+    if (!parse_data(at, frame, limit) || (frame.length > 8 && !is_can_length(frame.length))) {
+        return 0;
+    }
+    const char* const end = parse_end(at);
+    return end != nullptr ? static_cast<std::size_t>(end - text) : 0;
+}
+
+} // namespace tavi::host
