@@ -21,7 +21,11 @@ record_plan::record_plan(const xtypes::dynamic_type& type, const node_tree* tree
     compiler.compile();
     rows_ = std::move(compiler.rows());
     names_subscribed_level_ = compiler.names_subscribed_level();
-    compiled_ = std::make_unique<const compiled>(compiled{std::move(compiler.code())});
+    run_from(std::make_unique<const compiled>(compiled{std::move(compiler.code())}));
+}
+
+void record_plan::run_from(std::unique_ptr<const compiled> code) noexcept {
+    compiled_ = std::move(code);
     first_ = compiled_->rows.data();
     end_ = first_ + compiled_->rows.size();
     whole_size_ = compiled_->is_conditional ? std::numeric_limits<std::uint64_t>::max() : whole_size(*compiled_);
@@ -30,6 +34,33 @@ record_plan::record_plan(const xtypes::dynamic_type& type, const node_tree* tree
 record_plan::record_plan(record_plan&&) noexcept = default;
 record_plan& record_plan::operator=(record_plan&&) noexcept = default;
 record_plan::~record_plan() = default;
+
+void record_plan::keep_rows(std::span<const std::uint32_t> wanted) {
+    const plan_code& all = *compiled_;
+    auto kept = std::make_unique<compiled>(compiled{all});
+    kept->rows.clear();
+    kept->segments.clear();
+    kept->is_conditional = false;
+    std::fill(kept->code_of_row.begin(), kept->code_of_row.end(), plan_code::no_row);
+    for (plan_segment segment : all.segments) {
+        const auto first = static_cast<std::uint32_t>(kept->rows.size());
+        for (; segment.first_row != segment.end_row; ++segment.first_row) {
+            const fast_row& row = all.rows[segment.first_row];
+            if (std::binary_search(wanted.begin(), wanted.end(), row.row)) {
+                kept->code_of_row[row.row] = static_cast<std::uint32_t>(kept->rows.size());
+                kept->segment_of_row[row.row] = static_cast<std::uint32_t>(kept->segments.size());
+                kept->rows.push_back(row);
+            }
+        }
+        segment.first_row = first;
+        segment.end_row = static_cast<std::uint32_t>(kept->rows.size());
+        if (segment.end_row != first) {
+            kept->is_conditional = kept->is_conditional || segment.first_condition != segment.end_condition;
+            kept->segments.push_back(segment);
+        }
+    }
+    run_from(std::move(kept));
+}
 
 std::span<const reading> record_plan::read(std::span<const std::uint8_t> record, std::span<reading> out) const {
     const reading_writer start(out.data());
@@ -51,9 +82,11 @@ std::size_t record_plan::read_doubles(std::span<const std::uint8_t> record, std:
 std::optional<reading> record_plan::read_row(std::span<const std::uint8_t> record, std::size_t row) const {
     const plan_code& code = *compiled_;
     const std::uint32_t index = code.code_of_row[row];
+    if (index == plan_code::no_row || record.size() < rows_[row].end) {
+        return std::nullopt;
+    }
     const plan_segment& segment = code.segments[code.segment_of_row[row]];
-    if (index == plan_code::no_row || record.size() < rows_[row].end ||
-        (segment.first_condition != segment.end_condition && !segment_filter(code, record).has(segment))) {
+    if ((segment.first_condition != segment.end_condition && !segment_filter(code, record).has(segment))) {
         return std::nullopt;
     }
     const fast_row& found = code.rows[index];

@@ -90,6 +90,9 @@ public:
 
     static constexpr std::size_t row_limit = 1'000'000;
 
+    // From then on only these rows, given in ascending order, are read; what rows() says of the others stays.
+    void keep_rows(std::span<const std::uint32_t> wanted);
+
     // In the order of the type, array elements in ascending order.
     const std::vector<plan_row>& rows() const noexcept { return rows_; }
 
@@ -124,6 +127,8 @@ public:
 
 private:
     struct compiled;
+
+    void run_from(std::unique_ptr<const compiled> code) noexcept;
 
     // What every record needs stands here, one step away: the rows, and the size from which on a record has all of
     // them without further question.

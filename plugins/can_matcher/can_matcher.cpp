@@ -37,25 +37,20 @@ std::optional<arrived_frame> frame_of(const qor_package_t& package) noexcept {
     return result;
 }
 
-// Where the entry's handle stands in an ascending list, from a place on; the list's size when it does not. The list
-// changes with subscriptions only, so that a handle mostly stands where it stood before. One that is not in it is that
-// of another source, whose own list its place is kept for.
-std::size_t find_handle(std::span<const std::uint64_t> handles, std::size_t from, const index_entry& entry) noexcept {
-    const std::size_t last = entry.target->last_place().get();
-    if (last < handles.size() && handles[last] == entry.handle) {
-        return last;
+// Whether the entry's handle stands in an ascending list, that of its own source. The list changes with subscriptions
+// only, so that a handle mostly stands, or is missing, where it did before.
+// Requires: a list that is not empty.
+bool has_handle(std::span<const std::uint64_t> handles, const index_entry& entry) noexcept {
+    const auto& places = entry.target->last_places();
+    std::size_t place = places.get(handles.front());
+    const bool is_known = place <= handles.size() && (place == 0 || handles[place - 1] < entry.handle) &&
+                          (place == handles.size() || handles[place] >= entry.handle);
+    if (!is_known) {
+        const auto found = std::lower_bound(handles.begin(), handles.end(), entry.handle);
+        place = static_cast<std::size_t>(found - handles.begin());
+        places.set(handles.front(), place);
     }
-    if (from == handles.size() || entry.handle < handles[from] || entry.handle > handles.back()) {
-        return handles.size();
-    }
-    const auto found =
-        std::lower_bound(handles.begin() + static_cast<std::ptrdiff_t>(from), handles.end(), entry.handle);
-    if (found == handles.end() || *found != entry.handle) {
-        return handles.size();
-    }
-    const auto place = static_cast<std::size_t>(found - handles.begin());
-    entry.target->last_place().set(place);
-    return place;
+    return place != handles.size() && handles[place] == entry.handle;
 }
 
 // Two lists of entries as one, ascending by handle.
@@ -149,15 +144,12 @@ public:
             return;
         }
         const std::span list(handles, handle_count);
-        std::size_t from = 0;
         for (auto waiting = waiting_for(*arrived); !waiting.empty();) {
             const index_entry& entry = waiting.take();
-            const std::size_t at = find_handle(list, from, entry);
             // Subscriptions of other sources wait for the same frame.
-            if (at == list.size()) {
+            if (!has_handle(list, entry)) {
                 continue;
             }
-            from = at + 1;
             if (const auto place = entry.target->locate(arrived->frame, lenient)) {
                 outcomes[(*outcome_count)++] = {entry.handle, place->offset, place->size, place->expected_size};
             }

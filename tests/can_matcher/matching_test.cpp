@@ -269,14 +269,12 @@ TEST(CanMatcher, ABatchEqualsTheSingleCalls) {
     for (unsigned round = 0; round < 60; ++round) {
         matcher matcher;
         const std::uint32_t last = 1 + below(round % 3 == 0 ? 4 : 150);
-        std::vector<std::uint64_t> handles;
+        std::vector<std::uint64_t> sources[3];
         for (std::uint64_t handle = 1; handle <= last; ++handle) {
             if (below(8) != 0) {
                 ASSERT_EQ(matcher.register_type(handle, subscription()), succeeded);
             }
-            if (below(4) != 0) {
-                handles.push_back(handle);
-            }
+            sources[std::max(below(5), 2u) - 2].push_back(handle);
         }
         for (int i = 0; i < 100 && !testing::Test::HasFailure(); ++i) {
             if (const std::uint64_t handle = 1 + below(last); i % 10 == 9) {
@@ -287,6 +285,10 @@ TEST(CanMatcher, ABatchEqualsTheSingleCalls) {
             std::generate(data.begin(), data.end(), [&] { return static_cast<std::uint8_t>(below(256)); });
             const std::uint32_t flags = below(20) == 0 ? qor::can_remote_bit : 0;
             const test_package package(ids[below(std::size(ids))] | flags, data, below(2) == 0 ? "can" : "j1939");
+            std::vector<std::uint64_t>& handles = sources[below(3)];
+            if (i % 10 == 0 && !handles.empty()) {
+                handles.erase(handles.begin() + below(static_cast<std::uint32_t>(handles.size())));
+            }
             matched += !matcher.match(handles, package, below(2) == 0).empty();
         }
     }

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 
@@ -91,8 +92,16 @@ bool same(const reading& left, const reading& right) {
 void compare(const dynamic_type& type, random_types& chance) {
     std::vector<leaf> leaves;
     collect(type, 0, leaves);
-    const record_plan plan(type);
+    record_plan plan(type);
     ASSERT_EQ(plan.rows().size(), leaves.size());
+    const std::uint32_t left_out = chance.below(3); // each third or second row is not asked for, or none
+    std::vector<std::uint32_t> kept;
+    for (std::uint32_t row = 0; row < leaves.size(); ++row) {
+        if (left_out == 0 || row % (left_out + 1) != 0) {
+            kept.push_back(row);
+        }
+    }
+    plan.keep_rows(kept);
     std::vector<reading> readings(leaves.size());
     std::vector<double> doubles(leaves.size());
     std::vector<std::uint32_t> rows(leaves.size());
@@ -113,7 +122,8 @@ void compare(const dynamic_type& type, random_types& chance) {
             SCOPED_TRACE(plan.rows()[row].name + " " + leaves[row].type.name());
             const auto alone = plan.read_row(record, row);
             ASSERT_EQ(plan.rows()[row].unreadable.empty(), leaves[row].readable);
-            ASSERT_EQ(alone.has_value(), leaves[row].readable && leaves[row].end <= size);
+            ASSERT_EQ(alone.has_value(), leaves[row].readable && leaves[row].end <= size &&
+                                             std::binary_search(kept.begin(), kept.end(), row));
             if (alone) {
                 const reading expected = expected_reading(leaves[row], padded.data());
                 const auto as_double = leaves[row].decode<double>(padded.data(), type_kind::float64);
@@ -209,6 +219,11 @@ TEST(RecordPlan, PassesOverRowsThatAreNotThere) {
     EXPECT_EQ(texts_of(plan, {4, 5, 7}), (texts{"Mux=4", "D=5"}));
     EXPECT_FALSE(plan.read_row(std::vector<std::uint8_t>{2, 5, 7}, 1));
     EXPECT_TRUE(plan.read_row(std::vector<std::uint8_t>{2, 5, 7}, 3));
+    record_plan few(type, &message);
+    few.keep_rows(std::vector<std::uint32_t>{2, 4});
+    EXPECT_EQ(texts_of(few, {2, 5, 7}), (texts{"B=5", "D=5"}));
+    EXPECT_EQ(texts_of(few, {1, 5, 7}), (texts{"D=5"}));
+    EXPECT_FALSE(few.read_row(std::vector<std::uint8_t>{2, 5, 7}, 3));
     // A record that begins behind the start of its object.
     const test_tree group({{"A", "5:0:8:0:0:Mux=1"}, {"B", "4:0:8:0:0:Mux=1"}});
     EXPECT_EQ(texts_of(record_plan(type, &group, 5), {2, 5, 0}), (texts{"Mux=2", "B=5", "C=5", "D=5"}));

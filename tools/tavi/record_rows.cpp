@@ -43,21 +43,11 @@ std::uint64_t write_record(row_writer& writer, const message_plan& plan, const r
     if (readings.size() < plan.plan.rows().size()) {
         readings.resize(plan.plan.rows().size());
     }
-    std::uint64_t written = 0;
-    if (plan.whole) {
-        for (const host::reading& value : plan.plan.read(record, readings)) {
-            writer.write(rows, plan.plan, value);
-            ++written;
-        }
-    } else {
-        for (const std::uint32_t row : plan.rows) {
-            if (const auto value = plan.plan.read_row(record, row)) {
-                writer.write(rows, plan.plan, *value);
-                ++written;
-            }
-        }
+    const auto present = plan.plan.read(record, readings);
+    for (const host::reading& value : present) {
+        writer.write(rows, plan.plan, value);
     }
-    return written;
+    return present.size();
 }
 
 std::size_t lost_values(const message_plan& plan, std::span<const std::uint8_t> record) {

@@ -173,8 +173,8 @@ std::unique_ptr<message_plan> selection::make_plan(const message& selected, host
     host::node_tree tree = extractor.tree(*selected.node);
     host::record_plan plan(*type, &tree);
     std::vector<std::uint32_t> rows = wanted_rows(selected, plan);
-    const bool whole = rows.size() == plan.rows().size();
-    return std::make_unique<message_plan>(message_plan{std::move(tree), std::move(plan), std::move(rows), whole});
+    plan.keep_rows(rows);
+    return std::make_unique<message_plan>(message_plan{std::move(tree), std::move(plan), std::move(rows)});
 }
 
 } // namespace tavi::tool

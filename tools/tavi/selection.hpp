@@ -21,11 +21,10 @@ namespace tavi::tool {
 // How the records of a message are read; made when its first frame comes.
 struct message_plan {
     host::node_tree tree;
+    // Reads what was asked for.
     host::record_plan plan;
-    // Rows that were asked for, ascending.
+    // Those rows, ascending.
     std::vector<std::uint32_t> rows;
-    // Whether those are all there are.
-    bool whole = false;
 };
 
 // A message of a description, asked for or not.
