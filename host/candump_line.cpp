@@ -16,19 +16,23 @@ constexpr const char* id_hint =
     "3 hexadecimal digits are an 11-bit id (up to 7FF), 8 digits a 29-bit id (up to 1FFFFFFF)";
 constexpr const char* data_hint = "data are pairs of hexadecimal digits; R stands for a remote frame, ## begins CAN FD";
 
+const char* skip_digits(const char* at, const char* end) noexcept {
+    return std::find_if(at, end, [](char character) { return character < '0' || character > '9'; });
+}
+
 bool parse_time(candump_cursor& line, std::string_view& time) {
     line.skip_blanks();
     if (line.done() || *line.at != '(') {
         return line.fail(line.at, "a time in parentheses was expected", candump_line_hint);
     }
     const char* first = ++line.at;
-    line.at += count_digits(line.at, line.end);
+    line.at = skip_digits(line.at, line.end);
     const char* const point = line.at;
     if (point == first || point == line.end || *point != '.') {
         return line.fail(point, point == line.end ? "the line ends inside the time" : "the time is no seconds.fraction",
                          time_hint);
     }
-    line.at += 1 + count_digits(point + 1, line.end);
+    line.at = skip_digits(point + 1, line.end);
     if (line.done()) {
         return line.fail(line.at, "the line ends inside the time", time_hint);
     }
@@ -62,17 +66,19 @@ bool parse_channel(candump_cursor& line, std::string_view& channel) {
     return true;
 }
 
-std::uint32_t big_endian_word(const std::array<std::uint8_t, 4>& bytes) noexcept {
-    return static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
-           static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
+// False when one of the characters is no hexadecimal digit.
+bool read_digits(const char* text, std::size_t count, std::uint32_t& value) noexcept {
+    value = 0;
+    return std::all_of(text, text + count, [&](char character) {
+        value = value << 4 | hex_value(character);
+        return hex_value(character) < 16;
+    });
 }
 
 bool parse_id(candump_cursor& line, std::uint32_t& id) {
     const char* const first = line.at;
     if (line.left() > 8 && first[8] == '#') {
-        std::array<std::uint8_t, 4> bytes{};
-        if (decode_hex(first, bytes.data())) {
-            const std::uint32_t value = big_endian_word(bytes);
+        if (std::uint32_t value = 0; read_digits(first, 8, value)) {
             if ((value & (qor::can_extended_bit | qor::can_remote_bit)) != 0) {
                 return line.fail(first, "the id " + std::string(first, 8) + " has more than 29 bits", id_hint);
             }
@@ -81,9 +87,7 @@ bool parse_id(candump_cursor& line, std::uint32_t& id) {
             return true;
         }
     } else if (line.left() > 3 && first[3] == '#') {
-        const std::uint32_t value =
-            static_cast<std::uint32_t>(hex_value(first[0])) << 8 | hex_value(first[1]) << 4 | hex_value(first[2]);
-        if ((hex_value(first[0]) | hex_value(first[1]) | hex_value(first[2])) < 16) {
+        if (std::uint32_t value = 0; read_digits(first, 3, value)) {
             if (value > 0x7FF) {
                 return line.fail(first, "the id " + std::string(first, 3) + " has more than 11 bits", id_hint);
             }
@@ -108,10 +112,6 @@ bool parse_id(candump_cursor& line, std::uint32_t& id) {
 bool parse_data(candump_cursor& line, candump_frame& frame, std::size_t limit) {
     const char* const first = line.at;
     std::size_t length = 0;
-    while (line.left() >= 8 && length + 4 <= limit && decode_hex(line.at, frame.data.data() + length)) {
-        line.at += 8;
-        length += 4;
-    }
     while (line.left() >= 2 && length < limit) {
         const unsigned high = hex_value(line.at[0]);
         const unsigned low = hex_value(line.at[1]);

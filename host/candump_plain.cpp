@@ -15,34 +15,38 @@ constexpr std::uint64_t first_bytes(std::size_t count) noexcept {
     return count < 8 ? (UINT64_C(1) << (8 * count)) - 1 : UINT64_MAX;
 }
 
+// The place where the next line begins is known only when this one has been taken apart. So lengths come from branches,
+// which processors foresee, and not from what was read: several lines are then under way at once.
+
 // The length of "id#"; 0 when it is none.
 std::size_t parse_id(const char* text, std::uint32_t& id) noexcept {
+    std::array<std::uint8_t, text_block_size / 2> bytes;
+    const std::size_t digits = decode_hex_block(text, bytes.data());
     if (text[3] == '#') {
-        const unsigned digits[] = {hex_value(text[0]), hex_value(text[1]), hex_value(text[2])};
-        id = digits[0] << 8 | digits[1] << 4 | digits[2];
-        return id <= 0x7FF && (digits[1] | digits[2]) < 16 ? 4 : 0;
+        id = static_cast<std::uint32_t>(bytes[0]) << 4 | bytes[1] >> 4;
+        return digits == 3 && id <= 0x7FF ? 4 : 0;
     }
-    std::array<std::uint8_t, 4> bytes{};
-    const bool good = text[8] == '#' && decode_hex(text, bytes.data()) && bytes[0] < 0x20;
     id = static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
          static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3] | qor::can_extended_bit;
-    return good ? 9 : 0;
+    return digits == 8 && text[8] == '#' && bytes[0] < 0x20 ? 9 : 0;
 }
 
 // The data up to the first character that is no digit, or to the limit; false for an odd digit.
 bool parse_data(const char*& text, candump_frame& frame, std::size_t limit) noexcept {
     std::size_t length = 0;
-    std::size_t digits = 8;
-    while (digits == 8 && length < limit) {
-        const std::uint64_t word = load_characters(text);
-        digits = static_cast<std::size_t>(std::countr_zero(~hex_marks(word) & every_byte(0x80))) / 8;
-        const std::uint64_t read = first_bytes(digits);
-        store_hex((word & read) | (every_byte('0') & ~read), frame.data.data() + length);
-        text += digits;
-        length += digits / 2;
+    std::size_t rest = 0;
+    while (length < limit) {
+        const std::size_t digits = decode_hex_block(text, frame.data.data() + length);
+        if (digits != text_block_size) {
+            rest = digits;
+            break;
+        }
+        text += text_block_size;
+        length += text_block_size / 2;
     }
-    frame.length = static_cast<std::uint8_t>(length);
-    return digits % 2 == 0;
+    text += rest;
+    frame.length = static_cast<std::uint8_t>(length + rest / 2);
+    return rest % 2 == 0;
 }
 
 // Where the line ends, without its CR; null when something else follows.
@@ -59,25 +63,20 @@ void candump_plain_line::learn_time(std::string_view line, std::string_view time
     const auto first = static_cast<std::size_t>(time.data() - line.data());
     const std::size_t point = first + time.find('.');
     const std::size_t size = first + time.size() + 1;
-    if (line.front() != '(' || point > candump_longest_time || size > 8 * words_.size() ||
+    if (line.front() != '(' || point > candump_longest_time || size > shape_.size() * text_block_size ||
         (point == point_ && size == end_ + 1)) {
         return;
     }
     point_ = point;
     end_ = size - 1;
-    word_count_ = (size + 7) / 8;
-    std::string text(8 * words_.size(), '\0');
-    std::string mask = text;
-    std::string limit = text;
+    shape_ = {};
     for (std::size_t at = 0; at < size; ++at) {
-        const bool is_digit = at != 0 && at != point_ && at != end_;
-        text[at] = is_digit ? '0' : line[at];
-        mask[at] = '\xFF';
-        limit[at] = is_digit ? '\x76' : '\x7F';
-    }
-    for (std::size_t word = 0; word < words_.size(); ++word) {
-        const auto load = [&](const std::string& characters) { return load_characters(characters.data() + 8 * word); };
-        words_[word] = {load(text), load(mask), load(limit)};
+        const bool is_digit = at != 0 && at != point && at != end_;
+        block_shape& shape = shape_[at / text_block_size];
+        const std::size_t place = at % text_block_size;
+        shape.text[place] = static_cast<std::uint8_t>(is_digit ? '0' : line[at]);
+        shape.mask[place] = 0xFF;
+        shape.limit[place] = is_digit ? 9 : 0;
     }
 }
 
@@ -87,6 +86,7 @@ void candump_plain_line::add_channel(std::string_view name, std::size_t number) 
     mark.text.append(1, ' ').append(name).append(1, ' ');
     mark.mask = first_bytes(mark.text.size());
     are_words_ = are_words_ && mark.text.size() <= 8;
+    channel_length_ = channels_.size() == 1 || channel_length_ == mark.text.size() ? mark.text.size() : 0;
     std::string padded = mark.text;
     padded.resize(8);
     mark.word = load_characters(padded.data());
@@ -112,13 +112,7 @@ const candump_plain_line::channel_mark* candump_plain_line::find_channel(const c
 
 // The length of "(seconds.fraction) interface "; 0 when it is of another shape.
 inline std::size_t candump_plain_line::parse_beginning(const char* text, candump_frame& frame) const noexcept {
-    std::uint64_t others = 0;
-    for (std::size_t at = 0; at < word_count_; ++at) {
-        const word_shape& shape = words_[at];
-        const std::uint64_t difference = (load_characters(text + 8 * at) ^ shape.text) & shape.mask;
-        others |= difference | ((difference & every_byte(0x7F)) + shape.limit);
-    }
-    if ((others & every_byte(0x80)) != 0 || word_count_ == 0) {
+    if (point_ == 0 || !has_shape(text, shape_[0]) || !has_shape(text + text_block_size, shape_[1])) {
         return 0;
     }
     const channel_mark* const channel = find_channel(text + end_ + 1);
@@ -132,7 +126,7 @@ inline std::size_t candump_plain_line::parse_beginning(const char* text, candump
     }
     frame.time = {text + first, end_ - first};
     frame.channel = channel->number;
-    return end_ + 1 + channel->text.size();
+    return end_ + 1 + (channel_length_ != 0 ? channel_length_ : channel->text.size());
 }
 
 std::size_t candump_plain_line::parse(const char* text, candump_frame& frame) noexcept {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/candump_reader.hpp"
+#include "host/text_block.hpp"
 
 namespace tavi::host {
 
@@ -32,13 +33,6 @@ public:
     std::size_t parse(const char* text, candump_frame& frame) noexcept;
 
 private:
-    // Eight characters of the beginning. Differences from `text` are at most 9 where a digit stands, 0 for other
-    // characters, anything outside of `mask`; added to `limit` all others reach bit 7.
-    struct word_shape {
-        std::uint64_t text = 0;
-        std::uint64_t mask = 0;
-        std::uint64_t limit = 0;
-    };
     // A name with the blanks around it, and its first eight characters as a number, to compare by.
     struct channel_mark {
         std::uint64_t word;
@@ -50,12 +44,13 @@ private:
     std::size_t parse_beginning(const char* text, candump_frame& frame) const noexcept;
     const channel_mark* find_channel(const char* text) const noexcept;
 
-    std::array<word_shape, 4> words_{};
-    std::size_t word_count_ = 0; // 0: no time is known
-    std::size_t point_ = 0;
+    // Of the beginning up to the ')'.
+    std::array<block_shape, 2> shape_{};
+    std::size_t point_ = 0; // 0: no time is known
     std::size_t end_ = 0;
     std::vector<channel_mark> channels_;
-    bool are_words_ = true; // no mark has more than eight characters
+    bool are_words_ = true;          // no mark has more than eight characters
+    std::size_t channel_length_ = 0; // of all marks, 0 when they differ
 };
 
 } // namespace tavi::host
