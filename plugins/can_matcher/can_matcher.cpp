@@ -4,6 +4,7 @@
 // groups, and in the format "j1939" all messages with 29-bit ids, are known by their parameter group instead. Remote
 // frames, error frames and payloads that are no frame serve nobody.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -41,16 +42,17 @@ std::optional<arrived_frame> frame_of(const qor_package_t& package) noexcept {
 // only, so that a handle mostly stands, or is missing, where it did before.
 // Requires: a list that is not empty.
 bool has_handle(std::span<const std::uint64_t> handles, const index_entry& entry) noexcept {
-    const auto& places = entry.target->last_places();
-    std::size_t place = places.get(handles.front());
+    std::size_t place = entry.places.get(handles.front());
     const bool is_known = place <= handles.size() && (place == 0 || handles[place - 1] < entry.handle) &&
                           (place == handles.size() || handles[place] >= entry.handle);
     if (!is_known) {
         const auto found = std::lower_bound(handles.begin(), handles.end(), entry.handle);
         place = static_cast<std::size_t>(found - handles.begin());
-        places.set(handles.front(), place);
+        entry.places.set(handles.front(), place);
     }
-    return place != handles.size() && handles[place] == entry.handle;
+    // Behind the end only handles above all others would stand. Nobody foresees of which source a frame is, so that
+    // another comparison here would cost more than this one.
+    return handles[std::min(place, handles.size() - 1)] == entry.handle;
 }
 
 // Two lists of entries as one, ascending by handle.
@@ -145,13 +147,18 @@ public:
         }
         const std::span list(handles, handle_count);
         for (auto waiting = waiting_for(*arrived); !waiting.empty();) {
-            const index_entry& entry = waiting.take();
             // Subscriptions of other sources wait for the same frame.
-            if (!has_handle(list, entry)) {
-                continue;
+            std::array<const index_entry*, 16> asked;
+            std::size_t count = 0;
+            while (!waiting.empty() && count != asked.size()) {
+                const index_entry& entry = waiting.take();
+                asked[count] = &entry;
+                count += has_handle(list, entry) ? 1 : 0;
             }
-            if (const auto place = entry.target->locate(arrived->frame, lenient)) {
-                outcomes[(*outcome_count)++] = {entry.handle, place->offset, place->size, place->expected_size};
+            for (const index_entry* entry : std::span(asked).first(count)) {
+                if (const auto place = entry->target->locate(arrived->frame, lenient)) {
+                    outcomes[(*outcome_count)++] = {entry->handle, place->offset, place->size, place->expected_size};
+                }
             }
         }
     }

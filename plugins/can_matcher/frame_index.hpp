@@ -2,6 +2,9 @@
 #ifndef PLUGINS_CAN_MATCHER_FRAME_INDEX_HPP
 #define PLUGINS_CAN_MATCHER_FRAME_INDEX_HPP
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -10,10 +13,32 @@
 
 namespace qor::can_matcher {
 
+// Where a handle stood in the lists of the last batches, or would have stood: a place to look first, right or wrong. As
+// each source has its own list, there is one for each remainder of the list's first handle.
+// Thread: any number at once, also through const.
+class remembered_places {
+public:
+    remembered_places() = default;
+    remembered_places(const remembered_places&) noexcept {}
+    remembered_places& operator=(const remembered_places&) noexcept { return *this; }
+
+    std::size_t get(std::uint64_t first) const noexcept { return slot(first).load(std::memory_order_relaxed); }
+    void set(std::uint64_t first, std::size_t place) const noexcept {
+        slot(first).store(static_cast<std::uint32_t>(place), std::memory_order_relaxed);
+    }
+
+private:
+    std::atomic<std::uint32_t>& slot(std::uint64_t first) const noexcept { return places_[first % places_.size()]; }
+
+    mutable std::array<std::atomic<std::uint32_t>, 8> places_{};
+};
+
 struct index_entry {
     std::uint64_t handle;
     // Owner: the one who keeps the subscriptions.
     const subscription* target;
+    // Here rather than with the target, which is looked at only when the handle is asked for.
+    remembered_places places;
 };
 
 // Open addressing, a quarter to a half full: a key that nobody waits for costs one look.

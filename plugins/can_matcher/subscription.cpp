@@ -56,7 +56,7 @@ std::optional<extent> subscription::locate(const can_frame_view& frame, bool len
     if (lenient && is_cut && (is_signal_ || (there == 0 && offset_ != 0))) {
         return std::nullopt;
     }
-    if (!presence_.holds(frame.data)) {
+    if (!presence_.conditions().empty() && !presence_.holds(frame.data)) {
         return std::nullopt;
     }
     return extent{can_header_size + offset_, there, lenient ? there : size_};

@@ -2,8 +2,6 @@
 #ifndef PLUGINS_CAN_MATCHER_SUBSCRIPTION_HPP
 #define PLUGINS_CAN_MATCHER_SUBSCRIPTION_HPP
 
-#include <array>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -19,26 +17,6 @@ struct extent {
     std::uint64_t offset;
     std::uint64_t size;
     std::uint64_t expected_size;
-};
-
-// Where a handle stood in the lists of the last batches, or would have stood: a place to look first, right or wrong. As
-// each source has its own list, there is one for each remainder of the list's first handle.
-// Thread: any number at once, also through const.
-class remembered_places {
-public:
-    remembered_places() = default;
-    remembered_places(const remembered_places&) noexcept {}
-    remembered_places& operator=(const remembered_places&) noexcept { return *this; }
-
-    std::size_t get(std::uint64_t first) const noexcept { return slot(first).load(std::memory_order_relaxed); }
-    void set(std::uint64_t first, std::size_t place) const noexcept {
-        slot(first).store(static_cast<std::uint32_t>(place), std::memory_order_relaxed);
-    }
-
-private:
-    std::atomic<std::uint32_t>& slot(std::uint64_t first) const noexcept { return places_[first % places_.size()]; }
-
-    mutable std::array<std::atomic<std::uint32_t>, 8> places_{};
 };
 
 class subscription {
@@ -65,8 +43,6 @@ public:
     // Where its bytes lie in the payload of a frame that fits; nothing when they are not in it.
     std::optional<extent> locate(const can_frame_view& frame, bool lenient) const noexcept;
 
-    const remembered_places& last_places() const noexcept { return last_places_; }
-
 private:
     subscription() = default;
 
@@ -77,7 +53,6 @@ private:
     std::uint64_t offset_ = 0;
     std::uint64_t size_ = 0;
     presence presence_;
-    remembered_places last_places_;
 };
 
 } // namespace qor::can_matcher

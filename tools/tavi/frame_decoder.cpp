@@ -41,6 +41,25 @@ frame_decoder::frame_decoder(const decode_options& options, catalogue& catalogue
       messages_(messages), totals_(totals), name_of_(std::move(name_of)),
       package_(options.j1939 ? qor::j1939_format : qor::can_format) {}
 
+// Most frames of most runs end here: nobody asked for them.
+inline void frame_decoder::decode(const host::candump_reader& reader, const host::candump_frame& frame) {
+    ++totals_.frames;
+    if ((frame.id & (qor::can_remote_bit | qor::can_error_bit)) != 0) {
+        ++((frame.id & qor::can_error_bit) != 0 ? totals_.error_frames : totals_.remote);
+        return;
+    }
+    while (interfaces_.size() <= frame.channel) {
+        add_interface(name_of_(interfaces_.size()));
+    }
+    interface_routes& interface = *interfaces_[frame.channel];
+    const std::uint32_t number = interface.find(frame.id);
+    if (number == interface_routes::not_selected || number == interface_routes::unknown) {
+        ++(number == interface_routes::unknown ? totals_.unknown_ids : totals_.not_selected);
+        return;
+    }
+    decode_wanted(reader, frame, interface, interface[number]);
+}
+
 void frame_decoder::decode_all(host::candump_reader& reader) {
     host::candump_frame frame;
     for (auto outcome = reader.next(frame); outcome != host::candump_reader::outcome::end;
@@ -69,19 +88,8 @@ void frame_decoder::report_damage(const host::candump_reader& reader) {
     }
 }
 
-void frame_decoder::decode(const host::candump_reader& reader, const host::candump_frame& frame) {
-    ++totals_.frames;
-    if ((frame.id & (qor::can_remote_bit | qor::can_error_bit)) != 0) {
-        ++((frame.id & qor::can_error_bit) != 0 ? totals_.error_frames : totals_.remote);
-        return;
-    }
-    interface_routes& interface = routes_of(frame.channel);
-    const std::uint32_t number = interface.find(frame.id);
-    if (number == interface_routes::not_selected || number == interface_routes::unknown) {
-        ++(number == interface_routes::unknown ? totals_.unknown_ids : totals_.not_selected);
-        return;
-    }
-    route& found = interface[number];
+void frame_decoder::decode_wanted(const host::candump_reader& reader, const host::candump_frame& frame,
+                                  interface_routes& interface, route& found) {
     if (!found.ready) {
         prepare(interface, found);
     }
@@ -103,13 +111,6 @@ void frame_decoder::decode(const host::candump_reader& reader, const host::candu
     if (options_.catalogue.strict && totals_.short_frames != short_before) {
         throw command_error("tavi: error: stopped at the first short frame, since the run is strict");
     }
-}
-
-interface_routes& frame_decoder::routes_of(std::size_t channel) {
-    while (interfaces_.size() <= channel) {
-        add_interface(name_of_(interfaces_.size()));
-    }
-    return *interfaces_[channel];
 }
 
 interface_routes& frame_decoder::add_interface(const std::string& name) {

@@ -39,8 +39,9 @@ public:
 
 private:
     void decode(const host::candump_reader& reader, const host::candump_frame& frame);
+    void decode_wanted(const host::candump_reader& reader, const host::candump_frame& frame,
+                       interface_routes& interface, route& found);
     void report_damage(const host::candump_reader& reader);
-    interface_routes& routes_of(std::size_t channel);
     interface_routes& add_interface(const std::string& name);
     void prepare(interface_routes& interface, route& frames);
     void apply_filter(interface_routes& interface);
