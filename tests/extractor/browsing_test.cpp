@@ -12,10 +12,7 @@ class browsing : public extractor_test {
 protected:
     browsing() {
         add_parser("p", {{"dbc"}});
-        for (const auto& node :
-             {view_node(30, "Second"), view_node(31, "Third"), object_node(32, 31, "Thing", 0xFF, 4, 2)}) {
-            host.control.nodes.push_back(in_description(2, node));
-        }
+        host.control.nodes.add("view 30 0 Second; view 31 0 Third; object 32 31 Thing 0xFF 4 2", 2);
         start();
         EXPECT_EQ(register_descriptions(7, 1, "both", {{"two", "dbc", ""}, {"one", "dbc", ""}}), succeeded);
         EXPECT_EQ(register_descriptions(8, 1, "single", {{"one", "dbc", ""}}), succeeded);
@@ -27,7 +24,7 @@ TEST_F(browsing, gives_nodes_as_the_storage_gives_them) {
     EXPECT_EQ(root_nodes(7, 1), "Second Third View "); // all descriptions in order
     EXPECT_EQ(root_nodes("single"), "View ");
     EXPECT_EQ(root_nodes(7, 2), "");
-    EXPECT_EQ(names_of(api.get_node_children, &host.control.nodes[0]), "Object Plain ");
+    EXPECT_EQ(names_of(api.get_node_children, &host.control.nodes.nodes()[0]), "Object Plain ");
     storage().counts_only = true;
     EXPECT_EQ(root_nodes("single"), "<invalid node object state>");
     storage().answers = {{"get_root_nodes/1", reports(QOR_STATUS_FAILURE, "gone")}};
@@ -67,8 +64,7 @@ TEST_F(browsing, passes_the_options_of_a_schema_on) {
 TEST_F(browsing, tolerates_a_layout_fault_only_when_lenient) {
     destroy();
     host.offers_log = true;
-    host.control.nodes = {view_node(1, "View"), object_node(2, 1, "Object", 0, 8), group_node(3, 2, "A", 0, 4),
-                          group_node(5, 2, "A", 4, 4)};
+    host.control.nodes = "view 1 0 View; object 2 1 Object 0 8; group 3 2 A 0 4; group 5 2 A 4 4";
     start();
     ASSERT_EQ(register_descriptions(8, 1, "single", {{"one", "dbc", ""}}), succeeded);
     host.records.clear();
@@ -112,8 +108,7 @@ TEST_F(browsing, sums_the_subscriptions_up_as_a_reader_filter) {
     storage().counts_only = false;
     EXPECT_EQ(call(api.unsubscribe_all, handle), succeeded);
     // Fields of 0 are left out, but source and instance are not.
-    host.control.nodes = {view_node(1, "V"), object_node(2, 1, "O", 0, 4), view_node(3, "W", 0xFFFFFFFF),
-                          object_node(4, 3, "O", 0xABCDEF0123456789, 4)};
+    host.control.nodes = "view 1 0 V; object 2 1 O 0 4; view 3 0 W 0xFFFFFFFF; object 4 3 O 0xABCDEF0123456789 4";
     ASSERT_EQ(register_descriptions(0, 0, "zero", {{"one", "dbc", ""}}), succeeded);
     subscribe("zero.V.O");
     EXPECT_EQ(filter(), "(SourceId = 0 AND Instance = 0)");

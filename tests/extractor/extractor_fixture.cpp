@@ -31,18 +31,6 @@ void copy_text(char* target, std::size_t room, const std::string& text) {
     std::memcpy(target, text.data(), std::min(text.size(), room - 1));
 }
 
-// A catalogue of one description: View(cycle 5) / Object(0x100, 4 x 16) / Group(at 4, 2 x 4) / Signal(at 1, 3 x 1),
-// and View / Plain(0x200, 8) / Byte(at 3).
-std::vector<qor_type_node_t> sample_catalogue() {
-    using namespace fakes;
-    return {view_node(1, "View", 5),
-            object_node(2, 1, "Object", 0x100, 16, 4),
-            group_node(3, 2, "Group", 4, 4, 2),
-            signal_node(4, 3, "Signal", 1, 1, 3),
-            object_node(5, 1, "Plain", 0x200, 8),
-            signal_node(6, 5, "Byte", 3)};
-}
-
 } // namespace
 
 fake_host::fake_host() {
@@ -87,7 +75,8 @@ qor_data_source_t make_source(std::uint16_t id, std::uint32_t instance, const st
 
 extractor_test::extractor_test() : api(copy_extractor(directory.path()).string()) {
     add_plugin("qor_signal_storage", "signal-storage", {});
-    host.control.nodes = sample_catalogue();
+    host.control.nodes = "view 1 0 View 5; object 2 1 Object 0x100 16 4; group 3 2 Group 4 4 2;"
+                         "signal 4 3 Signal 1 1 3; object 5 1 Plain 0x200 8; signal 6 5 Byte 3";
     host.control.description_ids["one"] = 1; // the description to which the sample catalogue belongs
 }
 

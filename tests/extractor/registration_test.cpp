@@ -13,7 +13,8 @@ protected:
     registration() {
         host.offers_log = true;
         host.control.description_ids.clear();
-        host.control.nodes = {view_node(1, "A"), in_description(2, view_node(2, "B")), object_node(3, 1, "O", 0, 8)};
+        host.control.nodes = "view 1 0 A; object 3 1 O 0 8";
+        host.control.nodes.add("view 2 0 B", 2);
         add_parser("p", {{"dbc"}, {"gps-sdl"}, {"reference-camera-sdl"}, {"rt-range-sdl"}, {"arxml", 5}}).context_type =
             1;
         start();

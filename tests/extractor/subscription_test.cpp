@@ -33,11 +33,8 @@ protected:
 };
 
 TEST_F(subscription, takes_position_and_extent_from_every_level) {
-    auto& nodes = host.control.nodes;
-    nodes.insert(nodes.end(),
-                 {group_node(9, 2, "Holder", 12, 2, 2), object_node(10, 9, "Inner", 0x1000, 8, 3),
-                  signal_node(11, 10, "Deep", 2, 2, 4), object_node(20, 1, "Huge", 0xFFFFFFFFFFFFFFF0u, 100000, 100000),
-                  group_node(21, 20, "Far", 0x20, 8, 2)});
+    host.control.nodes.add("group 9 2 Holder 12 2 2; object 10 9 Inner 0x1000 8 3; signal 11 10 Deep 2 2 4;"
+                           "object 20 1 Huge 0xFFFFFFFFFFFFFFF0 100000 100000; group 21 20 Far 0x20 8 2");
     start_with_source();
     const struct {
         std::string path;
@@ -119,7 +116,7 @@ TEST_F(subscription, and_all_around_it_needs_the_slots_of_the_plugins) {
             [&] { return try_subscribe(plain); }, [&] { return try_match(package(0x15, 2, "can", "")); },
             [&] { return try_process(package(0x15, 2, "raw", "")); }, [&] { return unsubscribe(2); },
             [&] {
-                const std::string told = names_of(api.get_node_children, &host.control.nodes[0]);
+                const std::string told = names_of(api.get_node_children, &host.control.nodes.nodes()[0]);
                 return told.starts_with('<') ? failed(told.substr(1, told.size() - 2)) : succeeded;
             }};
         for (const auto& each : calls) {
@@ -157,8 +154,7 @@ TEST_F(subscription, by_number_needs_no_registration_but_a_description) {
 }
 
 TEST_F(subscription, looks_in_one_description_after_the_other) {
-    host.control.nodes.push_back(in_description(2, view_node(30, "Second")));
-    host.control.nodes.push_back(in_description(2, object_node(31, 30, "Thing", 0x40, 4)));
+    host.control.nodes.add("view 30 0 Second; object 31 30 Thing 0x40 4", 2);
     start();
     ASSERT_EQ(register_descriptions(7, 1, "both", {{"one", "dbc", ""}, {"two", "dbc", ""}}), succeeded);
     EXPECT_EQ(subscribe("both.Second.Thing"), 2u);
@@ -177,7 +173,7 @@ TEST_F(subscription, looks_in_one_description_after_the_other) {
 
 TEST_F(subscription, fails_with_the_text_of_what_is_wrong) {
     // A node whose name holds a dot answers a path of more levels than it has.
-    host.control.nodes.push_back(object_node(40, 1, "Dotted.Name", 0, 4));
+    host.control.nodes.add("object 40 1 Dotted.Name 0 4");
     start_with_source();
     const std::pair<std::string, outcome> rows[] = {
         {"engine.View", invalid("1.12: syntax error, unexpected end of expression, expecting .")},

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "qorc/status.h"
-#include "qorc/type_node.h"
+#include "tests/support/nodes_of.hpp"
 
 namespace tavi::fakes {
 
@@ -79,7 +79,7 @@ struct script {
 class control {
 public:
     std::map<std::string, script> scripts;
-    std::vector<qor_type_node_t> nodes;                   // the catalogue; description_id says where a node belongs
+    test::nodes_of nodes;                                 // the catalogue
     std::map<std::string, std::uint64_t> description_ids; // by name of the description; a new name gets the next number
     std::map<std::uint64_t, std::string> signatures;      // others read "signature 7"
     std::atomic<int> instances{0};                        // plug-in instances and description contexts alive
@@ -89,12 +89,12 @@ public:
         trace_.emplace_back(function, library + "." + function + (arguments.empty() ? "" : " ") + arguments);
     }
 
-    // The calls of these functions so far, "library.function arguments" each; then the record starts anew.
+    // The calls of these functions, or of all, so far, "library.function arguments" each; then the record starts anew.
     std::vector<std::string> take(const std::set<std::string>& functions) {
         const std::lock_guard lock(mutex_);
         std::vector<std::string> taken;
         for (const auto& [function, line] : trace_) {
-            if (functions.contains(function)) {
+            if (functions.empty() || functions.contains(function)) {
                 taken.push_back(line);
             }
         }
@@ -106,60 +106,6 @@ private:
     std::mutex mutex_;
     std::vector<std::pair<std::string, std::string>> trace_;
 };
-
-// ---- nodes of description 1; names are literals ---------------------------------------------------------------------
-
-inline qor_type_node_t view_node(std::uint64_t id, const char* name, std::uint32_t cycle = 0) {
-    qor_type_node_t record{};
-    record.id = id;
-    record.kind = QOR_TYPE_NODE_VIEW;
-    record.name = name;
-    record.description_id = 1;
-    record.view.cycle = cycle;
-    return record;
-}
-
-inline qor_type_node_t node(std::uint8_t kind, std::uint64_t id, std::uint64_t parent, const char* name) {
-    qor_type_node_t record = view_node(id, name);
-    record.kind = kind;
-    record.parent_id = parent;
-    return record;
-}
-
-inline qor_type_node_t object_node(std::uint64_t id, std::uint64_t parent, const char* name, std::uint64_t address,
-                                   std::uint32_t size, std::uint32_t count = 1) {
-    qor_type_node_t record = node(QOR_TYPE_NODE_OBJECT, id, parent, name);
-    record.object.address = address;
-    record.object.element_size = size;
-    record.object.element_count = count;
-    return record;
-}
-
-inline qor_type_node_t group_node(std::uint64_t id, std::uint64_t parent, const char* name, std::uint32_t offset,
-                                  std::uint32_t size, std::uint32_t count = 1) {
-    qor_type_node_t record = node(QOR_TYPE_NODE_GROUP, id, parent, name);
-    record.group = {offset, count, size};
-    return record;
-}
-
-// A signal of unsigned bytes.
-inline qor_type_node_t signal_node(std::uint64_t id, std::uint64_t parent, const char* name, std::uint32_t offset,
-                                   std::uint32_t size = 1, std::uint32_t count = 1) {
-    qor_type_node_t record = node(QOR_TYPE_NODE_SIGNAL, id, parent, name);
-    record.signal.offset = offset;
-    record.signal.bit_length = 8;
-    record.signal.element_size = size;
-    record.signal.element_count = count;
-    record.signal.converted_kind = 0x4083;
-    record.signal.numerator_x1 = 1;
-    record.signal.denominator_x0 = 1;
-    return record;
-}
-
-inline qor_type_node_t in_description(std::uint64_t description, qor_type_node_t record) {
-    record.description_id = description;
-    return record;
-}
 
 } // namespace tavi::fakes
 

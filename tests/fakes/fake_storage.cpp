@@ -63,7 +63,7 @@ std::uint32_t create_context(void* context, std::uint8_t type, const void* buffe
 template<typename Test>
 nodes where(const fake_plugin& self, Test test) {
     nodes list;
-    std::copy_if(self.shared.nodes.begin(), self.shared.nodes.end(), std::back_inserter(list), test);
+    std::ranges::copy_if(self.shared.nodes.nodes(), std::back_inserter(list), test);
     return list;
 }
 
@@ -114,7 +114,7 @@ std::uint32_t find_node(void* context, std::uint64_t description, const char* pa
     fake_plugin& self = fake_plugin::of(context);
     const std::string subject = std::to_string(description);
     return self.perform("find_node", subject + " " + path, error, [&]() -> std::uint32_t {
-        for (const qor_type_node_t& node : self.shared.nodes) {
+        for (const qor_type_node_t& node : self.shared.nodes.nodes()) {
             std::string own_path;
             for (const qor_type_node_t& level : path_to(self, node.id)) {
                 own_path += (own_path.empty() ? "" : ".") + std::string(level.name);

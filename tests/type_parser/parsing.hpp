@@ -5,52 +5,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <deque>
-#include <sstream>
-
 #include "introspection/xtypes/array_type.hpp"
 #include "qor_tavi_extractor/src/type_parser/type_parser.hpp"
-#include "tests/fakes/fake_control.hpp"
+#include "tests/support/nodes_of.hpp"
 
 namespace tavi::test {
 
-using namespace fakes;
 using namespace qor::introspection::xtypes;
 using qor::tavi::detail::type_parser;
-
-// Nodes of "object 1 9 O 256 20; signal 2 1 a 4": kind, id and parent, name or '-' for none, then offset, address or
-// cycle (0), size of an element (1) and number of elements (1). Other kinds than the four are numbers.
-class nodes_of {
-public:
-    nodes_of(const char* text) {
-        std::istringstream parts(text);
-        for (std::string part; std::getline(parts, part, ';');) {
-            std::istringstream words(part);
-            std::string kind, name;
-            std::uint64_t id = 0, parent = 0, numbers[] = {0, 1, 1};
-            words >> kind >> id >> parent >> name;
-            for (std::uint64_t read = 0, at = 0; words >> read; ++at) {
-                numbers[at] = read;
-            }
-            const auto place = static_cast<std::uint32_t>(numbers[0]), size = static_cast<std::uint32_t>(numbers[1]),
-                       count = static_cast<std::uint32_t>(numbers[2]);
-            const char* const kept = name == "-" ? nullptr : names_.emplace_back(name).c_str();
-            qor_type_node_t& node = nodes_.emplace_back(signal_node(id, parent, kept, place, size, count));
-            const std::size_t letter = std::string("0vogs").find(kind[0]);
-            node.kind = static_cast<std::uint8_t>(letter != std::string::npos ? letter : kind[0] - '0');
-            node.view.cycle = place;
-            node.object = {numbers[0], 0, count, size, 0};
-            node.group = {place, count, size};
-        }
-    }
-
-    std::vector<qor_type_node_t>& nodes() { return nodes_; }
-    qor_type_node_sequence_t sequence() { return {nodes_.data(), nodes_.size()}; }
-
-private:
-    std::deque<std::string> names_;
-    std::vector<qor_type_node_t> nodes_;
-};
 
 // "G:32{G@0 4*G.G:8{a@0 uint8, b@4 uint8}}": structures with name, size and members at their offsets, arrays with
 // their dimension, signals with the kind that they present.

@@ -87,31 +87,31 @@ TEST(type_parser, some_faults_fail_in_any_mode) {
 
 TEST(type_parser, bounds_the_depth_of_nesting) {
     const auto nested = [](std::uint64_t depth) {
-        std::vector<qor_type_node_t> nodes;
+        nodes_of list;
         for (std::uint64_t level = 0; level <= depth; ++level) {
-            nodes.push_back(group_node(level + 1, level, "g", 0, 4));
+            list.add("group " + std::to_string(level + 1) + ' ' + std::to_string(level) + " g 0 4");
         }
-        return parse({nodes.data(), nodes.size()});
+        return parse(list.sequence());
     };
     const std::string too_deep = "runtime_error: the nodes of 'g' are nested deeper than 256 levels";
     EXPECT_EQ(nested(256).substr(0, 18), "g:4{g@0 g.g:4{g@0 ");
     EXPECT_EQ(nested(257), too_deep);
     // All nodes are their own parents and so below one another.
-    std::vector ring(100'000, group_node(0, 0, "g", 0, 4));
+    nodes_of itself("group 0 0 g 0 4");
+    std::vector ring(100'000, itself.nodes()[0]);
     EXPECT_EQ(parse({ring.data(), ring.size()}), too_deep);
 }
 
 // Work that grew with the square of the members would outlast the test.
 TEST(type_parser, takes_many_members_of_many_and_of_one_name) {
     constexpr std::uint32_t many = 30'000;
-    std::deque<std::string> names;
-    std::vector<qor_type_node_t> nodes = {object_node(1, 9, "O", 0, 4 * many)};
+    nodes_of list("object 1 9 O 0 120000");
     for (std::uint32_t i = 0; i < 2 * many; ++i) {
-        nodes.push_back(i < many ? signal_node(2 + i, 1, names.emplace_back(std::to_string(i)).c_str(), i)
-                                 : group_node(2 + i, 1, "g", i, 1));
+        const std::string number = std::to_string(i), kind = i < many ? "signal " : "group ";
+        list.add(kind + std::to_string(2 + i) + " 1 " + (i < many ? number : "g") + ' ' + number);
     }
     std::uint64_t index = 0;
-    const auto type = type_parser::parse(nullptr, {nodes.data(), nodes.size()}, index, false, nullptr, true);
+    const auto type = type_parser::parse(nullptr, list.sequence(), index, false, nullptr, true);
     ASSERT_EQ(type.members().size(), 2 * many);
     EXPECT_EQ(type.member(2 * many - 1).name, "g_" + std::to_string(many - 1));
 }

@@ -2,14 +2,13 @@
 #include <gtest/gtest.h>
 
 #include "qor_tavi_extractor/src/url/driver.hpp"
-#include "tests/fakes/fake_control.hpp"
+#include "tests/support/nodes_of.hpp"
 #include "tests/support/thrown.hpp"
 
 namespace {
 
 using namespace qor::tavi::detail;
-using namespace tavi::fakes;
-using tavi::test::thrown;
+using namespace tavi::test;
 
 // The index, or the text of the failure.
 std::string evaluated(const filter_expression& filter, const qor_type_node_t& node) {
@@ -39,11 +38,11 @@ TEST(filter_expression, selects_an_element_of_an_array) {
         const bool is_function = std::isalpha(filter[0]) != 0;
         const filter_expression_function function(filter);
         const filter_expression_constant constant(is_function ? 0 : std::stoll(filter));
-        for (const qor_type_node_t& node :
-             {object_node(1, 0, "Node", 0, 8, count), group_node(1, 0, "Node", 0, 8, count),
-              signal_node(1, 0, "Node", 0, 8, count)}) {
+        for (const std::string kind : {"object", "group", "signal"}) {
+            nodes_of list((kind + " 1 0 Node 0 8 " + std::to_string(count)).c_str());
+            const qor_type_node_t& node = list.nodes()[0];
             EXPECT_EQ(is_function ? evaluated(function, node) : evaluated(constant, node), result)
-                << filter << " of " << count << ", kind " << int(node.kind);
+                << filter << " of " << count << ' ' << kind;
         }
     }
 }
@@ -52,17 +51,16 @@ TEST(filter_expression, refuses_views_and_lets_unknown_kinds_pass) {
     const std::string refused = "invalid filter expression, a view type 'V' cannot be used as array type";
     const filter_expression_function first("first"), last("last");
     const filter_expression_constant constant(3);
-    qor_type_node_t other{};
-    other.kind = 9;
+    nodes_of list("view 1 0 V; 9 1 0 other");
     for (const filter_expression* const filter : std::vector<const filter_expression*>{&first, &last, &constant}) {
-        EXPECT_EQ(evaluated(*filter, view_node(1, "V")), refused);
-        EXPECT_EQ(evaluated(*filter, other), filter == &constant ? "3" : "0");
+        EXPECT_EQ(evaluated(*filter, list.nodes()[0]), refused);
+        EXPECT_EQ(evaluated(*filter, list.nodes()[1]), filter == &constant ? "3" : "0");
     }
 }
 
 // Each token of the resolved expression: "name", with "[index]" when it has one.
-std::string resolved(const std::string& expression, std::vector<qor_type_node_t> nodes) {
-    const auto url = driver().parse(expression)->resolve({nodes.data(), nodes.size()});
+std::string resolved(const std::string& expression, nodes_of nodes) {
+    const auto url = driver().parse(expression)->resolve(nodes.sequence());
     std::string text;
     for (std::size_t index = 0; index < url->size(); ++index) {
         const url_token& token = url->token(index);
@@ -72,8 +70,7 @@ std::string resolved(const std::string& expression, std::vector<qor_type_node_t>
 }
 
 TEST(url_context, resolves_each_filter_against_its_own_level) {
-    const std::vector<qor_type_node_t> nodes = {view_node(1, "v"), object_node(2, 1, "x", 0, 8, 4),
-                                                group_node(3, 2, "y", 0, 4, 9), signal_node(4, 3, "z", 0, 1, 1)};
+    const char* const nodes = "view 1 0 v; object 2 1 x 0 8 4; group 3 2 y 0 4 9; signal 4 3 z 0 1 1";
     EXPECT_EQ(resolved("10#2.v.x[1].y[last()].z", nodes), "10#2|v|x[1]|y[8]|z|");
     EXPECT_EQ(resolved("name.v.x[first()]", nodes), "0#0|v|x[0]|");
     EXPECT_EQ(thrown<std::runtime_error>([&] { resolved("a.v.x.y[1].z[0]", nodes); }),
@@ -83,7 +80,7 @@ TEST(url_context, resolves_each_filter_against_its_own_level) {
     EXPECT_EQ(source.source_id(), 4464u);
     EXPECT_EQ(source.instance(), 7u);
     // A token without a node keeps its place without an index.
-    EXPECT_EQ(resolved("a.v.x[1].y[x()].z[2]", {nodes[0], nodes[1]}), "0#0|v|x[1]|y|z|");
+    EXPECT_EQ(resolved("a.v.x[1].y[x()].z[2]", "view 1 0 v; object 2 1 x 0 8 4"), "0#0|v|x[1]|y|z|");
     EXPECT_EQ(driver().parse("a.v.x[1]")->resolve({nullptr, 5})->size(), 3u);
     // A path leaves out the source and the filters.
     EXPECT_EQ(driver().parse("10#2.My View.Group[last()].Signal[3]")->location_path(), "My View.Group.Signal");
