@@ -142,34 +142,27 @@ TEST(walking, visits_each_node_before_its_children) {
     const struct_type type = structure("T", {{"x", number32}, {"a", array, 8}});
     std::uint8_t memory[24] = {};
     std::string seen;
-    const instance_node instance{nullptr, &type, memory, 0, 0, true, nullptr};
-    const auto place = [&](const instance_node& node) { return " @" + std::to_string(node.instance - memory); };
-    type.walk_instance_named(instance, "", [&](const std::string& path, const instance_node& node) {
-        seen += path + ": " + describe(node) + place(node) + "\n";
-    });
-    EXPECT_EQ(seen, ": 0/0! T @0\n.x: 1/0 x uint32_t @0\n.a: 1/1! a array_2_E @8\n.a[0]: 2/0 E @8\n"
-                    ".a[0].b: 3/0! b uint32_t @12\n.a[1]: 2/1! E @16\n.a[1].b: 3/0! b uint32_t @20\n");
-    seen.clear();
-    type.walk_instance(instance, [&](const instance_node& node) { seen += describe(node) + place(node) + "\n"; });
-    EXPECT_EQ(seen, "0/0! T @0\n1/0 x uint32_t @0\n1/1! a array_2_E @8\n2/0 E @8\n3/0! b uint32_t @12\n2/1! E @16\n"
-                    "3/0! b uint32_t @20\n");
-    EXPECT_THROW(type.walk_instance(instance, nullptr), std::bad_function_call);
-
-    const type_node root{nullptr, &type, 0, 0, nullptr, true};
-    seen.clear();
-    type.walk_type_named(root, "top", [&](const std::string& path, const type_node& node) {
-        seen += path + ": " + describe(node) + "\n";
-    });
-    EXPECT_EQ(seen, "top: 0/0! T\ntop.x: 1/0 x uint32_t\ntop.a: 1/1! a array_2_E\n");
-    seen.clear();
-    type.walk_type(root, [&](const type_node& node) { seen += describe(node) + "\n"; });
-    EXPECT_EQ(seen, "0/0! T\n1/0 x uint32_t\n1/1! a array_2_E\n2/0 E\n3/0! b uint32_t\n");
-    seen.clear();
-    const path_visitor note = [&](const type_node& node, const std::string& path) {
-        seen += describe(node) + " '" + path + "'\n";
+    const auto note = [&](const type_node& node, const std::string& path) {
+        seen += path + ":" + describe(node) + "; ";
     };
+    const auto note_instance = [&](const std::string& path, const instance_node& node) {
+        seen += path + ":" + describe(node) + " @" + std::to_string(node.instance - memory) + "; ";
+    };
+    const instance_node instance{nullptr, &type, memory, 0, 0, true, nullptr};
+    const type_node root{nullptr, &type, 0, 0, nullptr, true};
+    type.walk_instance_named(instance, "", note_instance);
+    EXPECT_EQ(std::exchange(seen, ""), ":0/0! T @0; .x:1/0 x uint32_t @0; .a:1/1! a array_2_E @8; .a[0]:2/0 E @8; "
+                                       ".a[0].b:3/0! b uint32_t @12; .a[1]:2/1! E @16; .a[1].b:3/0! b uint32_t @20; ");
+    type.walk_instance(instance, [&](const instance_node& node) { note_instance("", node); });
+    EXPECT_EQ(std::exchange(seen, ""), ":0/0! T @0; :1/0 x uint32_t @0; :1/1! a array_2_E @8; :2/0 E @8; "
+                                       ":3/0! b uint32_t @12; :2/1! E @16; :3/0! b uint32_t @20; ");
+    type.walk_type_named(root, "top", [&](const std::string& path, const type_node& node) { note(node, path); });
+    EXPECT_EQ(std::exchange(seen, ""), "top:0/0! T; top.x:1/0 x uint32_t; top.a:1/1! a array_2_E; ");
+    type.walk_type(root, [&](const type_node& node) { note(node, ""); });
+    EXPECT_EQ(std::exchange(seen, ""), ":0/0! T; :1/0 x uint32_t; :1/1! a array_2_E; :2/0 E; :3/0! b uint32_t; ");
     type.walk_path(root, "a.b", note);
-    EXPECT_EQ(seen, "0/0! T 'a.b'\n1/1! a array_2_E 'b'\n2/0 E 'b'\n3/0! b uint32_t ''\n");
+    EXPECT_EQ(seen, "a.b:0/0! T; b:1/1! a array_2_E; b:2/0 E; :3/0! b uint32_t; ");
+    EXPECT_THROW(type.walk_instance(instance, nullptr), std::bad_function_call);
     EXPECT_EQ(thrown<std::runtime_error>([&] { type.walk_path(root, "a[0].b", note); }),
               "invalid path fragment, 'a[0]' is not member of type 'T'");
 }

@@ -18,80 +18,49 @@ namespace tavi::test {
 
 using namespace qor::introspection::xtypes;
 
-// `destination` holds (bit_length + 7) / 8 bytes. Reads no byte that the walk does not name.
-inline void reference_read_bits(const signal_parameters& signal, std::uint8_t* destination,
-                                const std::uint8_t* source) {
+// Where the walk begins: the order's inconsistency is that a signal of all bits at bit 0 runs from its last byte down.
+inline std::uint64_t first_bit(const signal_parameters& signal) {
+    const std::uint64_t whole = 8 * primitive_size(signal.raw_kind);
+    const bool forward = signal.byte_order != signal_byte_order::inconsistent_big_endian;
+    return !forward && signal.bit_offset == 0 && signal.bit_length == whole ? whole - 8 : signal.bit_offset;
+}
+
+// The low bytes of a raw variable, bit by bit; no bit stands beyond it. Before the first byte all bits are 0, but only
+// within the eight bits that begin in it.
+template<typename Raw>
+Raw reference_raw(const signal_parameters& signal, const std::uint8_t* source) {
     const bool little = signal.byte_order == signal_byte_order::little_endian;
     if (!little && signal.byte_order != signal_byte_order::inconsistent_big_endian) {
         throw std::runtime_error("signal reading for the current byte order is not supported");
     }
-    std::uint64_t offset = signal.bit_offset;
-    std::uint64_t remaining = signal.bit_length;
-    const std::uint64_t size = primitive_size(signal.raw_kind);
-    if (offset == 0 && remaining == 8 * size) {
-        for (std::uint64_t i = 0; i < size; ++i) {
-            destination[i] = source[little ? i : size - 1 - i];
-        }
-        return;
+    const std::uint64_t first_byte = first_bit(signal) / 8;
+    if (!little && signal.bit_length > 8 * (first_byte + 1)) {
+        throw std::runtime_error("invalid bit offset " + std::to_string(signal.bit_offset) +
+                                 ", cannot read the complete signal data");
     }
-    if (remaining == 0) {
-        return;
-    }
-    const unsigned shift = offset % 8;
-    for (std::size_t k = 0;; ++k) {
-        const std::uint64_t index = offset / 8;
-        unsigned byte = source[index] >> shift;
-        if (remaining < 8 - shift) {
-            destination[k] = static_cast<std::uint8_t>(byte & (0xFF >> (8 - remaining)));
-            return;
-        }
-        remaining -= 8 - shift;
-        if (remaining != 0 && (little || index != 0)) {
-            byte = (byte | (source[little ? index + 1 : index - 1] << (8 - shift))) & 0xFF;
-        }
-        if (remaining != 0 && remaining < shift) {
-            destination[k] = static_cast<std::uint8_t>(byte & (0xFF >> (shift - remaining)));
-            return;
-        }
-        remaining -= remaining != 0 ? shift : 0;
-        destination[k] = static_cast<std::uint8_t>(byte);
-        if (remaining == 0) {
-            return;
-        }
-        if (!little && offset < 8) {
-            throw std::runtime_error("invalid bit offset " + std::to_string(signal.bit_offset) +
-                                     ", cannot read the complete signal data");
-        }
-        offset = little ? offset + 8 : offset - 8;
-    }
-}
-
-// The low bytes of a raw variable; no bit stands beyond it.
-template<typename Raw>
-Raw reference_raw(const signal_parameters& signal, const std::uint8_t* source) {
     std::uint8_t bytes[64] = {};
-    reference_read_bits(signal, bytes, source);
+    for (std::uint64_t i = 0; i < signal.bit_length; ++i) {
+        const std::uint64_t bit = signal.bit_offset % 8 + i;
+        if (little || bit / 8 <= first_byte) {
+            const unsigned byte = source[little ? first_byte + bit / 8 : first_byte - bit / 8];
+            bytes[i / 8] |= static_cast<std::uint8_t>((byte >> bit % 8 & 1) << i % 8);
+        }
+    }
     return load<Raw>(bytes);
 }
 
 // Signed raws alone; char is taken as int8_t.
 template<typename Raw>
 Raw reference_sign(const signal_parameters& signal, Raw r) {
-    using bits = std::make_unsigned_t<Raw>;
-    const unsigned unused = 8 * sizeof(Raw) - signal.bit_length;
-    if (signal.bit_length == 0) {
+    const std::uint64_t bits = static_cast<std::make_unsigned_t<Raw>>(r);
+    const std::uint64_t top = signal.bit_length != 0 ? std::uint64_t{1} << (signal.bit_length - 1) : 0;
+    if ((bits & top) == 0) {
         return r;
     }
-    const auto top = static_cast<bits>(bits{1} << (signal.bit_length - 1));
-    const bool negative = (static_cast<bits>(r) & top) != 0;
     if (signal.encoding == signal_encoding::sign_magnitude) {
-        const auto magnitude = static_cast<std::int64_t>(static_cast<bits>(r) & ~std::uint64_t{top});
-        return static_cast<Raw>(negative ? -magnitude : magnitude);
+        return static_cast<Raw>(top - bits);
     }
-    if (signal.encoding == signal_encoding::ones_complement && negative) {
-        r = static_cast<Raw>(static_cast<bits>(static_cast<bits>(r) + 1));
-    }
-    return static_cast<Raw>(static_cast<Raw>(static_cast<bits>(static_cast<bits>(r) << unused)) >> unused);
+    return static_cast<Raw>(bits - 2 * top + (signal.encoding == signal_encoding::ones_complement ? 1 : 0));
 }
 
 // Products and sums in the order that is promised.
@@ -160,10 +129,9 @@ void reference_decode(const signal_parameters& signal, type_kind kind, type_kind
 // Bytes from the start of an instance to the last one that the signal's bits touch, at least one: in a block of that
 // size the address sanitizer stops every read beyond.
 inline std::size_t touched_size(const signal_parameters& signal) {
-    const std::size_t forward = (std::uint64_t{signal.bit_offset} + signal.bit_length + 7) / 8;
-    const bool backward = signal.byte_order == signal_byte_order::inconsistent_big_endian &&
-                          (signal.bit_offset != 0 || signal.bit_length != 8 * primitive_size(signal.raw_kind));
-    return backward ? signal.bit_offset / 8 + std::size_t{1} : std::max<std::size_t>(forward, 1);
+    const bool backward = signal.byte_order == signal_byte_order::inconsistent_big_endian;
+    const std::uint64_t end = first_bit(signal) + (backward ? 1 : signal.bit_length);
+    return std::max<std::size_t>((end + 7) / 8, 1);
 }
 
 inline std::shared_ptr<dynamic_type> make_type(type_kind converted, const signal_parameters& signal) {
@@ -188,16 +156,7 @@ struct outcome {
             failure = error.what();
         }
     }
-
     bool operator==(const outcome&) const = default;
-
-    std::string text() const {
-        std::string text = failure;
-        for (const std::uint8_t byte : buffer) {
-            text += ' ' + std::to_string(byte);
-        }
-        return text;
-    }
 };
 
 // Which NaN comes out of NaN coefficients is the processor's choice.
@@ -208,7 +167,17 @@ void unify_nan(std::uint8_t* value) {
 }
 
 inline std::string difference_of(const std::string& what, const outcome& actual, const outcome& expected) {
-    return actual == expected ? "" : what + ":" + actual.text() + " for" + expected.text();
+    if (actual == expected) {
+        return "";
+    }
+    std::string text = what + ":";
+    for (const outcome* const side : {&actual, &expected}) {
+        text += ' ' + side->failure;
+        for (const std::uint8_t byte : side->buffer) {
+            text += ' ' + std::to_string(byte);
+        }
+    }
+    return text;
 }
 
 // The read of a type made from `signal`, as `kind`; empty if both agree, else what differs.
