@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "tests/host/random_types.hpp"
+#include "tests/introspection/decode_comparison.hpp"
 
 namespace tavi::test {
 namespace {
@@ -21,8 +22,8 @@ using host::value_kind;
 struct leaf {
     const signal_type_base& type;
     std::uint64_t offset;
-    std::uint64_t end = 0; // one behind the last byte of the record that its bits touch
-    bool readable = true;
+    std::uint64_t end; // one behind the last byte of the record that its bits touch
+    bool readable;
 
     template<typename Value>
     Value decode(const std::uint8_t* record, type_kind kind) const {
@@ -30,30 +31,19 @@ struct leaf {
         type.decode(kind, reinterpret_cast<std::uint8_t*>(&value), record + offset);
         return value;
     }
-
-    // Asks the type itself: flips each byte and looks whether the bits change.
-    void find_end() {
-        std::vector<std::uint8_t> instance(160);
-        std::uint8_t before[64] = {};
-        try {
-            type.read_bits(before, instance.data());
-            for (std::size_t i = 0; i < instance.size(); ++i) {
-                std::uint8_t after[64] = {};
-                instance[i] = 0xFF;
-                type.read_bits(after, instance.data());
-                instance[i] = 0;
-                end = std::memcmp(before, after, sizeof before) != 0 ? offset + i + 1 : end;
-            }
-        } catch (const std::runtime_error&) {
-            readable = false;
-        }
-    }
 };
+
+leaf make_leaf(const signal_type_base& type, std::uint64_t offset) {
+    const signal_parameters signal{
+        type.raw_kind(), type.byte_order(), type.bit_offset(), type.bit_length(), {}, {}, "", {}};
+    const std::vector<std::uint8_t> touched(touched_size(signal));
+    const outcome read([&](std::uint8_t* bits) { type.read_bits(bits, touched.data()); });
+    return {type, offset, signal.bit_length != 0 ? offset + touched.size() : 0, read.failure.empty()};
+}
 
 void collect(const dynamic_type& type, std::uint64_t offset, std::vector<leaf>& leaves) {
     if (has_flag(type.kind(), signal_flag)) {
-        leaves.push_back({static_cast<const signal_type_base&>(type), offset});
-        leaves.back().find_end();
+        leaves.push_back(make_leaf(static_cast<const signal_type_base&>(type), offset));
     } else if (type.kind() == type_kind::structure) {
         for (const member_record& member : static_cast<const struct_type&>(type).members()) {
             collect(*member.type, offset + member.offset, leaves);
