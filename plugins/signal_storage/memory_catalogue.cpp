@@ -13,6 +13,11 @@ namespace {
 
 using node_reference = memory_catalogue::node_reference;
 
+// The names that SQLite's own memory file system shares.
+bool is_shared(std::string_view name) noexcept {
+    return name.size() > 1 && (name.front() == '/' || name.front() == '\\');
+}
+
 // Whether the names of the node and those above it make up the path, compared from the last one upwards.
 bool has_path(node_reference place, std::string_view path) {
     for (;;) {
@@ -74,7 +79,7 @@ std::vector<std::uint32_t> walk(node_reference top) {
 } // namespace
 
 memory_catalogue::memory_catalogue(std::unique_ptr<database> connection) : connection_(std::move(connection)) {
-    const bool shared = connection_->name().starts_with('/');
+    const bool shared = is_shared(connection_->name());
     descriptions_ = shared ? memory_descriptions::of_name(connection_->name(), read_only())
                            : std::make_shared<memory_descriptions>();
     if (read_only() && (!shared || descriptions_ == nullptr)) {

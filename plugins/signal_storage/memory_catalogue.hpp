@@ -17,8 +17,8 @@ namespace qor::storage {
 
 class memory_catalogue final : public catalogue {
 public:
-    // Of the connection only name and mode are used. With a name that begins with '/' ("file:/name?vfs=memdb") all
-    // that are open in the process under that name at a time are one catalogue, else each is its own.
+    // Of the connection only name and mode are used. With a name behind a '/' ("file:/name?vfs=memdb") all that are
+    // open in the process under that name at a time are one catalogue, else each is its own.
     // Throws: what fail() throws when there is nothing to read and it may not write.
     explicit memory_catalogue(std::unique_ptr<database> connection);
 
