@@ -83,39 +83,6 @@ TEST(composite_types, operations_reach_all_members_and_elements) {
     EXPECT_EQ(struct_type("E").hash(a), 0u);
 }
 
-TEST(composite_types, copy_from) {
-    const struct_type xy = structure("xy", {{"x", number32}, {"y", number64, 4}, {"z", number32, 12}});
-    const struct_type yx = structure("yx", {{"y", number64}, {"x", number32, 8}});
-    const struct_type one = structure("one", {{"x", number32, 7}});
-    const array_type three(number32, 3);
-    const bytes source = {1, 0, 0, 0, 9, 0, 0, 0, 2, 0, 0, 0};
-    const struct {
-        const dynamic_type& to;
-        const dynamic_type& from;
-        bytes expected; // followed by what was there before
-    } copies[] = {
-        {xy, alias_type("alias", yx), {1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, // by position
-        {one, number64, {1, 0, 0, 0}},                                                   // neither offset counts
-        {array_type(number64, 2), structure("T", {{"a", three}}), {1, 0, 0, 0, 0, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0}},
-        {array_type(number32, 4), array_type(number32, 2), {1, 0, 0, 0, 9, 0, 0, 0}},
-    };
-    for (const auto& row : copies) {
-        bytes result(24, 0xEE);
-        bytes expected = row.expected;
-        expected.resize(24, 0xEE);
-        row.to.copy_from(result.data(), source.data(), row.from);
-        EXPECT_EQ(result, expected) << row.to.name() << " from " << row.from.name();
-    }
-    const auto refusal = [&](const dynamic_type& to, const dynamic_type& from) {
-        return thrown<std::runtime_error>([&] { to.copy_from(nullptr, source.data(), from); });
-    };
-    const std::string text = "cannot copy data from different types: from ";
-    EXPECT_EQ(refusal(xy, number32), text + "'uint32_t' to 'xy'");
-    EXPECT_EQ(refusal(one, array_type(one, 1)), text + "'array_1_one' to 'one'");
-    EXPECT_EQ(refusal(three, number32), text + "'uint32_t' to 'array_3_uint32_t'");
-    EXPECT_EQ(refusal(string_type(100), number32), text + "'uint32_t' to 'std::string_100'");
-}
-
 TEST(array_type, plain_elements_are_one_block) {
     const array_type numbers(number32, 3);
     bytes a = {0, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0};

@@ -36,39 +36,53 @@ TEST(dynamic_type, primitive_operations) {
     EXPECT_THROW(number32.encode(type_kind::uint32, seven.data(), memory.data()), qor::runtime::not_implemented_error);
 }
 
-TEST(dynamic_type, primitives_copy_from_other_kinds) {
-    const std::tuple<type_kind, bytes, std::uint64_t> table[] = {
-        {type_kind::int8, {0xFE}, 0xFFFFFFFFFFFFFFFE},
-        {type_kind::uint8, {0xFE}, 0xFE},
-        {type_kind::char8, {0xFE}, 0xFFFFFFFFFFFFFFFE},
-        {type_kind::boolean, {1}, 1},
-        {type_kind::char16, {0xFE, 0xFF}, 0xFFFE},
-        {type_kind::enumeration, {1, 2, 3, 4}, 0x04030201},
-        {type_kind::float32, {0, 0, 0x20, 0x41}, 10},
-        {type_kind::float64, {0, 0, 0, 0, 0, 0, 0xF8, 0xBF}, 0xFFFFFFFFFFFFFFFF},
-        {type_kind::float128, {0, 0, 0, 0, 0, 0, 0x24, 0x40}, 10},
-        {type_kind{0x600D}, {0xFE}, 0xFFFFFFFFFFFFFFFE}, // read directly, signal or not
-    };
-    for (const auto& [kind, source, expected] : table) {
-        bytes result(8);
-        number64.copy_from(result.data(), source.data(), of_kind(kind));
-        EXPECT_EQ(load<std::uint64_t>(result.data()), expected) << kind_name(kind);
-    }
-}
-
-TEST(dynamic_type, primitives_copy_from_structures_signals_and_aliases) {
+TEST(dynamic_type, copies_from_others) {
     const auto signal = make({.raw = type_kind::int16, .offset = 4, .length = 12, .c = {0, 0.5, 0, 0, 0, 1}});
-    const alias_type alias("alias", alias_type("inner", structure("holder", {{"x", *signal, 4}})));
-    const bytes source = {0x50, 0x00, 0xFF, 0xFF, 0xFF, 0xFF};
-    bytes result(4);
-    number32.copy_from(result.data(), source.data(), alias); // the member's offset is not applied
-    EXPECT_EQ(result, (bytes{2, 0, 0, 0}));
     const struct_type pair = structure("pair", {{"x", *signal}, {"y", *signal}});
-    EXPECT_EQ(thrown<std::runtime_error>([&] { number32.copy_from(result.data(), source.data(), pair); }),
-              "cannot copy data from type 'pair' to type 'uint32_t'");
-    const dynamic_type& unknown = of_kind(type_kind{0x4042});
-    EXPECT_EQ(thrown<std::runtime_error>([&] { number32.copy_from(result.data(), source.data(), unknown); }),
-              "primitive dynamic data of an unknown type: 'uint32_t'");
+    const struct_type xy = structure("xy", {{"x", number32}, {"y", number64, 4}, {"z", number32, 12}});
+    const struct_type yx = structure("yx", {{"y", number64}, {"x", number32, 8}});
+    const struct_type one = structure("one", {{"x", number32, 7}});
+    const array_type three(number32, 3);
+    const bytes numbers = {1, 0, 0, 0, 9, 0, 0, 0, 2, 0, 0, 0};
+    const std::string different = "cannot copy data from different types: from ";
+    const struct { // keeps the types that are made in it alive
+        const dynamic_type& to;
+        const dynamic_type& from;
+        bytes source;
+        std::string result;
+    } table[] = {
+        {number64, of_kind(type_kind::int8), {0xFE}, "fe ff ff ff ff ff ff ff"},
+        {number64, of_kind(type_kind::uint8), {0xFE}, "fe 00 00 00 00 00 00 00"},
+        {number64, of_kind(type_kind::char8), {0xFE}, "fe ff ff ff ff ff ff ff"},
+        {number64, of_kind(type_kind::boolean), {1}, "01 00 00 00 00 00 00 00"},
+        {number64, of_kind(type_kind::char16), {0xFE, 0xFF}, "fe ff 00 00 00 00 00 00"},
+        {number64, of_kind(type_kind::enumeration), {1, 2, 3, 4}, "01 02 03 04 00 00 00 00"},
+        {number64, of_kind(type_kind::float32), {0, 0, 0x20, 0x41}, "0a 00 00 00 00 00 00 00"},
+        {number64, of_kind(type_kind::float64), {0, 0, 0, 0, 0, 0, 0xF8, 0xBF}, "ff ff ff ff ff ff ff ff"},
+        {number64, of_kind(type_kind::float128), {0, 0, 0, 0, 0, 0, 0x24, 0x40}, "0a 00 00 00 00 00 00 00"},
+        // Read directly, signal or not.
+        {number64, of_kind(type_kind{0x600D}), {0xFE}, "fe ff ff ff ff ff ff ff"},
+        {number32, of_kind(type_kind{0x4042}), numbers, "primitive dynamic data of an unknown type: 'uint32_t'"},
+        // The member's offset is not applied.
+        {number32,
+         alias_type("a", alias_type("b", structure("T", {{"x", *signal, 4}}))),
+         {0x50, 0, 0xFF},
+         "02 00 00 00"},
+        {number32, pair, numbers, "cannot copy data from type 'pair' to type 'uint32_t'"},
+        {one, number64, numbers, "01 00 00 00"}, // neither offset counts
+        {one, array_type(one, 1), numbers, different + "'array_1_one' to 'one'"},
+        {xy, alias_type("alias", yx), numbers, "01 00 00 00 02 00 00 00 00 00 00 00 00 00 00 00"}, // by position
+        {xy, number32, numbers, different + "'uint32_t' to 'xy'"},
+        {array_type(number64, 2), structure("T", {{"a", three}}), numbers,
+         "01 00 00 00 00 00 00 00 09 00 00 00 00 00 00 00"},
+        {array_type(number32, 4), array_type(number32, 2), numbers, "01 00 00 00 09 00 00 00"},
+        {three, number32, numbers, different + "'uint32_t' to 'array_3_uint32_t'"},
+        {string_type(100), number32, numbers, different + "'uint32_t' to 'std::string_100'"},
+    };
+    for (const auto& [to, from, source, result] : table) {
+        EXPECT_EQ(written([&](std::uint8_t* place) { to.copy_from(place, source.data(), from); }), result)
+            << to.name() << " from " << kind_name(from.kind());
+    }
 }
 
 TEST(dynamic_type, compatibility) {

@@ -2,6 +2,8 @@
 #ifndef TESTS_INTROSPECTION_TYPE_FIXTURE_HPP
 #define TESTS_INTROSPECTION_TYPE_FIXTURE_HPP
 
+#include <iomanip>
+#include <sstream>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -39,6 +41,29 @@ inline std::shared_ptr<signal_type_base> make(const signal_options& o) {
     const signal_parameters signal{o.raw,    signal_byte_order{o.order}, o.offset, o.length, o.c, {},
                                    o.suffix, signal_encoding{o.encoding}};
     return std::dynamic_pointer_cast<signal_type_base>(make_type(o.converted, signal));
+}
+
+inline std::string text_of(const bytes& buffer) {
+    std::ostringstream text;
+    for (const unsigned byte : buffer) {
+        text << (text.tellp() > 0 ? " " : "") << std::hex << std::setw(2) << std::setfill('0') << byte;
+    }
+    return text.str();
+}
+
+// What `write` makes of a buffer: its bytes up to the last one that changed, or the failure.
+template<typename Write>
+std::string written(Write write, const bytes& before = bytes(24, 0xEE)) {
+    bytes buffer = before;
+    std::string failure;
+    try {
+        write(buffer.data());
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    const auto last = std::mismatch(buffer.rbegin(), buffer.rend(), before.rbegin()).first;
+    buffer.erase(last.base(), buffer.end());
+    return failure + text_of(buffer);
 }
 
 struct placed {
