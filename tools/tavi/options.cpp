@@ -16,6 +16,18 @@ CLI::Validator not_empty() {
             ""};
 }
 
+// "-" is standard output, as it is standard input for LOG: nobody wants a file of that name.
+CLI::Validator written_file(bool may_be_standard) {
+    return {[may_be_standard](std::string& path) -> std::string {
+                if (path.empty() || (path == "-" && !may_be_standard)) {
+                    return path.empty() ? "expected a text, found none" : "expected a file, found standard output";
+                }
+                path = path == "-" ? "" : path;
+                return "";
+            },
+            ""};
+}
+
 CLI::Option& add_storage_option(CLI::App& command, catalogue_options& options, const char* text) {
     return *command.add_option("--storage", options.storage, text)->type_name("URI")->check(not_empty());
 }
@@ -102,9 +114,9 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         ->type_name("PLACE")
         ->check(not_empty())
         ->excludes(&input);
-    command.add_option("-o,--output", options.output, "File to write instead of standard output")
+    command.add_option("-o,--output", options.output, "File to write instead of standard output, which is -")
         ->type_name("FILE")
-        ->check(not_empty());
+        ->transform(written_file(true));
     command
         .add_option("-j,--jobs", options.jobs,
                     "Processors to decode a candump log with (default: all there are); the output is the same")
@@ -113,7 +125,7 @@ void add_decode_options(CLI::App& app, decode_options& options) {
     command.add_flag("--j1939", options.j1939, "Match all 29-bit ids by parameter group number");
     command.add_option("--report", options.report, "File for the account of the run, as one line of JSON")
         ->type_name("FILE")
-        ->check(not_empty());
+        ->transform(written_file(false));
     command.footer(
         "A description with SOURCE= is for the interface of that name only.\n"
         "Exit codes: 0 all decoded, 1 not done, 2 wrong usage, 3 done but something was damaged or skipped,\n"
