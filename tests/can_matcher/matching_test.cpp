@@ -7,6 +7,7 @@
 #include "qorc/extensibility/data_matcher.h"
 #include "qorcpp/can_frame.hpp"
 #include "tests/support/loaded_plugin.hpp"
+#include "tests/support/nodes_of.hpp"
 #include "tests/support/outcome.hpp"
 
 namespace tavi::test {
@@ -53,24 +54,21 @@ private:
 
 class matcher {
 public:
-    outcome register_nodes(std::uint64_t handle, std::vector<qor_type_node_t> nodes, std::uint64_t position,
-                           std::uint64_t extent) {
-        // Kept apart, so that the sanitizer sees a matcher that goes on reading them.
-        const qor_type_node_sequence_t hierarchy{nodes.data(), nodes.size()};
+    // The nodes are gone behind the call, so that the sanitizer sees a matcher that goes on reading them.
+    outcome register_nodes(std::uint64_t handle, nodes_of nodes, std::uint64_t position, std::uint64_t extent) {
+        const auto hierarchy = nodes.sequence();
         return call(support.register_type, plugin.handle(), handle, "{}", &hierarchy, position, extent);
     }
     outcome register_type(std::uint64_t handle, const wanted& what) {
-        std::vector<qor_type_node_t> nodes(what.kind == QOR_TYPE_NODE_OBJECT ? 2 : 3);
-        nodes.back().kind = what.kind;
-        nodes[0].kind = QOR_TYPE_NODE_VIEW;
-        nodes[1].kind = QOR_TYPE_NODE_OBJECT;
+        nodes_of list("view 1 0 V; object 2 1 O; group 3 2 G");
+        auto& nodes = list.nodes();
+        nodes.resize(what.kind == QOR_TYPE_NODE_OBJECT ? 2 : 3);
         nodes[1].object.address = what.address;
         nodes[1].object.flags = what.flags;
+        nodes.back().kind = what.kind;
         const std::string presence = what.presence != nullptr ? what.presence : "";
-        if (what.presence != nullptr) {
-            nodes.back().signal.presence = presence.c_str();
-        }
-        return register_nodes(handle, std::move(nodes), what.address + what.offset, what.extent);
+        nodes.back().signal.presence = what.presence != nullptr ? presence.c_str() : nullptr;
+        return register_nodes(handle, std::move(list), what.address + what.offset, what.extent);
     }
     outcome unregister_type(std::uint64_t handle) { return call(support.unregister_type, plugin.handle(), handle); }
 
@@ -224,18 +222,13 @@ TEST(CanMatcher, KeepsWhatWasAnnouncedUntilItIsWithdrawn) {
 
 TEST(CanMatcher, LeavesOtherKindsOfDescriptionsAlone) {
     matcher matcher;
-    std::vector<qor_type_node_t> nodes(3);
-    nodes[0].kind = QOR_TYPE_NODE_VIEW;
-    nodes[1].kind = nodes[2].kind = QOR_TYPE_NODE_OBJECT;
-    nodes[1].object.address = 5;
-    nodes[2].object.address = 6;
-    EXPECT_EQ(matcher.register_nodes(7, {nodes[0]}, 0, 0), succeeded);
-    EXPECT_EQ(matcher.register_nodes(8, {}, 5, 8), succeeded);
-    EXPECT_EQ(matcher.register_nodes(9, {nodes[1]}, UINT64_MAX, 8), succeeded);
-    EXPECT_EQ(matcher.register_nodes(10, {nodes[1]}, 4, 8), succeeded); // begins before its object
+    EXPECT_EQ(matcher.register_nodes(7, "view 1 0 V", 0, 0), succeeded);
+    EXPECT_EQ(matcher.register_nodes(8, "", 5, 8), succeeded);
+    EXPECT_EQ(matcher.register_nodes(9, "object 1 0 O 5", UINT64_MAX, 8), succeeded);
+    EXPECT_EQ(matcher.register_nodes(10, "object 1 0 O 5", 4, 8), succeeded); // begins before its object
     EXPECT_EQ(matcher.match({7, 8, 9, 10}, test_package(5, eight_bytes), true), "");
     // The last object of a hierarchy is the one that has the address.
-    EXPECT_EQ(matcher.register_nodes(7, nodes, 6, 8), succeeded);
+    EXPECT_EQ(matcher.register_nodes(7, "view 1 0 V; object 2 1 O 5; object 3 2 P 6", 6, 8), succeeded);
     EXPECT_EQ(matcher.match({7}, test_package(6, eight_bytes), false), whole);
 }
 

@@ -1,7 +1,9 @@
 // The plug-in as the extractor drives it: by its tables, once for each handle of a package.
 #include <gmock/gmock.h>
 
+#include <map>
 #include <random>
+#include <sstream>
 
 #include "plugins/nmea_processor/layout.hpp"
 #include "qorc/extensibility/data_processor.h"
@@ -9,6 +11,7 @@
 #include "tests/support/counting_allocator.hpp"
 #include "tests/support/decoded_text.hpp"
 #include "tests/support/loaded_plugin.hpp"
+#include "tests/support/nodes_of.hpp"
 #include "tests/support/outcome.hpp"
 
 namespace nmea_processor {
@@ -29,17 +32,14 @@ protected:
 
     // Whether the plug-in takes it.
     bool subscribe(uint64_t subscription, const object_layout& object, uint64_t position, uint64_t extent) {
-        const std::string view_name(object.view);
-        const std::string object_name(object.name);
-        qor_type_node_t nodes[2]{};
-        nodes[0].kind = QOR_TYPE_NODE_VIEW;
-        nodes[0].name = view_name.c_str();
-        nodes[1].kind = QOR_TYPE_NODE_OBJECT;
-        nodes[1].name = object_name.c_str();
-        nodes[1].object = {object.address, 0, object.element_count, object.element_size, 0};
-        return registered(subscription, {nodes, 2}, position, extent);
+        std::ostringstream nodes;
+        nodes << "view 1 0 " << object.view << "; object 2 1 " << object.name << ' ' << object.address << ' '
+              << object.element_size << ' ' << object.element_count;
+        return subscribe(subscription, nodes.str().c_str(), position, extent);
     }
-    bool registered(uint64_t subscription, qor_type_node_sequence_t hierarchy, uint64_t position, uint64_t extent) {
+    bool subscribe(uint64_t subscription, const char* nodes, uint64_t position, uint64_t extent) {
+        tavi::test::nodes_of list(nodes);
+        const auto hierarchy = list.sequence();
         const auto result =
             call(support.register_type, plugin.handle(), subscription, "{}", &hierarchy, position, extent);
         EXPECT_FALSE(result.code) << result;
@@ -105,23 +105,18 @@ TEST_F(NmeaProcessor, NamesItsPortAndFailsCleanly) {
 }
 
 TEST_F(NmeaProcessor, DeclinesWhatItDoesNotKnow) {
-    object_layout others[] = {position_object, position_object, position_object, position_object};
-    others[0].name = "Place";
-    others[1].view = "NMEA";
-    others[2].address = 0x2001;
-    others[3].element_size = 40;
-    for (const object_layout& object : others) {
-        EXPECT_FALSE(subscribe(2, object, 0, 8)) << object.view << '.' << object.name << object.address;
+    for (const char* const nodes :
+         {"view 1 0 GPS; object 2 1 Place 0x2000 32", "view 1 0 NMEA; object 2 1 Position 0x2000 32",
+          "view 1 0 GPS; object 2 1 Position 0x2001 32", "view 1 0 GPS; object 2 1 Position 0x2000 40",
+          "view 1 0 GPS"}) {
+        EXPECT_FALSE(subscribe(2, nodes, 0, 8)) << nodes;
     }
     for (const auto& [position, extent] :
          {std::pair(uint64_t{0}, uint64_t{33}), {32, 1}, {33, 0}, {0, 0}, {UINT64_MAX, 2}, {2, UINT64_MAX}}) {
         EXPECT_FALSE(subscribe(2, position_object, position, extent)) << position << " " << extent;
     }
-    qor_type_node_t view{};
-    view.kind = QOR_TYPE_NODE_VIEW;
-    EXPECT_FALSE(registered(2, {&view, 1}, 0, 8));
     EXPECT_TRUE(process(2, position_1).empty());
-    EXPECT_TRUE(subscribe(2, position_object, 24, 8));
+    EXPECT_TRUE(subscribe(2, "view 1 0 GPS; object 2 1 Position 0x2000 32", 24, 8));
 }
 
 TEST_F(NmeaProcessor, GivesARecordForEachSentenceThatUpdates) {
@@ -197,23 +192,23 @@ TEST_F(NmeaProcessor, GivesTheSameRecordsHoweverSentencesArePacked) {
         }
         packings[2].back() += sentence;
     }
-    std::vector<std::vector<std::string>> found[3];
+    std::map<std::string_view, std::vector<std::string>> found[3];
     for (size_t packing = 0; packing < std::size(packings); ++packing) {
         begin_anew();
-        found[packing].resize(std::size(objects));
         for (size_t index = 0; index < std::size(objects); ++index) {
             subscribe(2 + index, objects[index], 0, objects[index].size());
         }
         for (const std::string& package : packings[packing]) {
             for (size_t index = 0; index < std::size(objects); ++index) {
                 const auto records = process(2 + index, package);
-                found[packing][index].insert(found[packing][index].end(), records.begin(), records.end());
+                auto& all = found[packing][objects[index].name];
+                all.insert(all.end(), records.begin(), records.end());
             }
         }
     }
     EXPECT_EQ(found[0], found[1]);
     EXPECT_EQ(found[0], found[2]);
-    EXPECT_EQ(found[0].back().size(), 300u);
+    EXPECT_EQ(found[0]["Statistics"].size(), 300u);
 }
 
 } // namespace
