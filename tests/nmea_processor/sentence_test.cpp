@@ -3,10 +3,9 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
-#include <optional>
 #include <sstream>
 
+#include "host/value_text.hpp"
 #include "plugins/nmea_processor/field_reader.hpp"
 #include "tests/nmea_processor/sealed.hpp"
 
@@ -66,73 +65,52 @@ TEST(Sentence, IsTakenApart) {
     }
 }
 
-// What `read` makes of fields with commas between them; nothing when it finds a fault.
+// A table "FIELDS=VALUE FIELDS=VALUE" of what `read` makes of fields with commas between them, with "-" for a fault.
 template<typename Read>
-auto read_fields(std::string_view text, Read read) {
-    std::vector<std::string_view> fields;
-    for (size_t comma = 0; comma != text.npos; text.remove_prefix(comma == text.npos ? 0 : comma + 1)) {
-        comma = text.find(',');
-        fields.push_back(text.substr(0, comma));
+void expect_fields(const std::string& table, Read read) {
+    std::istringstream rows(table);
+    std::string found;
+    for (std::string text, expected; std::getline(rows, text, '=') && std::getline(rows, expected, ' ');) {
+        std::vector<std::string_view> fields;
+        for (size_t begin = 0, end = 0; end != text.npos; begin = end + 1) {
+            end = text.find(',', begin);
+            fields.push_back(std::string_view(text).substr(begin, end - begin));
+        }
+        field_reader reader(fields);
+        const double value = read(reader);
+        found += (found.empty() ? "" : " ") + text + '=' + (reader.good() ? tavi::host::value_text(value) : "-");
     }
-    field_reader reader(fields);
-    const auto value = read(reader);
-    return reader.good() ? std::optional(value) : std::nullopt;
-}
-
-template<typename Read, typename Value>
-void expect_fields(Read read, std::initializer_list<std::pair<const char*, Value>> good, const std::string& bad) {
-    for (const auto& [text, expected] : good) {
-        EXPECT_EQ(read_fields(text, read), std::optional(expected)) << text;
-    }
-    std::istringstream texts(bad);
-    for (std::string text; std::getline(texts, text, ' ');) {
-        EXPECT_EQ(read_fields(text, read), std::nullopt) << text;
-    }
+    EXPECT_EQ(found, table);
 }
 
 TEST(Field, CoordinatesAreTheNearestDoubles) {
-    const auto latitude_of = [](field_reader& reader) { return reader.coordinate(0, 90, "NS"); };
-    expect_fields<decltype(latitude_of), double>(latitude_of,
-                                                 {{"3806.62964,N", 38.110494},
-                                                  {"3806.62964,S", -38.110494},
-                                                  {"9000.0000,N", 90.0},
-                                                  {"0000.00000000001,N", 0.00000000001L / 60},
-                                                  {"4723.28521349999999,N", 47 + 23.28521349999L / 60},
-                                                  {"6,S", -0.1}},
-                                                 "9000.0001,N 3860.0,N 3806.6, 3806.6 3806.6,E -806.6,N 38O6.6,N "
-                                                 "3806,6,N 3806.6.6,N .6,N 123456.7,N 3806.6,NN");
-    EXPECT_TRUE(std::isnan(read_fields("", latitude_of).value()));
-    EXPECT_TRUE(read_fields(",N", latitude_of));
+    expect_fields("3806.62964,N=38.110494 3806.62964,S=-38.110494 9000.0000,N=90 6,S=-0.1 =NaN ,N=NaN "
+                  "0000.00000000001,N=1.6666666666666667e-13 4723.28521349999999,N=47.3880868916665 "
+                  "9000.0001,N=- 3860.0,N=- 3806.6,=- 3806.6=- 3806.6,E=- -806.6,N=- 38O6.6,N=- 3806,6,N=- "
+                  "3806.6.6,N=- .6,N=- 123456.7,N=- 3806.6,NN=-",
+                  [](field_reader& reader) { return reader.coordinate(0, 90, "NS"); });
 }
 
 TEST(Field, NumbersAreDecimalAndWithinTheirBounds) {
-    const auto number = [](field_reader& reader) { return reader.number(0, -100, 100); };
-    expect_fields<decltype(number), double>(number, {{"-29.5", -29.5}, {"+1", 1.0}, {".5", 0.5}, {"007.", 7.0}},
-                                            "nan inf 1e1 0x1 1\t - . 100.1 --1 1.2.3 +-1");
-    const auto integer = [](field_reader& reader) { return reader.integer(0, 99); };
-    expect_fields<decltype(integer), uint32_t>(integer, {{"08", 8}, {"", 0}}, "100 -1 1.0 99999999999 x");
+    expect_fields("-29.5=-29.5 +1=1 .5=0.5 007.=7 nan=- inf=- 1e1=- 0x1=- 1\t=- -=- .=- 100.1=- --1=- 1.2.3=- +-1=-",
+                  [](field_reader& reader) { return reader.number(0, -100, 100); });
+    expect_fields("08=8 =0 100=- -1=- 1.0=- 99999999999=- x=-",
+                  [](field_reader& reader) { return reader.integer(0, 99); });
 }
 
 TEST(Field, TimesAndDatesAreThoseOfACalendar) {
-    const auto time = [](field_reader& reader) {
-        const time_of_day read = reader.time(0);
-        return read.hour * 10000 + read.minute * 100 + read.second;
-    };
-    expect_fields<decltype(time), double>(time, {{"223745.25", 223745.25}, {"235960.9", 235960.9}},
-                                          "240000 236000 235961 22374 2237450 22:37:45 223745.x");
-    EXPECT_TRUE(std::isnan(read_fields("", time).value()));
+    expect_fields("223745.25=223745.25 235960.9=235960.9 =NaN 240000=- 236000=- 235961=- 22374=- 2237450=- 22:37:45=- "
+                  "223745.x=-",
+                  [](field_reader& reader) {
+                      const time_of_day read = reader.time(0);
+                      return read.hour * 10000 + read.minute * 100 + read.second;
+                  });
     const auto number_of = [](const date& read) { return read.year * 10000 + read.month * 100 + read.day; };
-    const auto short_date = [&](field_reader& reader) { return number_of(reader.short_date(0)); };
-    expect_fields<decltype(short_date), int>(short_date,
-                                             {{"110720", 20200711},
-                                              {"290200", 20000229},
-                                              {"311279", 20791231},
-                                              {"060180", 19800106},
-                                              {"", 0},
-                                              {"000000", 0}},
-                                             "290221 001220 011320 11072020 1107_0");
-    const auto long_date = [&](field_reader& reader) { return number_of(reader.long_date(0)); };
-    expect_fields<decltype(long_date), int>(long_date, {{"11,07,2020", 20200711}, {",,", 0}}, "31,11,2020");
+    expect_fields("110720=20200711 290200=20000229 311279=20791231 060180=19800106 =0 000000=0 290221=- 001220=- "
+                  "011320=- 11072020=- 1107_0=-",
+                  [&](field_reader& reader) { return number_of(reader.short_date(0)); });
+    expect_fields("11,07,2020=20200711 ,,=0 31,11,2020=-",
+                  [&](field_reader& reader) { return number_of(reader.long_date(0)); });
 }
 
 } // namespace
