@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "introspection/xtypes/bit_reader.hpp"
 #include "tests/introspection/decode_comparison.hpp"
 
 namespace {
@@ -69,6 +70,8 @@ protected:
         const signal_parameters signal{scalar_of<Raw>().kind,       order, bit_offset, bit_length, coefficients,
                                        conversion_of(coefficients), "",    encoding};
         const std::vector<std::uint8_t> payload = random_payload(touched_size(signal));
+        const bit_reader reader(order, bit_offset, bit_length, 8 * sizeof(Raw), 8 * sizeof(Raw));
+        ASSERT_LE(reader.first_byte() + reader.byte_count(), payload.size()); // nothing stands behind it
         const std::shared_ptr<dynamic_type> type = make_type(converted, signal);
         ASSERT_NE(type, nullptr);
         for (const type_kind kind : kinds) {

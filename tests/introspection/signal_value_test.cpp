@@ -1,7 +1,6 @@
 // Reading and writing values, with numbers worked out by hand; decode_differential_test takes all the others.
 #include <bit>
 
-#include "introspection/xtypes/bit_reader.hpp"
 #include "introspection/xtypes/bit_writer.hpp"
 #include "tests/introspection/type_fixture.hpp"
 
@@ -65,18 +64,6 @@ TEST(decode, worked_examples) {
         const std::shared_ptr<dynamic_type> type = make(options);
         EXPECT_EQ(written([&](std::uint8_t* place) { type->decode(kind, place, source.data()); }), value)
             << type->name() << " as " << kind_name(kind);
-    }
-}
-
-// Order, offset and length, then the first byte and how many.
-TEST(bit_reader, touches_the_bytes_of_the_bits_alone) {
-    const std::uint32_t table[][5] = {{0, 12, 4, 1, 1}, {0, 12, 5, 1, 2},  {0, 7, 64, 0, 9},  {0, 16, 24, 2, 3},
-                                      {0, 3, 50, 0, 7}, {2, 12, 12, 0, 2}, {2, 28, 4, 3, 1},  {2, 0, 64, 0, 8},
-                                      {2, 3, 6, 0, 1},  {2, 67, 62, 0, 9}, {2, 100, 9, 11, 2}};
-    for (const auto& row : table) {
-        const bit_reader reader(static_cast<signal_byte_order>(row[0]), row[1], row[2], 64, 64);
-        EXPECT_EQ(reader.first_byte(), row[3]) << row[1] << " " << row[2];
-        EXPECT_EQ(reader.byte_count(), row[4]) << row[1] << " " << row[2];
     }
 }
 
