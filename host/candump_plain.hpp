@@ -22,9 +22,9 @@ class candump_plain_line {
 public:
     static constexpr std::size_t longest_channel = 254;
 
-    // From a line that was read otherwise, with one blank before the interface and one behind it. `time` stands in it.
+    // From a line that was read otherwise. `time`, without leading zeros, stands in it.
     void learn_time(std::string_view line, std::string_view time);
-    // An interface of that many characters at most.
+    // A name that is new, without blanks, of longest_channel characters at most.
     void add_channel(std::string_view name, std::size_t number);
 
     // A frame whose data, or a letter of direction, end the line. The length of the line without its end; 0, with

@@ -44,6 +44,9 @@ std::string told(std::string_view text, std::size_t piece = SIZE_MAX, std::size_
     return result;
 }
 
+// Behind a line: room enough for the road that lines of a known shape take.
+const std::string blank_lines(600, '\n');
+
 // Time, interface, id, flags, length and data.
 TEST(candump_reader, reads_every_form_of_frame) {
     const std::pair<std::string, std::string> lines[] = {
@@ -66,6 +69,7 @@ TEST(candump_reader, reads_every_form_of_frame) {
     for (const auto& [line, frame] : lines) {
         for (const char* const end : {"", "\n", "\r\n"}) {
             EXPECT_EQ(told(line + end), "1 " + frame + '\n') << line;
+            EXPECT_EQ(told(line + '\n' + line + end + blank_lines), "1 " + frame + "\n2 " + frame + '\n') << line;
         }
     }
 }
@@ -104,23 +108,25 @@ TEST(candump_reader, tells_where_and_why_a_line_is_damaged) {
     for (const auto& [line, expected] : lines) {
         EXPECT_EQ(told(line), std::string("1 ") + expected + '\n') << line;
         EXPECT_EQ(told(line + "\r\n"), std::string("1 ") + expected + '\n') << line;
+        EXPECT_EQ(told("(1.5) can0 064#00\n" + line + blank_lines), "1 1.5 can0 100 0 1 00\n2 " + expected + '\n')
+            << line;
     }
 }
 
 // Lines of a known shape are read on a road of their own: what a line gives must not depend on the line before it.
 TEST(candump_reader, reads_a_line_alike_whatever_came_before) {
-    const auto lines =
-        test::split("(1.5) can0 001#AA|(2.5) can0 001#AA|(0.5) can0 001#AA|(10.5) can0 001#AA|(01.5) can0 001#AA|"
-                    "(1.55) can0 001#AA|(1x5) can0 001#AA|(x.5) can0 001#AA|(1.5] can0 001#AA|(1.5)  can0 001#AA|"
-                    "(1.5) can1 001#AA|(1.5) can01 001#AA|(1.5) c 001#AA| (1.5) can0 001#AA|(1.5) can0\t001#AA|"
-                    "(1.5) can0 \t001#AA|(1.5) canbus0 001#AA|(1.5) canbus 001#AA|(1.5) can0 001|(1.5) can0 800#AA|"
-                    "(1.5)|(123456789.123456) c 001#|(12345678.1) c 001#|(1234567890123.5) c 1#0|"
-                    "(000000000000000001.5) c 001#AA|(999999999999999999.5) c 001#AA|"
-                    "(0999999999999999999.5) c 001#AA|(12345678\xB1.1) c 001#",
-                    '|');
+    const auto lines = test::split(
+        "(1.5) can0 001#AA|(2.5) can0 001#AA|(0.5) can0 001#AA|(10.5) can0 001#AA|(01.5) can0 001#AA|"
+        "(1.55) can0 001#AA|(1x5) can0 001#AA|(:.5) can0 001#AA|(x.5) can0 001#AA|(1.5] can0 001#AA|(1.5)  can0 001#AA|"
+        "(1.5) can1 001#AA|(1.5) can01 001#AA|(1.5) c 001#AA| (1.5) can0 001#AA|(1.5) can0\t001#AA|"
+        "(1.5) can0 \t001#AA|(1.5) canbus0 001#AA|(1.5) canbus 001#AA|(1.5) can0 001|(1.5) can0 800#AA|"
+        "(1.5)|(123456789.123456) c 001#|(12345678.1) c 001#|(1234567890123.5) c 1#0|"
+        "(000000000000000001.5) c 001#AA|(999999999999999999.5) c 001#AA|"
+        "(0999999999999999999.5) c 001#AA|(12345678\xB1.1) c 001#",
+        '|');
     for (const std::string_view before : lines) {
         for (const std::string_view line : lines) {
-            const std::string text = std::string(before) + '\n' + std::string(line) + '\n';
+            const std::string text = std::string(before) + '\n' + std::string(line) + blank_lines;
             EXPECT_EQ(told(text), told(before) + "2 " + told(line).substr(2)) << text;
         }
     }
