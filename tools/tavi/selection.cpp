@@ -96,6 +96,9 @@ selection::selection(catalogue& catalogue, const std::vector<std::string>& patte
 
 void selection::add_view(std::size_t description, const qor_type_node_t& view, std::vector<bool>& used) {
     const auto& objects = nodes_.emplace_back(catalogue_.extractor().children(view));
+    if (objects.empty()) {
+        return; // a pattern that fits nothing but this selects nothing
+    }
     const bool whole = mark_used(host::text_of(view.name), level_counts{1}, used) || patterns_.empty();
     for (const qor_type_node_t& object : objects) {
         message& added = messages_.emplace_back();
