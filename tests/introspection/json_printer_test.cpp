@@ -25,6 +25,10 @@ TEST(json_printer, every_kind_in_compact_text) {
     annotated.add_annotation(applied_annotation(measurement)
                                  .apply_parameter("view", std::string("CAN"))
                                  .apply_parameter("address", ~std::uint64_t{0}));
+    const auto named = [](const std::string& text) {
+        return R"({"kind":"structure","name":")" + text + R"(","size":0,"members":[]})";
+    };
+    const std::string bad = "\xEF\xBF\xBD";
     const std::string number = R"({"kind":"uint32","name":"uint32_t","size":4})";
     const struct { // keeps the types that are made in it alive
         const dynamic_type& type;
@@ -47,6 +51,12 @@ TEST(json_printer, every_kind_in_compact_text) {
         {*odd, R"({"kind":"signal","name":")" + odd->name() +
                    R"(","size":1,"converted":"uint8","raw":"uint8","byte_order":9,"bit_offset":0,"bit_length":8,)"
                    R"("coefficients":[1e+21,"Infinity","-Infinity","NaN",0,1],"encoding":7,"suffix":""})"},
+        // Texts are valid UTF-8.
+        {struct_type("a\"b\\c/"), named(R"(a\"b\\c/)")},
+        {struct_type({"\b\f\n\r\t\x01\x1F\x7F\0", 9}), named(R"(\b\f\n\r\t\u0001\u001f\u007f\u0000)")},
+        {struct_type("\xC2\xB0 \xE2\x82\xAC \xF0\x9F\x9A\x97"), named("\xC2\xB0 \xE2\x82\xAC \xF0\x9F\x9A\x97")},
+        {struct_type("\xC0\xAF"), named(bad + bad)},            // overlong
+        {struct_type("\xE2\x82\""), named(bad + bad + "\\\"")}, // cut short
     };
     for (const auto& [type, text] : table) {
         EXPECT_EQ(json_printer::print(type, false), text);
@@ -71,21 +81,6 @@ TEST(json_printer, indented_text_has_a_line_for_each_value) {
     }
   ]
 })");
-}
-
-TEST(json_printer, texts_are_valid_utf8) {
-    const std::string bad = "\xEF\xBF\xBD";
-    const std::pair<std::string, std::string> table[] = {
-        {"a\"b\\c/", R"(a\"b\\c/)"},
-        {std::string("\b\f\n\r\t\x01\x1F\x7F\0", 9), R"(\b\f\n\r\t\u0001\u001f\u007f\u0000)"},
-        {"\xC2\xB0 \xE2\x82\xAC \xF0\x9F\x9A\x97", "\xC2\xB0 \xE2\x82\xAC \xF0\x9F\x9A\x97"},
-        {"\xC0\xAF", bad + bad},            // overlong
-        {"\xE2\x82\"", bad + bad + "\\\""}, // cut short
-    };
-    for (const auto& [name, text] : table) {
-        EXPECT_EQ(json_printer::print(struct_type(name), false),
-                  R"({"kind":"structure","name":")" + text + R"(","size":0,"members":[]})");
-    }
 }
 
 } // namespace

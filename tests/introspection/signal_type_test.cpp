@@ -10,7 +10,8 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr type_kind u16 = type_kind::uint16;
 
 TEST(signal_type, names_sizes_and_whether_bytes_are_the_value) {
-    const std::string odd = "_1000000000000000000000.000000_-0.000000_0.123457_nan_1.000000_2.000000";
+    const signal_options odd = {.c = {1e21, -0.0, 0.1234567, nan, 1, 2}, .order = 1, .encoding = 1};
+    const std::string odd_numbers = "_1000000000000000000000.000000_-0.000000_0.123457_nan_1.000000_2.000000";
     const std::string identity = "_0.000000_1.000000_0.000000_0.000000_0.000000_1.000000";
     const std::tuple<signal_options, std::uint64_t, bool, std::string> table[] = {
         {{.offset = 12, .length = 4}, 1, false, "uint8_t_uint8_t_le_2c_12_4" + identity},
@@ -23,10 +24,7 @@ TEST(signal_type, names_sizes_and_whether_bytes_are_the_value) {
         {{.converted = u16, .raw = u16, .length = 16}, 2, true, "uint16_t_uint16_t_le_2c_0_16" + identity},
         {{.raw = u16, .length = 16, .order = 2}, 2, false, "uint8_t_uint16_t_ibe_2c_0_16" + identity},
         {{.converted = u16, .raw = u16, .order = 2}, 1, true, "uint16_t_uint16_t_ibe_2c_0_8" + identity},
-        {{.c = {1e21, -0.0, 0.1234567, nan, 1, 2}, .order = 1, .encoding = 1},
-         1,
-         false,
-         "uint8_t_uint8_t_be_sm_0_8" + odd},
+        {odd, 1, false, "uint8_t_uint8_t_be_sm_0_8" + odd_numbers},
     };
     for (const auto& [options, size, plain, name] : table) {
         const auto type = std::dynamic_pointer_cast<signal_type_base>(make(options)->clone());

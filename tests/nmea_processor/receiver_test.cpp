@@ -28,20 +28,19 @@ bool is_updated(const image& values, const byte_range& range) {
 
 // NUMBER/SYSTEM/ELEVATION/AZIMUTH/STRENGTH of each, a blank before it.
 std::string satellites_of(const image& values) {
-    std::string text;
+    std::ostringstream text;
     for (size_t index = 0; index < satellite_capacity; ++index) {
         const size_t element = satellite_object.begin + index * satellite_object.element_size;
         if (index < integer_at(values, satellites_in_view.place, 1)) {
-            const auto elevation = static_cast<int8_t>(integer_at(values, element + elevation_offset, 1));
-            text += ' ' + std::to_string(integer_at(values, element + number_offset, 2)) + '/' +
-                    std::to_string(integer_at(values, element + system_offset, 1)) + '/' + std::to_string(elevation) +
-                    '/' + std::to_string(integer_at(values, element + azimuth_offset, 2)) + '/' +
-                    std::to_string(integer_at(values, element + signal_strength_offset, 1));
+            const auto at = [&](size_t offset, size_t size) { return integer_at(values, element + offset, size); };
+            text << ' ' << at(number_offset, 2) << '/' << at(system_offset, 1) << '/'
+                 << int{static_cast<int8_t>(at(elevation_offset, 1))} << '/' << at(azimuth_offset, 2) << '/'
+                 << at(signal_strength_offset, 1);
         } else if (integer_at(values, element, satellite_object.element_size) != 0) {
-            text += " rest";
+            text << " rest";
         }
     }
-    return text;
+    return text.str();
 }
 
 // The page's line for the last sentence.
