@@ -86,7 +86,7 @@ std::optional<reading> record_plan::read_row(std::span<const std::uint8_t> recor
         return std::nullopt;
     }
     const plan_segment& segment = code.segments[code.segment_of_row[row]];
-    if ((segment.first_condition != segment.end_condition && !segment_filter(code, record).has(segment))) {
+    if (segment.first_condition != segment.end_condition && !segment_filter(code, record).has(segment)) {
         return std::nullopt;
     }
     const fast_row& found = code.rows[index];
