@@ -217,6 +217,15 @@ TEST(MemoryStorage, IsSharedByItsName) {
     }
 }
 
+TEST(MemoryStorage, IsAloneWithoutAName) {
+    for (const char* const uri : {memory_uri, "file:alone?vfs=memdb", "file:/?vfs=memdb"}) {
+        opened_storage first(uri);
+        opened_storage second(uri);
+        enter_car(first);
+        EXPECT_NE(second.try_find(0, "CAN"), succeeded) << uri;
+    }
+}
+
 TEST_P(Storage, ContextsMayOutliveTheirStorage) {
     open_description car = opened_storage(memory_uri).begin("content");
     EXPECT_EQ(enter_car(std::move(car)), 1u);
