@@ -1,4 +1,4 @@
-// Argument checks of every exported function.
+// Argument checks of every exported function, and the protocol by which texts are returned.
 #include "tests/extractor/extractor_fixture.hpp"
 
 namespace tavi::test {
@@ -87,12 +87,31 @@ TEST_F(arguments, that_are_optional_may_be_null) {
     EXPECT_EQ(register_contents(&content, 1), succeeded);
     content.content_size = 3;
     EXPECT_EQ(register_contents(&content, 1), invalid("argument 'content' was not initialized"));
-    // The storage decides what a null node means.
-    EXPECT_EQ(names_of(api.get_node_children, nullptr), "<the null node is not in the fake>");
     qor_service_locator_t* own = nullptr;
     ASSERT_EQ(call(api.get_service_locator, handle, &own), succeeded);
     void* target = nullptr;
     EXPECT_EQ(call(own->resolve, own->context, "x", &target), failed("requested service 'x' not found"));
+}
+
+TEST_F(arguments, for_texts_take_them_with_a_zero_behind_the_size) {
+    add_parser("p", {{"dbc"}});
+    start();
+    ASSERT_EQ(register_descriptions(8, 1, "single", {{"one", "dbc", ""}}), succeeded);
+    const std::string url = "8#1.View.Plain";
+    subscribe(url);
+    const std::size_t needed = url.size() + 1;
+    for (const std::size_t room : {std::size_t{0}, needed - 1, needed, needed + 5}) {
+        const bool fits = room >= needed;
+        std::string buffer(needed + 10, 'x');
+        std::size_t size = room;
+        EXPECT_EQ(call(api.get_url, handle, 2u, buffer.data(), &size), fits ? succeeded : too_small);
+        EXPECT_EQ(size, needed);
+        const std::string written = fits ? url + std::string(2, '\0') : "";
+        EXPECT_EQ(buffer, written + std::string(needed + 10 - written.size(), 'x')) << room;
+        size = room;
+        EXPECT_EQ(call(api.get_url, handle, 2u, nullptr, &size), too_small);
+        EXPECT_EQ(size, needed);
+    }
 }
 
 } // namespace

@@ -24,8 +24,7 @@ public:
     fakes::control control;
     bool offers_log = false;
     qor_log_t log;
-    strings records; // "level message" of each
-    strings places;  // "module function" of each
+    strings records; // "LEVEL FUNCTION: MESSAGE" of each
     bool log_fails = false;
 };
 
@@ -88,45 +87,9 @@ protected:
     outcome register_descriptions(std::uint16_t id, std::uint32_t instance, const std::string& name,
                                   const std::vector<description>& descriptions);
 
-    // ---- subscriptions and texts ----------------------------------------------------------------------------------
+    // ---- subscriptions ----------------------------------------------------------------------------------
     // 0 when it fails, which is a failure of the test.
     std::uint64_t subscribe(const std::string& url);
-    outcome try_subscribe(const std::string& url, bool lenient = false);
-    // The text that `function` gives by the two-call protocol, or the outcome's text in angle brackets.
-    template<typename Function, typename... Arguments>
-    std::string text_of(Function* function, Arguments... arguments) {
-        std::size_t size = 0;
-        const outcome queried = call(function, handle, arguments..., nullptr, &size);
-        if (queried != too_small) {
-            return "<" + queried.text.value_or("no text") + ">";
-        }
-        std::string text(size, 'x');
-        EXPECT_EQ(call(function, handle, arguments..., text.data(), &size), succeeded);
-        return text.substr(0, size - 1);
-    }
-    std::string filter() { return text_of(api.get_reader_filter_expression); }
-    std::string schema(const std::string& url, bool lenient = false) {
-        return text_of(api.get_type_schema_by_url, url.c_str(), lenient, false, false);
-    }
-    // The names of the nodes that `function` gives, a blank behind each, or the outcome's text in angle brackets.
-    template<typename Function, typename Argument>
-    std::string names_of(Function* function, Argument argument) {
-        qor_type_node_sequence_t* nodes = nullptr;
-        const outcome result = call(function, handle, argument, &nodes);
-        std::string text = result == succeeded ? "" : "<" + result.text.value_or("no text") + ">";
-        for (std::uint64_t i = 0; nodes != nullptr && i < nodes->count; ++i) {
-            text += std::string(nodes->nodes[i].name) + " ";
-        }
-        qor_type_node_sequence_destroy(qor_get_default_allocator(), nodes, nullptr);
-        return text;
-    }
-    std::string root_nodes(std::uint16_t id, std::uint32_t instance) {
-        const qor_data_source_t source = make_source(id, instance, "any name");
-        return names_of(api.get_root_nodes, &source);
-    }
-    std::string root_nodes(const std::string& name) {
-        return names_of(api.get_root_nodes_by_source_name, name.c_str());
-    }
 
     // ---- packages; what comes back stands in `handles` and `records` too ------------------------------------------
     outcome try_match(const package& unit, bool strict = false);

@@ -1,0 +1,302 @@
+// What host, extractor and plug-ins say to one another: the console blocks of the pages in conversations/ are
+// performed, each by an extractor of its own beside fake plug-ins, and have to read as they stand there.
+//
+//      $ VERB WORD...      what the host or the test does; more of it behind " ; ", blanks inside of '...'
+//      $$ VERB WORD...     the same, nothing told of it; must not fail
+//      = RESULT            what the host gets
+//      ! STATUS: TEXT      how the call failed
+//        WHO.FUNCTION ...  the calls that reach plug-ins by then, without those that only ask what a plug-in offers
+//        (LEVEL WHERE: MESSAGE)  what is logged
+#include <fstream>
+#include <functional>
+#include <iomanip>
+#include <span>
+
+#include "tests/extractor/extractor_fixture.hpp"
+
+namespace tavi::test {
+namespace {
+
+using status_word = std::pair<std::string, std::uint32_t>;
+const status_word statuses[] = {{"ok", QOR_STATUS_OK},
+                                {"failure", QOR_STATUS_FAILURE},
+                                {"invalid", QOR_STATUS_INVALID_ARGUMENT},
+                                {"timed_out", QOR_STATUS_TIMED_OUT},
+                                {"exists", QOR_STATUS_FILE_EXISTS},
+                                {"information", QOR_STATUS_INFORMATION}};
+
+// "A, B".
+template<typename List, typename Text>
+std::string joined(const List& list, Text text) {
+    std::string all;
+    for (const auto& each : list) {
+        all += (all.empty() ? "" : ", ") + text(each);
+    }
+    return all;
+}
+
+std::string shown(const outcome& result, const std::optional<std::string>& given = {}) {
+    if (result == succeeded) {
+        return given ? '=' + (given->empty() ? "" : ' ' + *given) + '\n' : "";
+    }
+    EXPECT_EQ(result.status, result.code);
+    return "! " + std::ranges::find(statuses, result.status, &status_word::second)->first + ": " +
+           result.text.value_or("(null)") + '\n';
+}
+
+class conversation : public extractor_test {
+public:
+    // What a line of the page makes everybody say.
+    std::string perform(const std::string& line) {
+        std::string told;
+        for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + 3) {
+            end = line.find(" ; ", begin);
+            words_ = std::istringstream(line.substr(begin, end - begin));
+            words_ >> std::setbase(0);
+            told += verbs_.at(word())();
+            EXPECT_EQ(word(), "") << line;
+        }
+        for (const std::string& call : take(calls_shown_)) {
+            told += "  " + call + '\n';
+        }
+        for (const std::string& record : std::exchange(host.records, {})) {
+            told += "  (" + record + ")\n";
+        }
+        return told;
+    }
+
+private:
+    void TestBody() override {}
+
+    std::string word() {
+        std::string next;
+        words_ >> std::quoted(next, '\'');
+        return next;
+    }
+    strings words() {
+        strings all;
+        while (!(words_ >> std::ws).eof()) {
+            all.push_back(word());
+        }
+        return all;
+    }
+    std::uint64_t number() {
+        std::uint64_t next = 0;
+        words_ >> next;
+        return next;
+    }
+    // "ID#INSTANCE NAME"
+    qor_data_source_t source() {
+        const auto id = static_cast<std::uint16_t>(number());
+        words_.ignore();
+        const auto instance = static_cast<std::uint32_t>(number());
+        return make_source(id, instance, word());
+    }
+    // "ID#INSTANCE FORMAT PAYLOAD"
+    package unit() {
+        const qor_data_source_t from = source();
+        return {from.source_id, from.instance, from.name, word()};
+    }
+    fakes::script& plugin() { return extractor_test::plugin(word()); }
+
+    // The text that `function` gives by the two-call protocol.
+    template<typename Function, typename... Arguments>
+    std::string text_of(Function* function, Arguments... arguments) {
+        std::size_t size = 0;
+        const outcome asked = call(function, handle, arguments..., nullptr, &size);
+        if (asked != too_small) {
+            return shown(asked);
+        }
+        std::string text(size, 'x');
+        const outcome given = call(function, handle, arguments..., text.data(), &size);
+        return shown(given, text.substr(0, size - 1));
+    }
+    template<typename Function, typename Argument>
+    std::string names_of(Function* function, Argument argument) {
+        qor_type_node_sequence_t* nodes = nullptr;
+        const outcome result = call(function, handle, argument, &nodes);
+        const std::span list(nodes != nullptr ? nodes->nodes : nullptr, nodes != nullptr ? nodes->count : 0);
+        const std::string names = joined(list, [](const auto& node) { return std::string(node.name); });
+        qor_type_node_sequence_destroy(qor_get_default_allocator(), nodes, nullptr);
+        return shown(result, names);
+    }
+    std::string registered(const outcome& result) { return shown(result, joined(signatures, std::identity())); }
+
+    void add_plugin() {
+        const std::string name = word(), kind = word();
+        formats served;
+        for (const std::string& given : words()) { // "FORMAT:SOURCE:CLASS"
+            std::istringstream parts(given);
+            std::getline(parts, served.emplace_back().word, ':') >> std::setbase(0) >> served.back().source;
+            parts.ignore() >> served.back().source_class;
+        }
+        extractor_test::add_plugin(name, "data-" + kind, served);
+    }
+    void answer() {
+        auto& answers = plugin().answers;
+        const std::string function = word(), how = word(), text = word();
+        answers.erase(function);
+        if (how == "throws") {
+            answers[function] = fakes::throws_unknown();
+        } else if (how != "works") {
+            const std::uint32_t status = std::ranges::find(statuses, how, &status_word::first)->second;
+            answers[function] = text.empty()
+                                    ? fakes::returns(status)
+                                    : fakes::reports(status, text == "null" ? std::nullopt : std::optional(text));
+        }
+    }
+    std::string register_descriptions() {
+        const qor_data_source_t given = source();
+        std::vector<description> descriptions;
+        for (const std::string& each : words()) { // "NAME:TYPE:CONTENT"
+            std::istringstream parts(each);
+            auto& [name, type, content] = descriptions.emplace_back();
+            std::getline(std::getline(std::getline(parts, name, ':'), type, ':'), content);
+        }
+        return registered(
+            extractor_test::register_descriptions(given.source_id, given.instance, given.name, descriptions));
+    }
+    std::string register_stored() {
+        const qor_data_source_t given = source();
+        const strings all = words();
+        std::vector<const char*> list;
+        for (const std::string& each : all) {
+            list.push_back(each != "null" ? each.c_str() : nullptr);
+        }
+        return shown(call(api.register_source_from_signal_storage, handle, given.source_id, given.instance, given.name,
+                          list.data(), list.size()));
+    }
+    std::string has_processor() {
+        bool result = false;
+        const outcome asked = call(api.has_data_processor, handle, unit().get(), &result);
+        return shown(asked, result ? "yes" : "no");
+    }
+
+    std::istringstream words_;
+    std::set<std::string> calls_shown_ = {"open",
+                                          "create",
+                                          "destroy",
+                                          "create_context",
+                                          "parse_buffer",
+                                          "commit",
+                                          "context_destroy",
+                                          "bind",
+                                          "checkpoint",
+                                          "register_type",
+                                          "unregister_type",
+                                          "get_signature",
+                                          "match",
+                                          "process",
+                                          "find_node",
+                                          "get_description_id",
+                                          "get_data_descriptions"};
+    const std::map<std::string, std::function<std::string()>> verbs_ = {
+        {"plugin", [this] { return add_plugin(), ""; }},
+        {"answer", [this] { return answer(), ""; }},
+        {"missing",
+         [this] {
+             auto& who = plugin();
+             const strings what = words();
+             return who.missing = {what.begin(), what.end()}, "";
+         }},
+        {"gives_counts_only", [this] { return plugin().counts_only = true, ""; }},
+        {"gives_all", [this] { return plugin().counts_only = false, ""; }},
+        {"context_type_is_1", [this] { return plugin().context_type = 1, ""; }},
+        {"brings",
+         [this] {
+             auto& who = plugin();
+             return who.descriptions = words(), "";
+         }},
+        {"matches",
+         [this] {
+             return plugin().match = {{2, {true}}, {3, {true}}}, "";
+         }},
+        {"catalogue",
+         [this] {
+             host.control.description_ids.clear();
+             return host.control.nodes = word().c_str(), "";
+         }},
+        {"nodes", [this] { return host.control.nodes.add(word()), ""; }},
+        {"nodes_of_two", [this] { return host.control.nodes.add(word(), 2), ""; }},
+        {"log", [this] { return host.offers_log = true, host.log_fails = word() == "fails", ""; }},
+        {"show", [this] { return calls_shown_.insert(word()), ""; }},
+        {"start", [this] { return shown(create()); }},
+        {"end", [this] { return destroy(), ""; }},
+        {"register", [this] { return register_descriptions(); }},
+        {"register_plain",
+         [this] {
+             const qor_data_source_t given = source();
+             return registered(register_source(given.source_id, given.instance, given.name, word() == "sanitized"));
+         }},
+        {"register_stored", [this] { return register_stored(); }},
+        {"unregister_sources", [this] { return shown(call(api.unregister_sources, handle)); }},
+        {"checkpoint", [this] { return shown(call(api.checkpoint_signal_storage, handle)); }},
+        {"subscribe",
+         [this] {
+             const std::string url = word();
+             std::uint64_t subscription = 0;
+             const outcome result = call(api.subscribe, handle, url.c_str(), word() == "lenient", &subscription);
+             return shown(result, std::to_string(subscription));
+         }},
+        {"unsubscribe", [this] { return shown(call(api.unsubscribe, handle, number())); }},
+        {"unsubscribe_all", [this] { return shown(call(api.unsubscribe_all, handle)); }},
+        {"count",
+         [this] {
+             std::size_t count = 99;
+             const outcome asked = call(api.get_subscription_count, handle, &count);
+             return shown(asked, std::to_string(count));
+         }},
+        {"url", [this] { return text_of(api.get_url, number()); }},
+        {"schema",
+         [this] {
+             const std::string url = word(), how = word();
+             return text_of(api.get_type_schema_by_url, url.c_str(), how == "lenient", how == "annotated",
+                            how == "indented");
+         }},
+        {"schema_of", [this] { return text_of(api.get_type_schema_by_subscription, number()); }},
+        {"filter", [this] { return text_of(api.get_reader_filter_expression); }},
+        {"roots",
+         [this] {
+             const qor_data_source_t given = source();
+             return names_of(api.get_root_nodes, &given);
+         }},
+        {"roots_by_name", [this] { return names_of(api.get_root_nodes_by_source_name, word().c_str()); }},
+        {"children_of_view", [this] { return names_of(api.get_node_children, host.control.nodes.nodes().data()); }},
+        {"children_of_null", [this] { return names_of(api.get_node_children, nullptr); }},
+        {"has_processor", [this] { return has_processor(); }},
+        {"match",
+         [this] {
+             const outcome result = try_match(unit());
+             return shown(result, joined(handles, [](std::uint64_t each) { return std::to_string(each); }));
+         }},
+        {"process", [this] { return shown(try_process(unit())); }},
+    };
+};
+
+class conversations : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(conversations, go_as_the_page_shows) {
+    std::ifstream page(std::string(TAVI_SOURCE_DIR) + "/tests/extractor/conversations/" + GetParam() + ".md");
+    std::string written, told;
+    std::unique_ptr<conversation> block;
+    for (std::string line; std::getline(page, line);) {
+        written += line + '\n';
+        if (line.starts_with("```")) {
+            block = block == nullptr ? std::make_unique<conversation>() : nullptr;
+        }
+        if (line.starts_with("$$ ")) {
+            EXPECT_EQ(block->perform(line.substr(3)).find('!'), std::string::npos) << line;
+        }
+        if (block == nullptr || line.starts_with("```") || line.starts_with("$")) {
+            told += line + '\n' + (line.starts_with("$ ") ? block->perform(line.substr(2)) : "");
+        }
+    }
+    EXPECT_FALSE(written.empty());
+    EXPECT_EQ(told, written);
+}
+
+INSTANTIATE_TEST_SUITE_P(pages, conversations,
+                         ::testing::Values("browsing", "processors", "registration", "subscriptions"));
+
+} // namespace
+} // namespace tavi::test
