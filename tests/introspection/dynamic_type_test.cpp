@@ -70,6 +70,7 @@ TEST(dynamic_type, copies_from_others) {
          "02 00 00 00"},
         {number32, pair, numbers, "cannot copy data from type 'pair' to type 'uint32_t'"},
         {one, number64, numbers, "01 00 00 00"}, // neither offset counts
+        {one, structure("T", {{"x", number32, 4}}), numbers, "01 00 00 00"},
         {one, array_type(one, 1), numbers, different + "'array_1_one' to 'one'"},
         {xy, alias_type("alias", yx), numbers, "01 00 00 00 02 00 00 00 00 00 00 00 00 00 00 00"}, // by position
         {xy, number32, numbers, different + "'uint32_t' to 'xy'"},
