@@ -80,9 +80,10 @@ TEST(dynamic_type, copies_from_others) {
         {three, number32, numbers, different + "'uint32_t' to 'array_3_uint32_t'"},
         {string_type(100), number32, numbers, different + "'uint32_t' to 'std::string_100'"},
     };
-    for (const auto& [to, from, source, result] : table) {
-        EXPECT_EQ(written([&](std::uint8_t* place) { to.copy_from(place, source.data(), from); }), result)
-            << to.name() << " from " << kind_name(from.kind());
+    for (const auto& row : table) {
+        EXPECT_EQ(written([&](std::uint8_t* place) { row.to.copy_from(place, row.source.data(), row.from); }),
+                  row.result)
+            << row.to.name() << " from " << kind_name(row.from.kind());
     }
 }
 

@@ -62,7 +62,8 @@ TEST(decode, worked_examples) {
     };
     for (const auto& [options, source, kind, value] : table) {
         const std::shared_ptr<dynamic_type> type = make(options);
-        EXPECT_EQ(written([&](std::uint8_t* place) { type->decode(kind, place, source.data()); }), value)
+        EXPECT_EQ(written([&, kind = kind, from = source.data()](auto* place) { type->decode(kind, place, from); }),
+                  value)
             << type->name() << " as " << kind_name(kind);
     }
 }
@@ -101,7 +102,9 @@ TEST(encode, writes_whole_bytes_of_the_raw_value) {
     first[0] = 0x40;
     for (const auto& [options, kind, given, result] : table) {
         const std::shared_ptr<dynamic_type> type = make(options);
-        EXPECT_EQ(written([&](std::uint8_t* place) { type->encode(kind, given.data(), place); }, first), result)
+        EXPECT_EQ(
+            written([&, kind = kind, from = given.data()](auto* place) { type->encode(kind, from, place); }, first),
+            result)
             << type->name() << " from " << kind_name(kind);
     }
     std::uint64_t word = 0;
