@@ -46,6 +46,12 @@ std::string shown(const outcome& result, const std::optional<std::string>& given
 
 class conversation : public extractor_test {
 public:
+    conversation() {
+        words_.str("open create destroy create_context parse_buffer commit context_destroy bind get_data_descriptions "
+                   "register_type unregister_type match process find_node get_signature get_description_id checkpoint");
+        calls_shown_ = words<std::set<std::string>>();
+    }
+
     // What a line of the page makes everybody say.
     std::string perform(const std::string& line) {
         std::string told;
@@ -73,10 +79,11 @@ private:
         words_ >> std::quoted(next, '\'');
         return next;
     }
-    strings words() {
-        strings all;
+    template<typename List = strings>
+    List words() {
+        List all;
         while (!(words_ >> std::ws).eof()) {
-            all.push_back(word());
+            all.insert(all.end(), word());
         }
         return all;
     }
@@ -98,6 +105,11 @@ private:
         return {from.source_id, from.instance, from.name, word()};
     }
     fakes::script& plugin() { return extractor_test::plugin(word()); }
+    template<typename List>
+    std::string script_words(List fakes::script::*part) {
+        fakes::script& who = plugin();
+        return who.*part = words<List>(), "";
+    }
 
     // The text that `function` gives by the two-call protocol.
     template<typename Function, typename... Arguments>
@@ -173,49 +185,17 @@ private:
     }
 
     std::istringstream words_;
-    std::set<std::string> calls_shown_ = {"open",
-                                          "create",
-                                          "destroy",
-                                          "create_context",
-                                          "parse_buffer",
-                                          "commit",
-                                          "context_destroy",
-                                          "bind",
-                                          "checkpoint",
-                                          "register_type",
-                                          "unregister_type",
-                                          "get_signature",
-                                          "match",
-                                          "process",
-                                          "find_node",
-                                          "get_description_id",
-                                          "get_data_descriptions"};
+    std::set<std::string> calls_shown_;
     const std::map<std::string, std::function<std::string()>> verbs_ = {
         {"plugin", [this] { return add_plugin(), ""; }},
         {"answer", [this] { return answer(), ""; }},
-        {"missing",
-         [this] {
-             auto& who = plugin();
-             const strings what = words();
-             return who.missing = {what.begin(), what.end()}, "";
-         }},
+        {"missing", [this] { return script_words(&fakes::script::missing); }},
         {"gives_counts_only", [this] { return plugin().counts_only = true, ""; }},
         {"gives_all", [this] { return plugin().counts_only = false, ""; }},
         {"context_type_is_1", [this] { return plugin().context_type = 1, ""; }},
-        {"brings",
-         [this] {
-             auto& who = plugin();
-             return who.descriptions = words(), "";
-         }},
-        {"matches",
-         [this] {
-             return plugin().match = {{2, {true}}, {3, {true}}}, "";
-         }},
-        {"catalogue",
-         [this] {
-             host.control.description_ids.clear();
-             return host.control.nodes = word().c_str(), "";
-         }},
+        {"brings", [this] { return script_words(&fakes::script::descriptions); }},
+        {"matches", [this] { return plugin().match[number()].matched = true, ""; }},
+        {"catalogue", [this] { return host.control.nodes = word().c_str(), host.control.description_ids = {}, ""; }},
         {"nodes", [this] { return host.control.nodes.add(word()), ""; }},
         {"nodes_of_two", [this] { return host.control.nodes.add(word(), 2), ""; }},
         {"log", [this] { return host.offers_log = true, host.log_fails = word() == "fails", ""; }},
@@ -255,11 +235,7 @@ private:
          }},
         {"schema_of", [this] { return text_of(api.get_type_schema_by_subscription, number()); }},
         {"filter", [this] { return text_of(api.get_reader_filter_expression); }},
-        {"roots",
-         [this] {
-             const qor_data_source_t given = source();
-             return names_of(api.get_root_nodes, &given);
-         }},
+        {"roots", [this] { return names_of(api.get_root_nodes, std::make_unique<qor_data_source_t>(source()).get()); }},
         {"roots_by_name", [this] { return names_of(api.get_root_nodes_by_source_name, word().c_str()); }},
         {"children_of_view", [this] { return names_of(api.get_node_children, host.control.nodes.nodes().data()); }},
         {"children_of_null", [this] { return names_of(api.get_node_children, nullptr); }},
