@@ -150,12 +150,20 @@ private:
         answers.erase(function);
         if (how == "throws") {
             answers[function] = fakes::throws_unknown();
+        } else if (how == "informs") {
+            answers[function] = {.code = QOR_STATUS_INFORMATION, .text = text};
         } else if (how != "works") {
             const std::uint32_t status = std::ranges::find(statuses, how, &status_word::first)->second;
             answers[function] = text.empty()
                                     ? fakes::returns(status)
                                     : fakes::reports(status, text == "null" ? std::nullopt : std::optional(text));
         }
+    }
+    // "URI FLAGS", or nothing.
+    std::string start() {
+        const strings how = words();
+        return shown(how.empty() ? create()
+                                 : create(how.at(0).c_str(), static_cast<std::uint32_t>(std::stoul(how.at(1)))));
     }
     std::string register_descriptions() {
         const qor_data_source_t given = source();
@@ -200,7 +208,7 @@ private:
         {"nodes_of_two", [this] { return host.control.nodes.add(word(), 2), ""; }},
         {"log", [this] { return host.offers_log = true, host.log_fails = word() == "fails", ""; }},
         {"show", [this] { return calls_shown_.insert(word()), ""; }},
-        {"start", [this] { return shown(create()); }},
+        {"start", [this] { return start(); }},
         {"end", [this] { return destroy(), ""; }},
         {"register", [this] { return register_descriptions(); }},
         {"register_plain",
@@ -272,7 +280,7 @@ TEST_P(conversations, go_as_the_page_shows) {
 }
 
 INSTANTIATE_TEST_SUITE_P(pages, conversations,
-                         ::testing::Values("browsing", "processors", "registration", "subscriptions"));
+                         ::testing::Values("browsing", "processors", "registration", "start", "subscriptions"));
 
 } // namespace
 } // namespace tavi::test
