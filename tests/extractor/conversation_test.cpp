@@ -123,6 +123,15 @@ private:
         const outcome given = call(function, handle, arguments..., text.data(), &size);
         return shown(given, text.substr(0, size - 1));
     }
+    // What `function` stores behind its last argument.
+    template<typename Result, typename Function, typename... Arguments>
+    std::string stored(Function* function, Arguments... arguments) {
+        Result result{};
+        const outcome asked = call(function, handle, arguments..., &result);
+        std::ostringstream text;
+        text << std::boolalpha << result;
+        return shown(asked, text.str());
+    }
     template<typename Function, typename Argument>
     std::string names_of(Function* function, Argument argument) {
         qor_type_node_sequence_t* nodes = nullptr;
@@ -186,12 +195,6 @@ private:
         return shown(call(api.register_source_from_signal_storage, handle, given.source_id, given.instance, given.name,
                           list.data(), list.size()));
     }
-    std::string has_processor() {
-        bool result = false;
-        const outcome asked = call(api.has_data_processor, handle, unit().get(), &result);
-        return shown(asked, result ? "yes" : "no");
-    }
-
     std::istringstream words_;
     std::set<std::string> calls_shown_;
     const std::map<std::string, std::function<std::string()>> verbs_ = {
@@ -222,18 +225,11 @@ private:
         {"subscribe",
          [this] {
              const std::string url = word();
-             std::uint64_t subscription = 0;
-             const outcome result = call(api.subscribe, handle, url.c_str(), word() == "lenient", &subscription);
-             return shown(result, std::to_string(subscription));
+             return stored<std::uint64_t>(api.subscribe, url.c_str(), word() == "lenient");
          }},
         {"unsubscribe", [this] { return shown(call(api.unsubscribe, handle, number())); }},
         {"unsubscribe_all", [this] { return shown(call(api.unsubscribe_all, handle)); }},
-        {"count",
-         [this] {
-             std::size_t count = 99;
-             const outcome asked = call(api.get_subscription_count, handle, &count);
-             return shown(asked, std::to_string(count));
-         }},
+        {"count", [this] { return stored<std::size_t>(api.get_subscription_count); }},
         {"url", [this] { return text_of(api.get_url, number()); }},
         {"schema",
          [this] {
@@ -247,7 +243,7 @@ private:
         {"roots_by_name", [this] { return names_of(api.get_root_nodes_by_source_name, word().c_str()); }},
         {"children_of_view", [this] { return names_of(api.get_node_children, host.control.nodes.nodes().data()); }},
         {"children_of_null", [this] { return names_of(api.get_node_children, nullptr); }},
-        {"has_processor", [this] { return has_processor(); }},
+        {"has_processor", [this] { return stored<bool>(api.has_data_processor, unit().get()); }},
         {"match",
          [this] {
              const outcome result = try_match(unit());
