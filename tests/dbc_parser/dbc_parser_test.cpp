@@ -20,8 +20,7 @@ std::string sg(const std::string& bits) {
 const std::string head = "VERSION \"\"\nBO_ 100 M: 8 X\n";
 
 TEST(DbcParser, WritesAndTellsWhatThePageShows) {
-    parsing_plugin plugin("qor_dbc_parser");
-    expect_page(plugin, "tests/dbc_parser/descriptions.md", "dbc");
+    expect_descriptions("qor_dbc_parser", "tests/dbc_parser/descriptions.md", "dbc");
 }
 
 // What a page cannot show.

@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <fstream>
 #include <optional>
 #include <sstream>
 
 #include "tests/nmea_processor/sealed.hpp"
+#include "tests/support/page.hpp"
 
 namespace nmea_processor {
 namespace {
@@ -74,20 +74,16 @@ std::string taken(const image& values) {
 }
 
 TEST(Receiver, TakesFromSentencesWhatThePageShows) {
-    std::ifstream page(std::string(TAVI_SOURCE_DIR) + "/tests/nmea_processor/sentences.md");
     std::optional<receiver> sender;
-    int sentences = 0;
-    for (std::string line, expected; std::getline(page, line);) {
-        if (line == "```nmea") {
-            sender.emplace();
-        } else if (line.starts_with('$')) {
+    tavi::test::expect_page_of_lines(
+        "tests/nmea_processor/sentences.md", "nmea", [](const std::string& line) { return line.starts_with('$'); },
+        [&](const std::string& line, bool is_first) {
+            if (is_first) {
+                sender.emplace();
+            }
             sender->take(line);
-            std::getline(page, expected);
-            EXPECT_EQ(taken(sender->values()), expected) << line;
-            ++sentences;
-        }
-    }
-    EXPECT_GT(sentences, 80);
+            return taken(sender->values());
+        });
 }
 
 TEST(Receiver, LeavesOutSatellitesBeyondTheArray) {

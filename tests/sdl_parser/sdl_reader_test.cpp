@@ -15,8 +15,7 @@ std::string around(const std::string& members) {
 }
 
 TEST(SdlReader, WritesAndTellsWhatThePageShows) {
-    parsing_plugin plugin("qor_sdl_parser");
-    expect_page(plugin, "tests/sdl_parser/descriptions.md", "json");
+    expect_descriptions("qor_sdl_parser", "tests/sdl_parser/descriptions.md", "json");
 }
 
 TEST(SdlReader, NamesThePlaceOfWhatIsNoJson) {

@@ -2,9 +2,8 @@
 #ifndef TESTS_SUPPORT_DESCRIBED_PAGE_HPP
 #define TESTS_SUPPORT_DESCRIBED_PAGE_HPP
 
-#include <fstream>
-
 #include "tests/support/described.hpp"
+#include "tests/support/page.hpp"
 
 namespace tavi::test {
 
@@ -19,27 +18,12 @@ inline std::string shown(const described& file) {
 }
 
 // The page's blocks in the language: a text without its last line feed, a line "---", what is shown for it.
-inline void expect_page(parsing_plugin& parser, const std::string& path, const std::string& language) {
-    std::ifstream page(std::string(TAVI_SOURCE_DIR) + '/' + path);
-    std::string text, expected;
-    std::string* part = nullptr;
-    int blocks = 0;
-    for (std::string line; std::getline(page, line);) {
-        if (line == "```" + language) {
-            part = &text;
-        } else if (line == "---") {
-            part = &expected;
-        } else if (line == "```") {
-            text.pop_back();
-            EXPECT_EQ(shown(parser.parse(text)), expected) << text;
-            text = expected = "";
-            part = nullptr;
-            ++blocks;
-        } else if (part != nullptr) {
-            part->append(line).append("\n");
-        }
-    }
-    EXPECT_GT(blocks, 20) << path;
+inline void expect_descriptions(const char* library, const std::string& path, const std::string& language) {
+    parsing_plugin parser(library);
+    expect_page(path, language, [&](const std::string& block) {
+        const std::string text = block.substr(0, block.find("\n---\n"));
+        return text + "\n---\n" + shown(parser.parse(text));
+    });
 }
 
 } // namespace tavi::test

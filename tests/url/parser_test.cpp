@@ -1,11 +1,11 @@
 // Whole expressions: what they mean, and the exact text of every refusal; see expressions.md.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <iostream>
 #include <sstream>
 
 #include "qor_tavi_extractor/src/url/driver.hpp"
+#include "tests/support/page.hpp"
 #include "tests/support/thrown.hpp"
 
 namespace {
@@ -40,20 +40,9 @@ std::string meaning(const std::string& expression) {
 }
 
 TEST(url_parser, reads_expressions_as_the_page_shows) {
-    std::ifstream page(TAVI_SOURCE_DIR "/tests/url/expressions.md");
-    std::string line, expression;
-    int expressions = 0;
-    for (bool inside = false; std::getline(page, line);) {
-        if (line == "```") {
-            inside = !inside;
-        } else if (inside && line.starts_with("    ")) {
-            EXPECT_EQ(meaning(expression), line.substr(4)) << expression;
-            ++expressions;
-        } else {
-            expression = line;
-        }
-    }
-    EXPECT_GT(expressions, 50);
+    ::tavi::test::expect_page_of_lines(
+        "tests/url/expressions.md", "", [](const std::string& line) { return !line.starts_with("    "); },
+        [](const std::string& line, bool) { return "    " + meaning(line); });
 }
 
 TEST(url_parser, reads_what_a_page_cannot_show) {
