@@ -7,12 +7,12 @@
 //      ! STATUS: TEXT      how the call failed
 //        WHO.FUNCTION ...  the calls that reach plug-ins by then, without those that only ask what a plug-in offers
 //        (LEVEL WHERE: MESSAGE)  what is logged
-#include <fstream>
 #include <functional>
 #include <iomanip>
 #include <span>
 
 #include "tests/extractor/extractor_fixture.hpp"
+#include "tests/support/page.hpp"
 
 namespace tavi::test {
 namespace {
@@ -256,23 +256,21 @@ private:
 class conversations : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(conversations, go_as_the_page_shows) {
-    std::ifstream page(std::string(TAVI_SOURCE_DIR) + "/tests/extractor/conversations/" + GetParam() + ".md");
-    std::string written, told;
-    std::unique_ptr<conversation> block;
-    for (std::string line; std::getline(page, line);) {
-        written += line + '\n';
-        if (line.starts_with("```")) {
-            block = block == nullptr ? std::make_unique<conversation>() : nullptr;
+    const std::string page = std::string("tests/extractor/conversations/") + GetParam() + ".md";
+    expect_page(page, "console", [](const std::string& block) {
+        conversation extractor;
+        std::istringstream lines(block);
+        std::string told;
+        for (std::string line; std::getline(lines, line);) {
+            if (line.starts_with("$$ ")) {
+                told += line + '\n';
+                EXPECT_EQ(extractor.perform(line.substr(3)).find('!'), std::string::npos) << line;
+            } else if (line.starts_with("$ ")) {
+                told += line + '\n' + extractor.perform(line.substr(2));
+            }
         }
-        if (line.starts_with("$$ ")) {
-            EXPECT_EQ(block->perform(line.substr(3)).find('!'), std::string::npos) << line;
-        }
-        if (block == nullptr || line.starts_with("```") || line.starts_with("$")) {
-            told += line + '\n' + (line.starts_with("$ ") ? block->perform(line.substr(2)) : "");
-        }
-    }
-    EXPECT_FALSE(written.empty());
-    EXPECT_EQ(told, written);
+        return told;
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(pages, conversations,

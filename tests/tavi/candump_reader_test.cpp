@@ -2,11 +2,11 @@
 #include "host/candump_reader.hpp"
 
 #include <cstring>
-#include <fstream>
 
 #include <gmock/gmock.h>
 
 #include "qorcpp/can_frame.hpp"
+#include "tests/support/page.hpp"
 #include "tests/tavi/command.hpp"
 
 namespace tavi::host {
@@ -59,24 +59,17 @@ void expect_line(const std::string& line, const std::string& result) {
 }
 
 TEST(candump_reader, reads_lines_as_the_page_shows) {
-    std::ifstream page(test::source_path("tests/tavi/candump_lines.md"));
-    int lines = 0;
-    bool inside = false;
-    for (std::string line, shown; std::getline(page, shown);) {
-        const std::size_t begin = shown.find_first_not_of(' ');
-        if (shown == "```") {
-            inside = !inside;
-        } else if (inside && shown.substr(begin).starts_with("^ ")) {
-            expect_line(line, std::to_string(begin + 1) + shown.substr(begin + 1));
-            ++lines;
-        } else if (inside && begin == 4) {
-            expect_line(line, shown.substr(4));
-            ++lines;
-        } else {
-            line = shown;
-        }
-    }
-    EXPECT_GE(lines, 39);
+    test::expect_page_of_lines(
+        "tests/tavi/candump_lines.md", "",
+        [](const std::string& line) { return !line.starts_with("    ") && line.find("^ ") == std::string::npos; },
+        [](const std::string& line, bool) {
+            std::string result = told(line).substr(2);
+            result.pop_back();
+            expect_line(line, result);
+            const std::size_t blank = result.find(' ');
+            const bool is_frame = result.find('.') < blank; // it begins with a time, else with a column
+            return is_frame ? "    " + result : std::string(std::stoul(result) - 1, ' ') + '^' + result.substr(blank);
+        });
     expect_line("  (1.5)\tcan0  064#0102 \t", "1.5 can0 100 0 2 0102");
     expect_line(std::string("(1.5) c\0n 064#00", 16), "7 the interface has no printable name of at most 254 bytes");
     expect_line(std::string("(1.5) can0 064#00 \0", 19), "19 the frame is followed by what does not belong to it");
