@@ -217,17 +217,22 @@ TEST(MemoryStorage, IsSharedByItsName) {
     }
 }
 
-TEST(MemoryStorage, IsAloneWithoutAName) {
-    for (const char* const uri : {memory_uri, "file:alone?vfs=memdb", "file:/?vfs=memdb"}) {
+TEST(MemoryStorage, IsSharedByNamesThatBeginWithASlashOrBackslash) {
+    const std::pair<const char*, bool> rows[] = {{shared_memory_uri, true},
+                                                 {"file:%5Cshared?vfs=memdb", true},
+                                                 {"file:/?vfs=memdb", false},
+                                                 {"file:alone?vfs=memdb", false},
+                                                 {memory_uri, false}};
+    for (const auto& [uri, is_shared] : rows) {
         opened_storage first(uri);
         opened_storage second(uri);
         enter_car(first);
-        EXPECT_NE(second.try_find(0, "CAN"), succeeded) << uri;
+        EXPECT_EQ(second.try_find(0, "CAN") == succeeded, is_shared) << uri;
     }
 }
 
 TEST_P(Storage, ContextsMayOutliveTheirStorage) {
-    open_description car = opened_storage(memory_uri).begin("content");
+    open_description car = opened_storage(uri()).begin("content");
     EXPECT_EQ(enter_car(std::move(car)), 1u);
 }
 
