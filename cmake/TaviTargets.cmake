@@ -82,11 +82,10 @@ endfunction()
 function(tavi_add_test name)
   cmake_parse_arguments(TEST "" "" "SOURCES;LIBRARIES;DEFINITIONS" ${ARGN})
   add_executable(${name} ${TEST_SOURCES})
-  target_link_libraries(${name} PRIVATE tavi_compile_options GTest::gtest GTest::gmock GTest::gtest_main ${TEST_LIBRARIES})
-  target_compile_definitions(${name} PRIVATE ${TEST_DEFINITIONS}
-    TAVI_LIBRARY_DIR="${TAVI_LIBRARY_DIR}"
-    TAVI_BINARY_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
-    TAVI_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  target_link_libraries(${name} PRIVATE
+    tavi_compile_options tavi_test_paths GTest::gtest GTest::gmock GTest::gtest_main ${TEST_LIBRARIES})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_compile_definitions(${name} PRIVATE ${TEST_DEFINITIONS})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()

@@ -8,6 +8,7 @@
 
 #include "qorcpp/metadata_section.hpp"
 #include "tests/extractor/extractor_functions.hpp"
+#include "tests/support/paths.hpp"
 
 namespace tavi::test {
 namespace {
@@ -15,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 
-const fs::path extractor_path = fs::path(TAVI_LIBRARY_DIR) / "libqor_tavi_extractor.so";
+const fs::path extractor_path = fs::path(library_folder) / "libqor_tavi_extractor.so";
 
 // What a tool of the compiler's prints about a library.
 std::string shown_by(const std::string& command, const fs::path& library) {
@@ -40,7 +41,7 @@ TEST(exports, of_the_extractor_are_these_and_no_others) {
 }
 
 TEST(exports, every_library_is_named_as_its_file_and_finds_the_others_beside_it) {
-    for (const auto& entry : fs::directory_iterator(TAVI_LIBRARY_DIR)) {
+    for (const auto& entry : fs::directory_iterator(library_folder)) {
         EXPECT_THAT(
             shown_by(TAVI_READELF " -d", entry.path()),
             AllOf(HasSubstr("soname: [" + entry.path().filename().string() + "]"), HasSubstr("runpath: [$ORIGIN]")));

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "qorcpp/platform/module.hpp"
+#include "tests/support/paths.hpp"
 
 namespace tavi::test {
 
@@ -13,7 +14,7 @@ namespace fs = std::filesystem;
 
 fs::path copy_extractor(const fs::path& directory) {
     const std::string file_name = qor::platform::shared_library_file_name("qor_tavi_extractor");
-    fs::copy_file(fs::path(TAVI_LIBRARY_DIR) / file_name, directory / file_name);
+    fs::copy_file(fs::path(library_folder) / file_name, directory / file_name);
     return directory / file_name;
 }
 

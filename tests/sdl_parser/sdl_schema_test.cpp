@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/described.hpp"
+#include "tests/support/paths.hpp"
 
 namespace tavi::test {
 namespace {
@@ -14,7 +15,7 @@ using nlohmann::json;
 
 // The rule at a place of the schema, or the one that it refers to.
 json rule_at(const std::string& place) {
-    static const json schema = json::parse(std::ifstream(std::string(TAVI_SOURCE_DIR) + "/docs/sdl.schema.json"));
+    static const json schema = json::parse(std::ifstream(std::string(source_folder) + "/docs/sdl.schema.json"));
     const json& rule = schema.at(json::json_pointer(place));
     return rule.contains("$ref") ? rule_at(rule["$ref"].get<std::string>().substr(1)) : rule;
 }

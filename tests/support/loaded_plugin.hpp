@@ -9,6 +9,7 @@
 #include "qorcpp/platform/module.hpp"
 #include "qorcpp/platform/shared_library.hpp"
 #include "qorcpp/service_name.hpp"
+#include "tests/support/paths.hpp"
 
 namespace tavi::test {
 
@@ -18,7 +19,7 @@ public:
     // kind  "qor_data_matcher"
     loaded_plugin(const std::string& name, const char* kind, qor_service_locator_t* host = nullptr)
         : kind_(kind),
-          library_(std::string(TAVI_LIBRARY_DIR) + '/' + qor::platform::shared_library_file_name(name.c_str())) {
+          library_(std::string(library_folder) + '/' + qor::platform::shared_library_file_name(name.c_str())) {
         qor_error_details_t* details = nullptr;
         symbol<qor_plugin_create_t>("_create")(&handle_, host, &details);
         qor::rethrow_details(details);

@@ -10,13 +10,15 @@
 #include <sstream>
 #include <string>
 
+#include "tests/support/paths.hpp"
+
 namespace tavi::test {
 
 // Has each block of the page in that language ("" for those that name none) told again; the page has to read as it
 // stands. With TAVI_RENEW_PAGES in the environment it is written as it was told instead.
 inline void expect_page(const std::string& path, const std::string& language,
                         const std::function<std::string(const std::string& block)>& tell_again) {
-    const std::string place = std::string(TAVI_SOURCE_DIR) + '/' + path;
+    const std::string place = std::string(source_folder) + '/' + path;
     const bool renews = std::getenv("TAVI_RENEW_PAGES") != nullptr;
     std::stringstream page;
     page << std::ifstream(place).rdbuf();

@@ -4,6 +4,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "tests/support/paths.hpp"
+
 namespace tavi::test {
 
 namespace fs = std::filesystem;
@@ -23,7 +25,7 @@ ended workplace::tavi(const std::string& arguments) const {
 }
 
 ended workplace::shell(const std::string& script) const {
-    write("script.sh", "cd '" + path().string() + "'\nTAVI='" + TAVI_BINARY_DIR + "/tavi'\n" + script +
+    write("script.sh", "cd '" + path().string() + "'\nTAVI='" + program_folder + "/tavi'\n" + script +
                            "\ncode=$?\necho $code >exit_code\n");
     const std::string directory = path().string();
     const int status =
@@ -33,12 +35,12 @@ ended workplace::shell(const std::string& script) const {
 }
 
 std::string source_path(const std::string& name) {
-    return std::string(TAVI_SOURCE_DIR) + '/' + name;
+    return std::string(source_folder) + '/' + name;
 }
 
 std::optional<fs::path> shared_data() {
     const char* const told = std::getenv("TAVI_SHARED_DATA");
-    const fs::path path = told != nullptr ? fs::path(told) : fs::path(TAVI_SOURCE_DIR) / ".." / "shared" / "data";
+    const fs::path path = told != nullptr ? fs::path(told) : fs::path(source_folder) / ".." / "shared" / "data";
     return fs::is_directory(path) ? std::optional(fs::canonical(path)) : std::nullopt;
 }
 

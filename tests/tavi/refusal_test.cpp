@@ -1,6 +1,7 @@
 // Exit code 4: a plug-in that cannot start. Transcripts show the other codes.
 #include <gtest/gtest.h>
 
+#include "tests/support/paths.hpp"
 #include "tests/tavi/command.hpp"
 
 namespace tavi::test {
@@ -13,7 +14,7 @@ TEST(refusal, of_a_plugin_ends_the_run_with_its_text) {
     here.write("e.dbc", "BO_ 192 E: 2 X\n SG_ S : 0|16@1+ (1,0) [0|0] \"\" X\n");
     // The extractor looks for plug-ins where its own file lies: a copy of all with one more beside it.
     fs::create_directory(here.path() / "lib");
-    for (const auto& library : fs::directory_iterator(TAVI_LIBRARY_DIR)) {
+    for (const auto& library : fs::directory_iterator(library_folder)) {
         if (library.path().extension() == ".so") {
             fs::copy_file(library.path(), here.path() / "lib" / library.path().filename());
         }
