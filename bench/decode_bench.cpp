@@ -7,7 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "introspection/xtypes/make_signal_type.hpp"
+#include "introspection/xtypes/signal/make_signal_type.hpp"
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <string>
 
-#include "host/extractor.hpp"
-#include "host/package_builder.hpp"
-#include "host/record_list.hpp"
+#include "tavi/extractor.hpp"
+#include "tavi/package_builder.hpp"
+#include "tavi/record_list.hpp"
 
 namespace {
 

@@ -9,15 +9,15 @@
 #include <random>
 #include <vector>
 
-#include "host/arena.hpp"
-#include "host/package_builder.hpp"
-#include "host/record_plan.hpp"
-#include "host/schema_reader.hpp"
-#include "host/value_text.hpp"
 #include "introspection/generator/json_printer.hpp"
-#include "introspection/xtypes/make_signal_type.hpp"
+#include "introspection/xtypes/signal/make_signal_type.hpp"
 #include "introspection/xtypes/struct_type.hpp"
 #include "qorc/dynamic_data.h"
+#include "tavi/arena.hpp"
+#include "tavi/package_builder.hpp"
+#include "tavi/record_plan.hpp"
+#include "tavi/schema_reader.hpp"
+#include "tavi/value_text.hpp"
 
 namespace {
 

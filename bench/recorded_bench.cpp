@@ -21,14 +21,14 @@
 #include <utility>
 #include <vector>
 
-#include "host/candump_reader.hpp"
-#include "host/extractor.hpp"
-#include "host/package_builder.hpp"
-#include "host/reader_filter.hpp"
-#include "host/record_list.hpp"
-#include "host/record_plan.hpp"
-#include "host/schema_reader.hpp"
 #include "qorcpp/can_frame.hpp"
+#include "tavi/candump_reader.hpp"
+#include "tavi/extractor.hpp"
+#include "tavi/package_builder.hpp"
+#include "tavi/reader_filter.hpp"
+#include "tavi/record_list.hpp"
+#include "tavi/record_plan.hpp"
+#include "tavi/schema_reader.hpp"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/candump_reader.hpp"
 #include "qorcpp/can_frame.hpp"
+#include "tavi/candump_reader.hpp"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "host/reader_filter.hpp"
+#include "tavi/reader_filter.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {

@@ -4,7 +4,7 @@
 #include <new>
 #include <set>
 
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_processor.h"
 
 namespace {

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "host/candump_reader.hpp"
-#include "host/extractor.hpp"
-#include "host/package_builder.hpp"
-#include "host/record_plan.hpp"
-#include "host/schema_reader.hpp"
-#include "host/url_pattern.hpp"
+#include "tavi/candump_reader.hpp"
+#include "tavi/extractor.hpp"
+#include "tavi/package_builder.hpp"
+#include "tavi/record_plan.hpp"
+#include "tavi/schema_reader.hpp"
+#include "tavi/url_pattern.hpp"
 
 namespace host = tavi::host;
 

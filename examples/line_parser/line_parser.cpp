@@ -9,7 +9,7 @@
 #include <string>
 
 #include "introspection/xtypes/type_kind.hpp"
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_description_parser.h"
 
 namespace {

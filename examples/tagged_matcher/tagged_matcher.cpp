@@ -5,7 +5,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_matcher.h"
 
 namespace {

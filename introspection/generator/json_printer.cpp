@@ -6,8 +6,8 @@
 #include "introspection/generator/json_text.hpp"
 #include "introspection/xtypes/alias_type.hpp"
 #include "introspection/xtypes/array_type.hpp"
-#include "introspection/xtypes/scalar_kinds.hpp"
-#include "introspection/xtypes/signal_type_base.hpp"
+#include "introspection/xtypes/signal/scalar_kinds.hpp"
+#include "introspection/xtypes/signal/signal_type_base.hpp"
 #include "introspection/xtypes/string_type.hpp"
 #include "introspection/xtypes/struct_type.hpp"
 

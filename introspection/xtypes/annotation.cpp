@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "introspection/xtypes/dynamic_type.hpp"
-#include "introspection/xtypes/scalar_kinds.hpp"
+#include "introspection/xtypes/signal/scalar_kinds.hpp"
 
 namespace qor::introspection::xtypes {
 

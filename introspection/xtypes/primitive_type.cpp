@@ -8,8 +8,8 @@
 #include "introspection/xtypes/bytes.hpp"
 #include "introspection/xtypes/composite_source.hpp"
 #include "introspection/xtypes/numeric.hpp"
-#include "introspection/xtypes/scalar_kinds.hpp"
-#include "introspection/xtypes/signal_type_base.hpp"
+#include "introspection/xtypes/signal/scalar_kinds.hpp"
+#include "introspection/xtypes/signal/signal_type_base.hpp"
 
 namespace qor::introspection::xtypes {
 

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "introspection/xtypes/scalar_kinds.hpp"
+#include "introspection/xtypes/signal/scalar_kinds.hpp"
 
 namespace qor::introspection::xtypes {
 

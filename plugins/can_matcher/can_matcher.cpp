@@ -12,7 +12,7 @@
 
 #include "plugins/can_matcher/frame_index.hpp"
 #include "plugins/can_matcher/subscription.hpp"
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_matcher.h"
 
 namespace qor::can_matcher {

@@ -5,8 +5,8 @@
 #include "plugins/dbc_parser/dbc_mapper.hpp"
 #include "plugins/dbc_parser/dbc_reader.hpp"
 #include "plugins/dbc_parser/text_encoding.hpp"
-#include "plugins/sdk/logger.hpp"
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/logger.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_description_parser.h"
 
 namespace dbc_parser {

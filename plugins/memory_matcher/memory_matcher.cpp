@@ -1,7 +1,7 @@
 // The matcher of packages of format "memory": finds structures in images of a control unit's memory.
 #include "plugins/memory_matcher/memory_block.hpp"
 #include "plugins/memory_matcher/subscription_index.hpp"
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_matcher.h"
 
 namespace memory_matcher {

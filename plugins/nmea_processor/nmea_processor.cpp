@@ -17,7 +17,7 @@
 #include "plugins/nmea_processor/receiver.hpp"
 #include "plugins/nmea_processor/statistics_description.hpp"
 #include "plugins/nmea_processor/subscriptions.hpp"
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_processor.h"
 
 namespace nmea_processor {

@@ -1,10 +1,10 @@
 // The parser of Tavi's own description language, with the descriptions that some source ids bring.
 #include <array>
 
-#include "plugins/sdk/plugin.hpp"
 #include "plugins/sdl_parser/built_in_descriptions.hpp"
 #include "plugins/sdl_parser/sdl_reader.hpp"
 #include "plugins/sdl_parser/sdl_writer.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_description_parser.h"
 
 namespace sdl_parser {

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 
 namespace qor::storage {
 

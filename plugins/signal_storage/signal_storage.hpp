@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "plugins/sdk/plugin.hpp"
 #include "plugins/signal_storage/storage.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/signal_storage.h"
 
 namespace qor::storage {

@@ -3,9 +3,11 @@
 # but those of a platform belong behind qor::platform.
 set(c "qorc/(extensibility/)?[a-z_]+\\.h")
 set(cpp "${c}|qorcpp/(platform/)?[a-z_]+\\.hpp|qorcpp/metadata\\.h")
-set(types "introspection/(xtypes|generator)/[a-z_]+\\.hpp")
+set(types "introspection/(xtypes|xtypes/signal|generator)/[a-z_]+\\.hpp")
 set(extractor "qor_tavi_extractor/[a-z_]+\\.h")
 set(public "${cpp}|${types}|${extractor}")
+set(interface "tavi/[a-z_]+\\.hpp") # of hosts
+set(sdk "qor_plugin_sdk/[a-z_]+\\.hpp")
 set(own "[a-z0-9_]+\\.hpp") # beside the file
 set(rules
   "qorc/                       => ${own}|${c}"
@@ -16,11 +18,12 @@ set(rules
   "runtime/                    => runtime/[a-z_]+\\.hpp|${cpp}"
   "qor_tavi_extractor/src/url/ => qor_tavi_extractor/src/url/.*|runtime/holders\\.hpp|${c}"
   "qor_tavi_extractor/src/     => qor_tavi_extractor/src/.*|runtime/.*|${public}"
-  "plugins/([a-z_]+)/          => plugins/@1/.*|plugins/sdk/.*|introspection/xtypes/type_kind\\.hpp|${cpp}"
-  "host/                       => host/.*|${public}"
-  "tools/                      => tools/.*|host/.*|${public}"
-  "examples/                   => examples/.*|host/.*|plugins/sdk/.*|${public}")
-set(rooms "^(qorc|qorcpp|introspection|runtime|qor_tavi_extractor|plugins|host|tools|examples|bench|fuzz|tests)/")
+  "plugins/([a-z_]+)/          => plugins/@1/.*|${sdk}|introspection/xtypes/type_kind\\.hpp|${cpp}"
+  "host/include/               => ${interface}|${public}"
+  "host/                       => host/src/.*|${interface}|${public}"
+  "tools/                      => tools/.*|${interface}|${public}"
+  "examples/                   => examples/.*|${interface}|${sdk}|${public}")
+set(rooms "^(qorc|qorcpp|introspection|runtime|qor_tavi_extractor|qor_plugin_sdk|plugins|host|tavi|tools|examples|bench|fuzz|tests)/")
 set(platform "^((unistd|dlfcn|fcntl|poll|pthread|signal|termios|link|windows|io)\\.h|sys/.*)$")
 
 file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/*.h" "${SOURCE_DIR}/*.c" "${SOURCE_DIR}/*.[ch]pp")

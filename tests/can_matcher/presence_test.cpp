@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "introspection/xtypes/make_signal_type.hpp"
+#include "introspection/xtypes/signal/make_signal_type.hpp"
 #include "qorcpp/presence.hpp"
 #include "tests/support/thrown.hpp"
 

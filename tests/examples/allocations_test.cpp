@@ -8,11 +8,11 @@
 #include <functional>
 #include <new>
 
-#include "host/extractor.hpp"
-#include "host/package_builder.hpp"
-#include "host/record_list.hpp"
 #include "qor_tavi_extractor/qor_tavi_extractor.h"
 #include "qorcpp/can_frame.hpp"
+#include "tavi/extractor.hpp"
+#include "tavi/package_builder.hpp"
+#include "tavi/record_list.hpp"
 
 namespace {
 

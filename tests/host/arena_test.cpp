@@ -1,5 +1,5 @@
 // The allocator that gives everything back at once.
-#include "host/arena.hpp"
+#include "tavi/arena.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The extractor through its C++ object, with the real plug-ins: from a description and a frame to values.
-#include "host/extractor.hpp"
+#include "tavi/extractor.hpp"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 // Packages as the bytes that the library reads.
-#include "host/package_builder.hpp"
+#include "tavi/package_builder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/error.hpp"
+#include "tavi/error.hpp"
 
 namespace tavi::test {
 namespace {

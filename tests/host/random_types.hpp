@@ -12,8 +12,8 @@
 
 #include "introspection/xtypes/alias_type.hpp"
 #include "introspection/xtypes/array_type.hpp"
-#include "introspection/xtypes/make_signal_type.hpp"
 #include "introspection/xtypes/primitive_type.hpp"
+#include "introspection/xtypes/signal/make_signal_type.hpp"
 #include "introspection/xtypes/string_type.hpp"
 #include "introspection/xtypes/struct_type.hpp"
 

@@ -1,5 +1,5 @@
 // Reading records by the plan gives what the types give.
-#include "host/record_plan.hpp"
+#include "tavi/record_plan.hpp"
 
 #include <gtest/gtest.h>
 

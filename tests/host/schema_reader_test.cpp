@@ -1,5 +1,5 @@
 // From types to text and back.
-#include "host/schema_reader.hpp"
+#include "tavi/schema_reader.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Patterns over paths.
-#include "host/url_pattern_set.hpp"
+#include "tavi/url_pattern_set.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Numbers as text.
-#include "host/value_text.hpp"
+#include "tavi/value_text.hpp"
 
 #include <gtest/gtest.h>
 

@@ -10,9 +10,9 @@
 #include <stdexcept>
 
 #include "introspection/xtypes/bytes.hpp"
-#include "introspection/xtypes/conversion.hpp"
-#include "introspection/xtypes/make_signal_type.hpp"
-#include "introspection/xtypes/scalar_kinds.hpp"
+#include "introspection/xtypes/signal/conversion.hpp"
+#include "introspection/xtypes/signal/make_signal_type.hpp"
+#include "introspection/xtypes/signal/scalar_kinds.hpp"
 
 namespace tavi::test {
 

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "introspection/xtypes/bit_reader.hpp"
+#include "introspection/xtypes/signal/bit_reader.hpp"
 #include "tests/introspection/decode_comparison.hpp"
 
 namespace {

@@ -1,5 +1,5 @@
 // How signals are described: names, checks, sizes, copies, and what else does not read a value.
-#include "introspection/xtypes/signal_operations.hpp"
+#include "introspection/xtypes/signal/signal_operations.hpp"
 #include "tests/introspection/type_fixture.hpp"
 
 namespace {

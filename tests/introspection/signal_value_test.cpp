@@ -1,7 +1,7 @@
 // Reading and writing values, with numbers worked out by hand; decode_differential_test takes all the others.
 #include <bit>
 
-#include "introspection/xtypes/bit_writer.hpp"
+#include "introspection/xtypes/signal/bit_writer.hpp"
 #include "tests/introspection/type_fixture.hpp"
 
 namespace {

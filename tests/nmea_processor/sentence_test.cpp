@@ -5,8 +5,8 @@
 
 #include <sstream>
 
-#include "host/value_text.hpp"
 #include "plugins/nmea_processor/field_reader.hpp"
+#include "tavi/value_text.hpp"
 #include "tests/nmea_processor/sealed.hpp"
 
 namespace nmea_processor {

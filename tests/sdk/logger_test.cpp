@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "plugins/sdk/logger.hpp"
+#include "qor_plugin_sdk/logger.hpp"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <stdexcept>
 
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_matcher.h"
 #include "tests/support/outcome.hpp"
 

@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-#include "host/extractor.hpp"
-#include "host/package_builder.hpp"
-#include "host/record_plan.hpp"
-#include "host/schema_reader.hpp"
+#include "tavi/extractor.hpp"
+#include "tavi/package_builder.hpp"
+#include "tavi/record_plan.hpp"
+#include "tavi/schema_reader.hpp"
 
 namespace tavi::test {
 

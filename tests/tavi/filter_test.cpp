@@ -1,7 +1,7 @@
 // The language of the reader filter; transcripts show that it lets through what `tavi decode` matches.
 #include <gtest/gtest.h>
 
-#include "host/reader_filter.hpp"
+#include "tavi/reader_filter.hpp"
 #include "tests/support/thrown.hpp"
 
 namespace tavi::test {

@@ -1,5 +1,5 @@
 // Which messages a frame id leads to.
-#include "tools/tavi/interface_routes.hpp"
+#include "tools/tavi/decode/interface_routes.hpp"
 
 #include <random>
 #include <unordered_map>

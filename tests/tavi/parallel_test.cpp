@@ -9,8 +9,8 @@
 
 #include "qorcpp/platform/stream.hpp"
 #include "tests/tavi/command.hpp"
-#include "tools/tavi/chunk_queue.hpp"
-#include "tools/tavi/decode_command.hpp"
+#include "tools/tavi/commands/commands.hpp"
+#include "tools/tavi/parallel/chunk_queue.hpp"
 
 namespace tavi::test {
 namespace {

@@ -1,11 +1,11 @@
-#include "tools/tavi/printable.hpp"
+#include "tools/tavi/report/printable.hpp"
 
 #include <algorithm>
 
 #include <gmock/gmock.h>
 
-#include "tools/tavi/description_log.hpp"
-#include "tools/tavi/diagnostics.hpp"
+#include "tools/tavi/report/description_log.hpp"
+#include "tools/tavi/report/diagnostics.hpp"
 
 namespace tavi::tool {
 namespace {

@@ -1,6 +1,6 @@
 #include <stdexcept>
 
-#include "plugins/sdk/plugin.hpp"
+#include "qor_plugin_sdk/plugin.hpp"
 
 namespace {
 

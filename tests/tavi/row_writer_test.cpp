@@ -1,5 +1,5 @@
 // Fields that need care; whole rows are seen in the tests of the command.
-#include "tools/tavi/row_writer.hpp"
+#include "tools/tavi/output/row_writer.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The top level: what the URL selects, what the annotation says, and what a signal node says of its type.
-#include "introspection/xtypes/signal_type_base.hpp"
+#include "introspection/xtypes/signal/signal_type_base.hpp"
 #include "tests/support/thrown.hpp"
 #include "tests/type_parser/parsing.hpp"
 

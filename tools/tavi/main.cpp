@@ -8,15 +8,10 @@
 
 #include "qorc/build_info.h"
 #include "qorcpp/platform/stream.hpp"
-#include "tools/tavi/decode_command.hpp"
+#include "tools/tavi/commands/commands.hpp"
 #include "tools/tavi/exit_code.hpp"
-#include "tools/tavi/filter_command.hpp"
 #include "tools/tavi/options.hpp"
-#include "tools/tavi/plugins_command.hpp"
-#include "tools/tavi/printable.hpp"
-#include "tools/tavi/register_command.hpp"
-#include "tools/tavi/schema_command.hpp"
-#include "tools/tavi/tree_command.hpp"
+#include "tools/tavi/report/printable.hpp"
 
 namespace {
 

@@ -1,0 +1,126 @@
+#include "tavi/stored_descriptions.hpp"
+
+#include "qor_tavi_extractor/qor_tavi_extractor.h"
+#include "qorc/extensibility/signal_storage.h"
+#include "qorcpp/library_search.hpp"
+#include "qorcpp/platform/module.hpp"
+#include "qorcpp/platform/shared_library.hpp"
+#include "qorcpp/service_name.hpp"
+#include "tavi/error.hpp"
+
+namespace tavi::host {
+
+namespace {
+
+// Longer than any signature of the storage; it says when one is longer still.
+constexpr std::size_t signature_room = 512;
+
+void check(std::uint32_t status, qor_error_details_t* details) {
+    if (details != nullptr) {
+        const char* const text = qor_error_details_get_description(details);
+        const error failure(status, text != nullptr ? text : "the signal storage gave no reason");
+        qor_error_details_destroy(details);
+        throw failure;
+    }
+    if (status != QOR_STATUS_OK) {
+        throw error(status, "the signal storage gave no reason");
+    }
+}
+
+// A catalogue opened for reading through the entry symbols of the storage plug-in.
+class opened_storage {
+public:
+    opened_storage(const std::string& library_path, const std::string& uri) : library_(library_path) {
+        const auto open = symbol<qor_signal_storage_open_t>("qor_signal_storage_open");
+        const auto get_locator =
+            symbol<qor_signal_storage_get_service_locator_t>("qor_signal_storage_get_service_locator");
+        destroy_ = symbol<qor_signal_storage_destroy_t>("qor_signal_storage_destroy");
+        qor_error_details_t* details = nullptr;
+        const std::uint32_t status =
+            open(uri.c_str(), QOR_SIGNAL_STORAGE_MODE_READ_ONLY,
+                 QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST, nullptr, &handle_, &details);
+        check(status, details);
+        try {
+            resolve(get_locator);
+        } catch (...) {
+            destroy_(handle_);
+            throw;
+        }
+    }
+    opened_storage(const opened_storage&) = delete;
+    opened_storage& operator=(const opened_storage&) = delete;
+    ~opened_storage() { destroy_(handle_); }
+
+    // Empty when there is no description of that id.
+    std::string signature(std::uint64_t description_id) const {
+        std::string text(signature_room, '\0');
+        for (;;) {
+            std::size_t size = text.size();
+            qor_error_details_t* details = nullptr;
+            const std::uint32_t status =
+                access_.get_signature(access_.context, description_id, text.data(), &size, &details);
+            if (status == QOR_STATUS_BUFFER_TOO_SMALL && details == nullptr && size > text.size()) {
+                text.resize(size);
+                continue;
+            }
+            if (status == QOR_STATUS_INVALID_ARGUMENT) {
+                qor_error_details_destroy(details);
+                return {};
+            }
+            check(status, details);
+            return text.c_str();
+        }
+    }
+
+private:
+    template<typename Function>
+    Function symbol(const char* name) const {
+        void* const found = library_.get_symbol(name);
+        if (found == nullptr) {
+            throw error(QOR_STATUS_FAILURE, library_.get_library_path() + ": " + qor::platform::get_last_error());
+        }
+        return reinterpret_cast<Function>(found);
+    }
+
+    void resolve(qor_signal_storage_get_service_locator_t get_locator) {
+        qor_service_locator_t* locator = nullptr;
+        qor_error_details_t* details = nullptr;
+        std::uint32_t status = get_locator(handle_, &locator, &details);
+        check(status, details);
+        void* table = nullptr;
+        const std::string name = qor::service_name<qor_signal_storage_access_t>();
+        status = locator->resolve(locator->context, name.c_str(), &table, &details);
+        check(status, details);
+        access_ = *static_cast<const qor_signal_storage_access_t*>(table);
+    }
+
+    qor::platform::shared_library library_;
+    qor_signal_storage_destroy_t destroy_ = nullptr;
+    void* handle_ = nullptr;
+    qor_signal_storage_access_t access_{};
+};
+
+} // namespace
+
+std::vector<std::string> stored_signatures(const std::string& uri) {
+    const std::string directory =
+        qor::platform::module_directory_of(reinterpret_cast<const void*>(&qor_tavi_extractor_create));
+    const auto libraries = qor::runtime::search_local_libraries(directory, "signal-storage");
+    if (libraries.empty()) {
+        throw error(QOR_STATUS_FAILURE, "there is no signal storage in '" + directory + "'");
+    }
+    const opened_storage storage(libraries.front(), uri);
+    std::vector<std::string> signatures;
+    // Ids count from 1, and descriptions are never removed. One that was begun and never committed may leave a gap.
+    constexpr std::uint64_t longest_gap = 16;
+    for (std::uint64_t id = 1, missing = 0; missing < longest_gap; ++id) {
+        std::string signature = storage.signature(id);
+        missing = signature.empty() ? missing + 1 : 0;
+        if (!signature.empty()) {
+            signatures.push_back(std::move(signature));
+        }
+    }
+    return signatures;
+}
+
+} // namespace tavi::host

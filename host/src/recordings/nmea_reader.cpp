@@ -1,0 +1,267 @@
+#include "tavi/nmea_reader.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <utility>
+
+namespace tavi::host {
+
+namespace {
+
+constexpr std::size_t block_size = 65536;
+// Recorders fill up their buffers with zeros.
+constexpr std::string_view blanks(" \t\0", 3);
+constexpr const char* form = "a sentence reads $GPGGA,...*hh";
+// No clock of a receiver is older; it makes seconds that are never negative.
+constexpr unsigned first_year = 1970;
+constexpr std::int64_t seconds_per_day = 86400;
+// Two-digit years from here on are of the last century.
+constexpr unsigned first_year_of_1900 = 80;
+
+// A number of exactly these digits.
+std::optional<unsigned> digits(std::string_view text, std::size_t at, std::size_t count) {
+    unsigned value = 0;
+    if (at > text.size() || text.size() - at < count) {
+        return std::nullopt;
+    }
+    const char* const end = text.data() + at + count;
+    const auto [stop, failure] = std::from_chars(text.data() + at, end, value);
+    return failure == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+}
+
+std::string_view field(std::string_view sentence, std::size_t number) {
+    for (; number > 0; --number) {
+        const std::size_t comma = sentence.find(',');
+        if (comma == std::string_view::npos) {
+            return {};
+        }
+        sentence.remove_prefix(comma + 1);
+    }
+    return sentence.substr(0, sentence.find_first_of(",*"));
+}
+
+std::optional<std::int64_t> day_of(std::optional<unsigned> year, std::optional<unsigned> month,
+                                   std::optional<unsigned> day) {
+    if (!year || !month || !day || *year < first_year) {
+        return std::nullopt;
+    }
+    const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(*year)), std::chrono::month(*month),
+                                           std::chrono::day(*day)};
+    return date.ok() ? std::optional<std::int64_t>(std::chrono::sys_days(date).time_since_epoch().count())
+                     : std::nullopt;
+}
+
+bool is_digit(char character) noexcept {
+    return character >= '0' && character <= '9';
+}
+
+// "$GPGGA," and the like: noise has '$' often, but not this behind it.
+bool has_address(std::string_view sentence) {
+    constexpr std::size_t shortest = 3;
+    const auto is_of_address = [](char c) { return (c >= 'A' && c <= 'Z') || is_digit(c); };
+    const std::size_t comma = sentence.find(',');
+    return comma != sentence.npos && comma > shortest && (sentence[0] == '$' || sentence[0] == '!') &&
+           std::all_of(sentence.begin() + 1, sentence.begin() + static_cast<std::ptrdiff_t>(comma), is_of_address);
+}
+
+// Where sentences have their time of day.
+struct time_field {
+    std::string_view type;
+    std::size_t number;
+};
+constexpr std::array<time_field, 8> time_fields{
+    {{"RMC", 1}, {"GGA", 1}, {"GNS", 1}, {"ZDA", 1}, {"GST", 1}, {"GBS", 1}, {"GRS", 1}, {"GLL", 5}}};
+
+} // namespace
+
+std::optional<bool> nmea_reader::recognise(std::string_view beginning) {
+    while (!beginning.empty()) {
+        std::string_view line = beginning.substr(0, beginning.find_first_of("\r\n"));
+        beginning.remove_prefix(std::min(line.size() + 1, beginning.size()));
+        line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
+        if (line.size() > 1 && line[0] == '(' && is_digit(line[1])) {
+            return false;
+        }
+        if (line.starts_with('\\')) {
+            line.remove_prefix(std::min(line.find('\\', 1), line.size() - 1) + 1);
+        }
+        if (has_address(line)) {
+            return true;
+        }
+    }
+    return std::nullopt;
+}
+
+bool nmea_reader::next_line() {
+    line_.clear();
+    is_too_long_ = false;
+    line_has_end_ = false;
+    for (bool has_line = false;;) {
+        if (begin_ == block_.size()) {
+            block_.resize(block_size);
+            block_.resize(source_(block_.data(), block_size));
+            begin_ = 0;
+            if (block_.empty()) {
+                line_number_ += has_line ? 1 : 0;
+                return has_line;
+            }
+        }
+        // The second half of a line end of two.
+        if (std::exchange(after_return_, false) && block_[begin_] == '\n') {
+            ++begin_;
+            continue;
+        }
+        has_line = true;
+        const std::size_t stop = std::min(block_.find_first_of("\r\n", begin_), block_.size());
+        const std::size_t room = line_limit - line_.size();
+        is_too_long_ = is_too_long_ || stop - begin_ > room;
+        line_.append(block_, begin_, std::min(stop - begin_, room));
+        begin_ = stop;
+        if (begin_ < block_.size()) {
+            line_has_end_ = true;
+            after_return_ = block_[begin_] == '\r';
+            ++begin_;
+            ++line_number_;
+            return true;
+        }
+    }
+}
+
+nmea_reader::outcome nmea_reader::next(nmea_sentence& sentence) {
+    while (at_ == line_.size()) {
+        if (!next_line()) {
+            at_ = line_.size();
+            return outcome::end;
+        }
+        if (is_too_long_) {
+            at_ = line_.size();
+            fail(line_limit, "the line is longer than any sentence", form);
+            return outcome::damaged;
+        }
+        line_.resize(line_.find_last_not_of(blanks) + 1);
+        at_ = std::min(line_.find_first_not_of(blanks), line_.size());
+        if (at_ < line_.size() && line_[at_] == '#') {
+            at_ = line_.size();
+        }
+    }
+    return take_piece(sentence) ? outcome::sentence : outcome::damaged;
+}
+
+bool nmea_reader::fail(std::size_t at, const char* cause, const char* hint) {
+    fault_.column = at + 1;
+    fault_.cause = cause;
+    fault_.hint = hint;
+    return false;
+}
+
+// What is left of the line, up to where the next sentence begins: nothing else has the characters that sentences begin
+// with, so what comes before one is a sentence that was cut, or noise.
+bool nmea_reader::take_piece(nmea_sentence& sentence) {
+    std::size_t begin = at_;
+    const auto next_start = [this](std::size_t from) {
+        return from < line_.size() ? std::min(line_.find_first_of("$!", from), line_.size()) : line_.size();
+    };
+    if (line_[begin] == '\\') {
+        const std::size_t close = line_.find('\\', begin + 1);
+        if (close == std::string::npos) {
+            at_ = next_start(begin);
+            return fail(begin, "the tag block is not closed", "a tag block stands between two backslashes");
+        }
+        begin = std::min(line_.find_first_not_of(blanks, close + 1), line_.size());
+    }
+    at_ = next_start(begin + 1);
+    std::size_t end = at_;
+    while (end > begin && blanks.find(line_[end - 1]) != std::string_view::npos) {
+        --end;
+    }
+    return parse(begin, end, sentence);
+}
+
+bool nmea_reader::parse(std::size_t begin, std::size_t end, nmea_sentence& sentence) {
+    if (begin >= end || (line_[begin] != '$' && line_[begin] != '!')) {
+        return fail(begin, "expected '$' or '!'", form);
+    }
+    unsigned sum = 0;
+    std::size_t star = begin + 1;
+    for (; star < end && line_[star] != '*'; ++star) {
+        if (line_[star] < ' ' || line_[star] > '~') {
+            return fail(star, "a character that no sentence has", "sentences are printable ASCII");
+        }
+        sum ^= static_cast<unsigned char>(line_[star]);
+    }
+    if (star < end) {
+        unsigned told = 0;
+        const char* const stop = line_.data() + end;
+        const auto [read, failure] = std::from_chars(line_.data() + star + 1, stop, told, 16);
+        if (failure != std::errc() || read != stop || end - star != 3) {
+            return fail(star + 1, "the checksum is no two hexadecimal digits", form);
+        }
+        if (told != sum) {
+            return fail(star + 1, "the checksum does not fit", "a character was lost or changed on the way");
+        }
+        checksums_came_ = true;
+    } else if (at_ < line_.size()) {
+        return fail(at_, "another sentence begins here", "the end of the one before was lost on the way");
+    } else if (checksums_came_) {
+        return fail(end, "the checksum is missing", "sentences before have one: the end of this one was lost");
+    }
+    sentence.text = std::string_view(line_).substr(begin, end - begin);
+    take_time(sentence.text);
+    sentence.time = time_;
+    return true;
+}
+
+void nmea_reader::take_time(std::string_view sentence) {
+    const std::string_view address = field(sentence, 0);
+    // "$", two letters of the talker, three of the type.
+    if (address.size() != 6 || address[0] != '$') {
+        return;
+    }
+    const std::string_view type = address.substr(3);
+    const auto* const found =
+        std::find_if(time_fields.begin(), time_fields.end(), [&](const time_field& each) { return each.type == type; });
+    if (found == time_fields.end()) {
+        return;
+    }
+    std::optional<std::int64_t> day;
+    if (type == "RMC") {
+        const std::string_view date = field(sentence, 9);
+        const auto year = digits(date, 4, 2);
+        day = day_of(year ? std::optional(*year + (*year < first_year_of_1900 ? 2000 : 1900)) : year,
+                     digits(date, 2, 2), digits(date, 0, 2));
+    } else if (type == "ZDA") {
+        day = day_of(digits(field(sentence, 4), 0, 4), digits(field(sentence, 3), 0, 2),
+                     digits(field(sentence, 2), 0, 2));
+    }
+    if (day) {
+        day_ = day;
+        second_ = 0;
+    } else if ((type == "RMC" && !field(sentence, 9).empty()) || (type == "ZDA" && !field(sentence, 4).empty())) {
+        return; // a date that is none makes a doubtful clock
+    }
+    take_clock(field(sentence, found->number));
+}
+
+// "hhmmss" or "hhmmss.fff"
+void nmea_reader::take_clock(std::string_view clock) {
+    const auto hour = digits(clock, 0, 2);
+    const auto minute = digits(clock, 2, 2);
+    const auto second = digits(clock, 4, 2);
+    const std::string_view fraction = clock.size() > 6 ? clock.substr(6) : std::string_view();
+    const bool is_fraction = fraction.empty() || (fraction.size() > 1 && fraction[0] == '.' &&
+                                                  fraction.find_first_not_of("0123456789", 1) == fraction.npos);
+    if (!day_ || !hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 60 || !is_fraction) {
+        return;
+    }
+    const std::int64_t now = std::int64_t{*hour} * 3600 + std::int64_t{*minute} * 60 + *second;
+    if (now + seconds_per_day / 2 < second_) {
+        ++*day_;
+    }
+    second_ = now;
+    time_ = std::to_string(*day_ * seconds_per_day + now);
+    time_ += fraction;
+}
+
+} // namespace tavi::host

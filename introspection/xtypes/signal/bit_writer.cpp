@@ -1,0 +1,55 @@
+#include "introspection/xtypes/signal/bit_writer.hpp"
+
+#include <stdexcept>
+
+namespace qor::introspection::xtypes {
+
+void set_bit(std::uint64_t& word, std::uint32_t position) {
+    if (position >= 64) {
+        throw std::out_of_range("invalid bitset<N> position");
+    }
+    word |= std::uint64_t{1} << position;
+}
+
+void write_signal_bits(const signal_parameters& signal, std::uint8_t* destination, const std::uint8_t* source,
+                       std::size_t raw_size) {
+    if (signal.byte_order == signal_byte_order::big_endian) {
+        throw std::runtime_error("big endian signal encoding not supported");
+    }
+    if (signal.byte_order == signal_byte_order::inconsistent_big_endian) {
+        throw std::runtime_error("inconsistent big endian signal encoding not supported");
+    }
+    if (signal.byte_order != signal_byte_order::little_endian || signal.bit_length == 0) {
+        return;
+    }
+    std::uint64_t word = destination[0];
+    for (std::uint32_t i = 0; i < signal.bit_length; ++i) {
+        const std::uint64_t position = std::uint64_t{signal.bit_offset} + i;
+        if (position / 8 < raw_size && ((source[position / 8] >> (position % 8)) & 1) != 0) {
+            set_bit(word, i);
+        }
+    }
+    for (std::uint32_t k = 0; k < signal.bit_length / 8; ++k) {
+        destination[k] = k < 8 ? static_cast<std::uint8_t>(word >> (8 * k)) : std::uint8_t{0};
+    }
+}
+
+void copy_signal_bits(const signal_parameters& signal, std::uint8_t* destination, const std::uint8_t* source) {
+    std::uint64_t byte = signal.bit_offset / 8;
+    std::uint32_t bit = signal.bit_offset % 8;
+    for (std::uint32_t i = 0; i < signal.bit_length; ++i) {
+        const auto mask = static_cast<std::uint8_t>(1u << bit);
+        destination[byte] = static_cast<std::uint8_t>((destination[byte] & ~mask) | (source[byte] & mask));
+        if (++bit < 8) {
+            continue;
+        }
+        bit = 0;
+        if (signal.byte_order == signal_byte_order::little_endian) {
+            ++byte;
+        } else if (byte-- == 0) {
+            return;
+        }
+    }
+}
+
+} // namespace qor::introspection::xtypes

@@ -1,7 +1,0 @@
-#include "introspection/xtypes/signal_row_definition.hpp"
-
-namespace qor::introspection::xtypes {
-
-template std::shared_ptr<dynamic_type> make_signal_of_raw<std::int16_t>(type_kind, const signal_parameters&);
-
-} // namespace qor::introspection::xtypes

@@ -1,0 +1,29 @@
+#include "tools/tavi/commands/commands.hpp"
+
+#include "tools/tavi/decode/catalogue.hpp"
+#include "tools/tavi/output/block_output.hpp"
+#include "tools/tavi/report/diagnostics.hpp"
+#include "tools/tavi/report/printable.hpp"
+
+namespace tavi::tool {
+
+exit_code run_register(const register_options& options) {
+    diagnostics messages(options.catalogue.strict);
+    catalogue known(options.catalogue, messages);
+    known.load();
+    try {
+        known.extractor().checkpoint();
+    } catch (const host::error& error) {
+        throw command_error("tavi: error: the catalogue '" + printable(options.catalogue.storage) +
+                            "' cannot be written: " + printable(error.what()));
+    }
+    block_output output("");
+    for (std::size_t description = 0; description < known.descriptions().size(); ++description) {
+        output.write(known.signature(description) + '\t' + known.descriptions()[description].path + '\n');
+    }
+    output.close();
+    messages.print_rest();
+    return messages.count(topic::left_out) != 0 ? exit_code::incomplete : exit_code::done;
+}
+
+} // namespace tavi::tool

@@ -1,0 +1,233 @@
+#include "tools/tavi/decode/catalogue.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
+#include "qorc/extensibility/signal_storage.h"
+#include "qorcpp/platform/stream.hpp"
+#include "tavi/stored_descriptions.hpp"
+#include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/report/printable.hpp"
+
+namespace tavi::tool {
+
+namespace {
+
+// Descriptions are parsed for a source of this id each, numbered by its instance, before any interface is known.
+constexpr std::uint16_t description_source_id = 0x0020;
+constexpr std::size_t largest_description = std::size_t{256} << 20;
+constexpr std::size_t longest_name = 254;
+constexpr std::size_t longest_type = 15;
+
+std::string read_file(const std::string& path) {
+    try {
+        qor::platform::input_stream file(path);
+        std::string content;
+        std::array<char, 65536> block{};
+        while (const std::size_t count = file.read(block.data(), block.size())) {
+            content.append(block.data(), count);
+            if (content.size() > largest_description) {
+                throw command_error(printable(path) + ": error: larger than 256 MB, no description is");
+            }
+        }
+        return content;
+    } catch (const std::system_error& error) {
+        throw command_error(printable(path) + ": error: cannot be read: " + error.code().message());
+    }
+}
+
+// The type word of a description: its file name extension.
+std::string type_of(const std::string& path) {
+    std::string type = std::filesystem::path(path).extension().string();
+    if (type.size() < 2) {
+        return "dbc";
+    }
+    type.erase(0, 1);
+    std::transform(type.begin(), type.end(), type.begin(),
+                   [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
+    if (type == "json") {
+        return "sdl";
+    }
+    if (type.size() > longest_type) {
+        throw command_error(printable(path) + ": error: descriptions end in .dbc, .sdl or .json");
+    }
+    return type;
+}
+
+host::extractor start_extractor(const catalogue_options& options, const std::string& uri,
+                                const host::log_function& log) {
+    // A catalogue that is only read from is not made by mistake.
+    const std::uint32_t flags =
+        options.storage.empty() || !options.descriptions.empty() ? 0 : QOR_SIGNAL_STORAGE_MUST_EXIST;
+    try {
+        return host::extractor(uri, flags, log);
+    } catch (const host::error& error) {
+        if (options.storage.empty()) {
+            throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+        }
+        // With a catalogue in memory it either starts, then the URI is at fault, or tells the same of a plug-in.
+        start_extractor({}, host::memory_catalogue, {});
+        throw command_error("tavi: error: the catalogue '" + printable(options.storage) +
+                                "' cannot be opened: " + printable(error.what()),
+                            exit_code::failed, "a catalogue on disk reads file:PATH, for example file:catalogue.db3");
+    }
+}
+
+} // namespace
+
+catalogue::catalogue(const catalogue_options& options, message_sink& messages, bool shared)
+    : messages_(messages), strict_(options.strict), storage_(options.storage), uri_(storage_),
+      file_count_(options.descriptions.size()), log_(messages),
+      extractor_(start_extractor(options, choose_uri(shared),
+                                 [this](const qor_log_info_t& message) { log_.receive(message); })) {
+    std::transform(options.descriptions.begin(), options.descriptions.end(), std::back_inserter(arguments_),
+                   parse_description);
+    std::transform(options.signatures.begin(), options.signatures.end(), std::back_inserter(arguments_),
+                   parse_description);
+}
+
+catalogue::catalogue(const catalogue& original)
+    : messages_(original.messages_), strict_(original.strict_), storage_(original.storage_), uri_(original.uri_),
+      file_count_(original.file_count_), arguments_(original.arguments_), signatures_(original.signatures_),
+      log_(messages_), extractor_(uri_, QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST,
+                                  [this](const qor_log_info_t& message) { log_.receive(message); }) {}
+
+std::unique_ptr<catalogue> catalogue::another() const {
+    return std::unique_ptr<catalogue>(new catalogue(*this));
+}
+
+// One in memory that several connections of this process find by its name, or one that is private.
+const std::string& catalogue::choose_uri(bool shared) {
+    if (uri_.empty()) {
+        uri_ = shared ? "file:/tavi_" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + "?vfs=memdb"
+                      : host::memory_catalogue;
+    }
+    return uri_;
+}
+
+void catalogue::load() {
+    if (arguments_.empty()) {
+        list_stored();
+    }
+    for (std::size_t description = 0; description < arguments_.size(); ++description) {
+        description < file_count_ ? load_one(description) : load_stored(description);
+    }
+}
+
+void catalogue::load_source(std::uint16_t source_id, const std::string& source_name) {
+    if (!arguments_.empty()) {
+        throw command_error("tavi: error: this log needs no description, it comes by itself", exit_code::usage);
+    }
+    try {
+        for (std::string& signature :
+             extractor_.register_source(source_id, 0, source_name, std::span<const host::description>())) {
+            arguments_.push_back({"", std::move(signature)});
+        }
+    } catch (const host::error& error) {
+        throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+    }
+    for (std::size_t description = 0; description < arguments_.size(); ++description) {
+        load_stored(description);
+    }
+}
+
+void catalogue::list_stored() {
+    if (storage_.empty()) {
+        throw command_error("tavi: error: a description is needed", exit_code::usage,
+                            "-d FILE, or --storage URI with a catalogue that tavi register filled");
+    }
+    try {
+        for (std::string& signature : host::stored_signatures(storage_)) {
+            arguments_.push_back({"", std::move(signature)});
+        }
+    } catch (const host::error& error) {
+        throw command_error("tavi: error: the catalogue '" + printable(storage_) +
+                            "' cannot be read: " + printable(error.what()));
+    }
+    if (arguments_.empty()) {
+        throw command_error("tavi: error: the catalogue '" + printable(storage_) + "' is empty", exit_code::failed,
+                            "tavi register -d FILE --storage URI fills it");
+    }
+}
+
+void catalogue::load_stored(std::size_t description) {
+    const std::string& signature = arguments_[description].path;
+    try {
+        extractor_.register_source_from_storage(description_source_id, static_cast<std::uint32_t>(description),
+                                                "description " + std::to_string(description + 1), {&signature, 1});
+    } catch (const host::error& error) {
+        throw command_error("tavi: error: " + printable(error.what()), exit_code::failed,
+                            "tavi register prints the signatures of what it keeps");
+    }
+    signatures_.push_back(signature);
+}
+
+void catalogue::load_one(std::size_t description) {
+    const std::string& path = arguments_[description].path;
+    const std::string content = read_file(path);
+    const std::string type = type_of(path);
+    const std::string name = std::filesystem::path(path).filename().string().substr(0, longest_name);
+    const std::uint64_t before = warnings();
+    log_.begin(name, path, content);
+    try {
+        const auto signatures =
+            extractor_.register_source(description_source_id, static_cast<std::uint32_t>(description),
+                                       "description " + std::to_string(description + 1), {{name, type, content}});
+        signatures_.push_back(signatures.empty() ? std::string() : signatures.front());
+    } catch (const host::error& error) {
+        const bool usual = type == "dbc" || type == "sdl";
+        throw command_error(log_.refusal(error.what()), exit_code::failed,
+                            usual ? "" : "descriptions end in .dbc, .sdl or .json");
+    }
+    log_.end();
+    if (warnings() != before) {
+        refuse_if_strict(description);
+    }
+}
+
+void catalogue::refuse_if_strict(std::size_t description) const {
+    if (strict_) {
+        throw command_error(printable(arguments_[description].path) +
+                            ": error: refused for its warnings, since the run is strict");
+    }
+}
+
+host::nodes catalogue::views(std::size_t description) {
+    return extractor_.roots(description_source_id, static_cast<std::uint32_t>(description));
+}
+
+std::string catalogue::expression(std::size_t description, std::string_view path) const {
+    return std::to_string(description_source_id) + '#' + std::to_string(description) + '.' + std::string(path);
+}
+
+bool catalogue::serves(std::size_t description, std::string_view name) const {
+    const std::string& source = arguments_[description].source;
+    return source.empty() || source == name;
+}
+
+bool catalogue::is_repeated(std::size_t description) const {
+    const auto end = signatures_.begin() + static_cast<std::ptrdiff_t>(description);
+    return std::find(signatures_.begin(), end, *end) != end;
+}
+
+bool catalogue::register_interface(std::size_t interface, const std::string& name, const std::string& source_name) {
+    std::vector<std::string> signatures;
+    for (std::size_t description = 0; description < arguments_.size(); ++description) {
+        const std::string& signature = signatures_[description];
+        if (serves(description, name) &&
+            std::find(signatures.begin(), signatures.end(), signature) == signatures.end()) {
+            signatures.push_back(signature);
+        }
+    }
+    if (signatures.empty()) {
+        return false;
+    }
+    extractor_.register_source_from_storage(interface_source_id, static_cast<std::uint32_t>(interface), source_name,
+                                            signatures);
+    return true;
+}
+
+} // namespace tavi::tool

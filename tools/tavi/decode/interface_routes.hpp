@@ -1,0 +1,104 @@
+// What becomes of the frames of one interface: from frame id to the messages that may read it.
+#ifndef TOOLS_TAVI_DECODE_INTERFACE_ROUTES_HPP
+#define TOOLS_TAVI_DECODE_INTERFACE_ROUTES_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "qorcpp/can_frame.hpp"
+#include "tavi/reader_filter.hpp"
+#include "tools/tavi/decode/id_table.hpp"
+#include "tools/tavi/decode/selection.hpp"
+#include "tools/tavi/output/row_writer.hpp"
+
+namespace tavi::tool {
+
+// A message asked for, on one interface.
+struct target {
+    message* wanted = nullptr;
+    // Matched by parameter group number: by more ids than that of its address.
+    bool by_group = false;
+    // 0 until the first frame came and it was subscribed to.
+    std::uint64_t handle = 0;
+    const message_plan* plan = nullptr;
+    // By row of the plan; rows that were not asked for are left empty.
+    row_texts rows;
+};
+
+// The messages that a frame id belongs to.
+struct route {
+    // In the order of the descriptions.
+    std::vector<target*> targets;
+    // Whether all targets are subscribed to.
+    bool ready = false;
+};
+
+// Thread: one at a time.
+class interface_routes {
+public:
+    // source_name  as in URLs
+    // j1939        match all messages with 29-bit ids by parameter group number
+    interface_routes(std::size_t number, std::string source_name, bool j1939)
+        : number_(number), source_name_(std::move(source_name)), j1939_(j1939), routes_(1) {}
+
+    std::size_t number() const noexcept { return number_; }
+    const std::string& source_name() const noexcept { return source_name_; }
+
+    // Adds a message of a description that is meant for the interface, in order; false when another description has
+    // given one of the same path already.
+    bool add(message& added);
+
+    // Numbers of routes.
+    static constexpr std::uint32_t unknown = id_table::none;
+    static constexpr std::uint32_t not_selected = 0; // its messages are known, none was asked for
+
+    // What to do with a frame of that id (flag bits of qorcpp/can_frame.hpp).
+    std::uint32_t find(std::uint32_t id) const noexcept {
+        const std::uint32_t found = by_id_.find(id);
+        return found == unknown && (id & qor::can_extended_bit) != 0 ? by_group_.find(qor::parameter_group(id)) : found;
+    }
+
+    // Takes the ids that the filter excludes for those of messages that were not asked for. A filter cannot say which
+    // ids a parameter group has, nor does it know of messages that are not subscribed to: these stay.
+    void exclude(const host::reader_filter& filter, std::uint16_t source_id);
+
+    // Whether the same messages were added in the same order.
+    bool is_like(const interface_routes& other) const noexcept { return messages_ == other.messages_; }
+
+    // Takes over what a filter excluded there: told by the same messages it says the same of every interface.
+    // Requires: is_like(other).
+    void exclude_as(const interface_routes& other) { by_id_ = other.by_id_; }
+
+    // Messages asked for.
+    const std::vector<std::unique_ptr<target>>& targets() const noexcept { return targets_; }
+
+    // Requires: a number that find gave, not `unknown`.
+    route& operator[](std::uint32_t number) noexcept { return routes_[number]; }
+
+private:
+    void append(id_table& table, std::uint32_t key, target* wanted);
+
+    std::size_t number_;
+    std::string source_name_;
+    bool j1939_;
+    // All that were added, asked for or not.
+    std::vector<const message*> messages_;
+    std::vector<std::unique_ptr<target>> targets_;
+    std::unordered_set<std::string_view> paths_;
+    // The first is that of all ids that were not asked for.
+    std::vector<route> routes_;
+    // Whole ids of 29 bits, for groups that come after them.
+    std::vector<std::uint32_t> extended_;
+    id_table by_id_;
+    id_table by_group_;
+};
+
+} // namespace tavi::tool
+
+#endif

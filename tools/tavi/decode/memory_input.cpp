@@ -1,0 +1,132 @@
+#include "tools/tavi/decode/memory_input.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <limits>
+#include <string_view>
+#include <vector>
+
+#include "tavi/package_builder.hpp"
+#include "tools/tavi/decode/object_decoder.hpp"
+#include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/report/printable.hpp"
+
+namespace tavi::tool {
+
+namespace {
+
+constexpr std::size_t header_size = 16; // address, cycle, zero
+constexpr std::size_t largest_piece = std::size_t{1} << 30;
+constexpr std::size_t block_size = 65536;
+
+bool read_number(std::string_view text, std::uint64_t& number) {
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    text.remove_prefix(hexadecimal ? 2 : 0);
+    const char* const end = text.data() + text.size();
+    const auto [stop, failure] = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
+    return failure == std::errc() && stop == end;
+}
+
+std::vector<std::uint8_t> read_all(qor::platform::input_stream& input) {
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t used = 0;;) {
+        bytes.resize(used + block_size);
+        const std::size_t count = input.read(reinterpret_cast<char*>(bytes.data()) + used, block_size);
+        used += count;
+        if (used > largest_piece) {
+            throw command_error("tavi: error: a piece of memory of more than 1 GiB");
+        }
+        if (count == 0) {
+            bytes.resize(used);
+            return bytes;
+        }
+    }
+}
+
+void store_little_endian(std::span<std::uint8_t> target, std::uint64_t value) {
+    for (std::uint8_t& byte : target) {
+        byte = static_cast<std::uint8_t>(value);
+        value >>= 8;
+    }
+}
+
+std::string range_text(const memory_place& place, std::size_t size) {
+    char text[96];
+    std::snprintf(text, sizeof text, "the %zu bytes from 0x%llX in cycle %u", size,
+                  static_cast<unsigned long long>(place.address), place.cycle);
+    return text;
+}
+
+void count_values(account& totals, std::uint64_t values) {
+    ++totals.frames;
+    totals.values = values;
+    ++(values != 0 ? totals.matched : totals.without_values);
+}
+
+} // namespace
+
+memory_place parse_memory_place(const std::string& text) {
+    memory_place place;
+    bool has_address = false;
+    bool has_cycle = false;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::string_view part = rest.substr(0, rest.find(','));
+        rest.remove_prefix(std::min(part.size() + 1, rest.size()));
+        const std::string_view key = part.substr(0, part.find('='));
+        std::uint64_t number = 0;
+        const bool known = key == "address" || key == "cycle";
+        const bool repeated = key == "address" ? has_address : has_cycle;
+        if (!known || repeated || key.size() == part.size() || !read_number(part.substr(key.size() + 1), number) ||
+            (key == "cycle" && number > std::numeric_limits<std::uint32_t>::max())) {
+            throw command_error("tavi: error: --memory cannot be read: '" + printable(part) + "'", exit_code::usage,
+                                "it reads address=0x20000000 or address=0x20000000,cycle=5");
+        }
+        (key == "address" ? has_address : has_cycle) = true;
+        key == "address" ? place.address = number : place.cycle = static_cast<std::uint32_t>(number);
+    }
+    if (!has_address) {
+        throw command_error("tavi: error: --memory needs an address", exit_code::usage, "address=0x20000000");
+    }
+    return place;
+}
+
+void decode_memory(const decode_options& options, qor::platform::input_stream& input, catalogue& catalogue,
+                   selection& selection, row_writer& rows, diagnostics& messages, account& totals) {
+    const memory_place place = parse_memory_place(options.memory);
+    const std::vector<std::uint8_t> bytes = read_all(input);
+    if (!bytes.empty() && bytes.size() - 1 > std::numeric_limits<std::uint64_t>::max() - place.address) {
+        throw command_error("tavi: error: " + range_text(place, bytes.size()) + " end behind the last address");
+    }
+    catalogue.register_interface(0, memory_source_name, memory_source_name);
+    object_decoder decoder(catalogue::interface_source_id, 0, memory_source_name, catalogue, selection, rows, messages);
+
+    host::package_builder package;
+    package.set_source(catalogue::interface_source_id, 0);
+    package.set_format("memory");
+    const std::span<std::uint8_t> payload = package.resize_payload(header_size + bytes.size());
+    store_little_endian(payload.first(8), place.address);
+    store_little_endian(payload.subspan(8, 8), place.cycle);
+    std::copy(bytes.begin(), bytes.end(), payload.begin() + header_size);
+
+    const std::uint64_t values = decoder.decode(
+        package.package(), {}, [&](const message& object, std::size_t size, std::size_t whole_size, std::size_t lost) {
+            ++totals.short_frames;
+            const std::string cause = "the piece ends within " + object.path + ", after " + std::to_string(size) +
+                                      " of " + std::to_string(whole_size) + " bytes: " + std::to_string(lost) +
+                                      (lost == 1 ? " value is" : " values are") + " not in it";
+            messages.report({topic::short_frame, totals.log, 0, 0, cause, {}, {}});
+            if (options.catalogue.strict) {
+                count_values(totals, decoder.written());
+                throw command_error("tavi: error: stopped at the first object cut short, since the run is strict");
+            }
+        });
+    count_values(totals, values);
+    if (decoder.found_count() < decoder.object_count()) {
+        messages.print("tavi: note: " + std::to_string(decoder.object_count() - decoder.found_count()) + " of " +
+                       std::to_string(decoder.object_count()) + " objects are not in " +
+                       range_text(place, bytes.size()) + '\n');
+    }
+}
+
+} // namespace tavi::tool

@@ -1,0 +1,61 @@
+#include "tools/tavi/output/block_output.hpp"
+
+#include <algorithm>
+#include <system_error>
+
+#include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/report/printable.hpp"
+
+namespace tavi::tool {
+
+namespace {
+
+constexpr std::size_t block_size = std::size_t{256} << 10;
+
+template<typename Action>
+void checked(const std::string& name, Action action) {
+    try {
+        action();
+    } catch (const std::system_error& error) {
+        throw command_error(printable(name) + ": error: cannot be written: " + error.code().message());
+    }
+}
+
+} // namespace
+
+block_output::block_output(const std::string& path)
+    : row_output(block_size), name_(path.empty() ? "standard output" : path) {
+    checked(name_, [&] {
+        stream_ = path.empty() ? std::make_unique<qor::platform::output_stream>()
+                               : std::make_unique<qor::platform::output_stream>(path);
+    });
+}
+
+void block_output::make_room(std::size_t count) {
+    flush();
+    if (block_.size() < count) {
+        block_.resize(count);
+    }
+}
+
+void row_output::write(std::string_view lines) {
+    commit(std::copy(lines.begin(), lines.end(), reserve(lines.size())));
+}
+
+void block_output::write_through(std::string_view lines) {
+    flush();
+    checked(name_, [&] { stream_->write(lines.data(), lines.size()); });
+}
+
+void block_output::flush() {
+    const std::size_t count = used_;
+    used_ = 0;
+    checked(name_, [&] { stream_->write(block_.data(), count); });
+}
+
+void block_output::close() {
+    flush();
+    checked(name_, [&] { stream_->close(); });
+}
+
+} // namespace tavi::tool

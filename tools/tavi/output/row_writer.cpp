@@ -1,0 +1,70 @@
+#include "tools/tavi/output/row_writer.hpp"
+
+#include <cmath>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+namespace tavi::tool {
+
+std::string csv_field(std::string_view text) {
+    if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
+        return std::string(text);
+    }
+    std::string field = "\"";
+    for (const char character : text) {
+        field += character == '"' ? std::string("\"\"") : std::string(1, character);
+    }
+    return field + '"';
+}
+
+std::string json_text(std::string_view text) {
+    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+void row_writer::write_header() {
+    if (format_ == output_format::csv) {
+        output_.write("timestamp,signal,value,unit\n");
+    }
+}
+
+void row_texts::add(std::string_view before, std::string_view behind) {
+    const std::size_t begin = bytes_.size() - padded_text::stride;
+    bytes_.insert(begin, before);
+    bytes_.insert(begin + before.size(), behind);
+    const std::size_t end = begin + before.size() + behind.size();
+    if (end > UINT32_MAX) {
+        throw std::length_error("the names of a message have more than 4 GiB");
+    }
+    places_.push_back({static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(begin + before.size()),
+                       static_cast<std::uint32_t>(end)});
+}
+
+void row_writer::add_row(row_texts& texts, std::string_view signal, std::string_view unit) const {
+    if (format_ == output_format::csv) {
+        texts.add(',' + csv_field(signal) + ',', ',' + csv_field(unit) + '\n');
+    } else {
+        texts.add(",\"signal\":" + json_text(signal) + ",\"value\":", ",\"unit\":" + json_text(unit) + "}\n");
+    }
+}
+
+void row_writer::set_time(std::string_view time) {
+    if (format_ == output_format::csv) {
+        time_.assign(time);
+    } else {
+        time_.assign("{\"timestamp\":", time.empty() ? std::string_view("null") : time);
+    }
+}
+
+// JSON has no numbers that are none: they are texts there.
+char* row_writer::write_floating(char* at, const host::record_plan& plan, const host::reading& value) const {
+    if (format_ == output_format::csv || std::isfinite(value.floating_value)) {
+        return plan.write_text(value, at);
+    }
+    *at++ = '"';
+    at = plan.write_text(value, at);
+    *at++ = '"';
+    return at;
+}
+
+} // namespace tavi::tool

@@ -1,0 +1,64 @@
+#include "tools/tavi/report/diagnostics.hpp"
+
+#include <cstdio>
+
+#include "tools/tavi/report/printable.hpp"
+
+namespace tavi::tool {
+
+std::string place_text(std::string_view file, std::uint64_t line, std::size_t column) {
+    std::string place = printable(file);
+    if (line != 0) {
+        place += ':' + std::to_string(line);
+        if (column != 0) {
+            place += ':' + std::to_string(column);
+        }
+    }
+    return place;
+}
+
+std::string format_diagnostic(const diagnostic& message, bool as_error) {
+    std::string text = place_text(message.file, message.line, message.column) +
+                       (as_error || message.kind == topic::damaged_line ? ": error: " : ": warning: ") +
+                       printable(message.cause) + '\n';
+    if (!message.source_line.empty()) {
+        const excerpt shown = make_excerpt(message.source_line, message.column);
+        text += "  " + shown.text + '\n';
+        if (message.column != 0) {
+            text += "  " + std::string(shown.caret, ' ') + "^\n";
+        }
+    }
+    if (!message.hint.empty()) {
+        text += "  hint: " + printable(message.hint) + '\n';
+    }
+    return text;
+}
+
+void diagnostics::report(const diagnostic& message) {
+    const std::size_t kind = index(message.kind);
+    if (counts_[kind] == 0) {
+        first_places_[kind] = place_text(message.file, message.line, 0);
+    }
+    if (++counts_[kind] <= shown_of_a_kind) {
+        print(format_diagnostic(message, strict_));
+    }
+}
+
+void diagnostics::print_rest() {
+    constexpr std::array<const char*, kinds> names{"damaged lines", "short frames", "parts of descriptions left out",
+                                                   "warnings about descriptions"};
+    for (std::size_t kind = 0; kind < kinds; ++kind) {
+        if (counts_[kind] > shown_of_a_kind) {
+            print("tavi: " + std::to_string(counts_[kind] - shown_of_a_kind) + " more " + names[kind] + '\n');
+        }
+    }
+}
+
+void diagnostics::print(std::string_view text) {
+    if (before_print_) {
+        before_print_();
+    }
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+} // namespace tavi::tool
