@@ -7,7 +7,7 @@
 
 #include "qorcpp/can_frame.hpp"
 #include "tests/support/page.hpp"
-#include "tests/tavi/command.hpp"
+#include "tests/support/split.hpp"
 
 namespace tavi::host {
 namespace {

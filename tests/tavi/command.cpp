@@ -44,21 +44,4 @@ std::optional<fs::path> shared_data() {
     return fs::is_directory(path) ? std::optional(fs::canonical(path)) : std::nullopt;
 }
 
-std::vector<std::string> lines_of(std::string_view text) {
-    const auto views = split(text.ends_with('\n') ? text.substr(0, text.size() - 1) : text, '\n');
-    return text.empty() ? std::vector<std::string>() : std::vector<std::string>(views.begin(), views.end());
-}
-
-std::vector<std::string_view> split(std::string_view text, char separator) {
-    std::vector<std::string_view> parts;
-    for (;;) {
-        const auto stop = text.find(separator);
-        parts.push_back(text.substr(0, stop));
-        if (stop == std::string_view::npos) {
-            return parts;
-        }
-        text.remove_prefix(stop + 1);
-    }
-}
-
 } // namespace tavi::test

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "tests/support/split.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tavi::test {
@@ -39,9 +39,6 @@ std::string source_path(const std::string& name);
 
 // The folder of measurement data, when it is there.
 std::optional<std::filesystem::path> shared_data();
-
-std::vector<std::string> lines_of(std::string_view text);
-std::vector<std::string_view> split(std::string_view text, char separator);
 
 } // namespace tavi::test
 
