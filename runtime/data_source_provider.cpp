@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "qorcpp/call_frame.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::extensibility {
 
@@ -16,9 +16,9 @@ namespace {
 template<typename Call>
 std::uint32_t repeat_until_ready(Call&& call) {
     for (;;) {
-        qor_error_details_t* details = nullptr;
-        const std::uint32_t status = call(&details);
-        rethrow_details(details);
+        runtime::details_owner details;
+        const std::uint32_t status = call(details.place());
+        details.rethrow();
         if (status != QOR_STATUS_NOT_READY) {
             return status;
         }

@@ -1,6 +1,6 @@
 #include "runtime/enable_service_locator.hpp"
 
-#include <sstream>
+#include <stdexcept>
 
 #include "qorcpp/call_frame.hpp"
 
@@ -23,9 +23,7 @@ enable_service_locator::enable_service_locator() : services(initial_bucket_count
                 const auto& known = static_cast<enable_service_locator*>(handle)->services;
                 const auto found = known.find(service_type);
                 if (found == known.end()) {
-                    std::ostringstream text;
-                    text << "requested service '" << service_type << "' not found";
-                    throw std::runtime_error(text.str());
+                    throw std::runtime_error("requested service '" + std::string(service_type) + "' not found");
                 }
                 found->second(target);
             },

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "qorcpp/call_frame.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime::io {
 
@@ -14,12 +14,12 @@ filesystem::~filesystem() {
         if (table == nullptr || table->close == nullptr) {
             throw std::invalid_argument("invalid filesystem handle");
         }
-        qor_error_details_t* details = nullptr;
-        table->close(table->context, &details);
-        rethrow_details(details);
+        details_owner details;
+        table->close(table->context, details.place());
+        details.rethrow();
         table = nullptr;
     } catch (...) {
-        // Nobody is left to be told.
+        // There is no caller to report to.
     }
 }
 

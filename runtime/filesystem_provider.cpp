@@ -2,18 +2,16 @@
 
 #include <stdexcept>
 
-#include "qorcpp/call_frame.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime::io {
 
 namespace {
 
 // A status counts here, the kind of failure does not.
-void check_status(std::uint32_t status, qor_error_details_t* details) {
-    const std::unique_ptr<qor_error_details_t, void (*)(qor_error_details_t*)> owner(details,
-                                                                                     qor_error_details_destroy);
+void check_status(std::uint32_t status, const details_owner& details) {
     if (status != QOR_STATUS_OK) {
-        const char* const description = qor_error_details_get_description(details);
+        const char* const description = qor_error_details_get_description(details.get());
         throw std::runtime_error(description != nullptr ? description : "unknwon error");
     }
 }
@@ -41,8 +39,8 @@ filesystem_provider::filesystem_provider(std::shared_ptr<service_locator> host_l
 filesystem_provider::instance_owner filesystem_provider::make_instance(const filesystem_provider_functions& functions,
                                                                        const service_locator& host) {
     void* handle = nullptr;
-    qor_error_details_t* details = nullptr;
-    const std::uint32_t status = functions.create(&handle, host.table, &details);
+    details_owner details;
+    const std::uint32_t status = functions.create(&handle, host.table, details.place());
     instance_owner owner(handle, functions.destroy);
     check_status(status, details);
     return owner;
@@ -51,8 +49,8 @@ filesystem_provider::instance_owner filesystem_provider::make_instance(const fil
 std::shared_ptr<service_locator>
 filesystem_provider::ask_for_locator(const filesystem_provider_functions& functions) const {
     qor_service_locator_t* table = nullptr;
-    qor_error_details_t* details = nullptr;
-    const std::uint32_t status = functions.get_service_locator(handle_.get(), &table, &details);
+    details_owner details;
+    const std::uint32_t status = functions.get_service_locator(handle_.get(), &table, details.place());
     check_status(status, details);
     if (table == nullptr || table->resolve == nullptr || table->context == nullptr) {
         throw std::runtime_error(
@@ -71,11 +69,12 @@ std::shared_ptr<filesystem> filesystem_provider::open(const std::string& root) c
         throw std::runtime_error(
             "invalid qor_filesystem_provider_support_t interface, missing 'open_filesystem' function");
     }
-    qor_filesystem_t* table = nullptr;
-    qor_error_details_t* details = nullptr;
-    support_.open_filesystem(handle_.get(), root.c_str(), &table, &details);
-    rethrow_details(details);
-    return std::make_shared<filesystem>(table, true);
+    // The owner is made first, so that no failure leaves a filesystem open.
+    auto opened = std::make_shared<filesystem>(nullptr, true);
+    details_owner details;
+    support_.open_filesystem(handle_.get(), root.c_str(), &opened->table, details.place());
+    details.rethrow();
+    return opened;
 }
 
 std::shared_ptr<filesystem> open_default_filesystem() {

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "qorcpp/call_frame.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime {
 
@@ -36,10 +36,10 @@ dynamic_data_holder wrap_dynamic_data(qor_dynamic_data_t* record, qor_memory_all
 
 type_node_holder clone_node(const qor_type_node_t* source) {
     qor_type_node_t* copy = nullptr;
-    qor_error_details_t* details = nullptr;
-    qor_type_node_clone(qor_get_default_allocator(), source, &copy, &details);
+    details_owner details;
+    const std::uint32_t status = qor_type_node_clone(qor_get_default_allocator(), source, &copy, details.place());
     auto holder = wrap_node(copy, true);
-    rethrow_details(details);
+    details.check(status);
     if (!holder) {
         throw std::runtime_error("failed to allocate 'qor_type_node_t' instance");
     }
@@ -48,10 +48,11 @@ type_node_holder clone_node(const qor_type_node_t* source) {
 
 type_node_sequence_holder make_sequence(std::uint64_t count) {
     qor_type_node_sequence_t* sequence = nullptr;
-    qor_error_details_t* details = nullptr;
-    qor_type_node_sequence_create(qor_get_default_allocator(), count, &sequence, &details);
+    details_owner details;
+    const std::uint32_t status =
+        qor_type_node_sequence_create(qor_get_default_allocator(), count, &sequence, details.place());
     auto holder = wrap_nodes(sequence, true);
-    rethrow_details(details);
+    details.check(status);
     if (!holder) {
         throw std::runtime_error("failed to allocate 'qor_type_node_sequence_t' instance");
     }
@@ -61,9 +62,10 @@ type_node_sequence_holder make_sequence(std::uint64_t count) {
 type_node_sequence_holder make_sequence(const std::vector<type_node_holder>& nodes) {
     auto holder = make_sequence(nodes.size());
     for (std::size_t index = 0; index < nodes.size(); ++index) {
-        qor_error_details_t* details = nullptr;
-        qor_type_node_sequence_put(qor_get_default_allocator(), holder.get(), index, nodes[index].get(), &details);
-        rethrow_details(details);
+        details_owner details;
+        const std::uint32_t status = qor_type_node_sequence_put(qor_get_default_allocator(), holder.get(), index,
+                                                                nodes[index].get(), details.place());
+        details.check(status);
     }
     return holder;
 }

@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "qorcpp/call_frame.hpp"
 #include "qorcpp/platform/module.hpp"
+#include "runtime/details_owner.hpp"
 #include "runtime/wide_text.hpp"
 
 namespace qor::extensibility::log {
@@ -64,9 +64,9 @@ void logger::send(std::uint32_t level, const wchar_t* module, const wchar_t* fil
     info.file = file_text.get();
     info.function = function_text.get();
     info.line = line;
-    qor_error_details_t* details = nullptr;
-    table->log(table->context, &info, &details);
-    rethrow_details(details);
+    runtime::details_owner details;
+    table->log(table->context, &info, details.place());
+    details.rethrow();
 }
 
 void logger::log(std::uint32_t level, const wchar_t* module, const wchar_t* file, const wchar_t* function,

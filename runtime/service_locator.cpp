@@ -1,6 +1,6 @@
 #include "runtime/service_locator.hpp"
 
-#include "qorcpp/call_frame.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime {
 
@@ -11,9 +11,9 @@ bool service_locator::can_resolve(const std::string& service_type) const {
         return false;
     }
     bool result = false;
-    qor_error_details_t* details = nullptr;
-    table->can_resolve(table->context, service_type.c_str(), &result, &details);
-    rethrow_details(details);
+    details_owner details;
+    table->can_resolve(table->context, service_type.c_str(), &result, details.place());
+    details.rethrow();
     return result;
 }
 
@@ -21,9 +21,9 @@ void service_locator::resolve(const std::string& service_type, void* target) con
     if (table == nullptr || table->resolve == nullptr) {
         return;
     }
-    qor_error_details_t* details = nullptr;
-    table->resolve(table->context, service_type.c_str(), target, &details);
-    rethrow_details(details);
+    details_owner details;
+    table->resolve(table->context, service_type.c_str(), target, details.place());
+    details.rethrow();
 }
 
 } // namespace qor::runtime

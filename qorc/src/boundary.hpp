@@ -2,34 +2,15 @@
 #ifndef QORC_BOUNDARY_HPP
 #define QORC_BOUNDARY_HPP
 
-#include <exception>
 #include <limits>
 #include <new>
-#include <stdexcept>
-#include <string>
-#include <system_error>
 
-#include "qorc/error_details.h"
+#include "qorc/exception_status.hpp"
 #include "qorc/memory_allocator.h"
 
 namespace qorc {
 
-// Throws: std::invalid_argument "argument 'NAME' was not initialized" for a null pointer.
-template<typename Pointer>
-void require(const Pointer& argument, const char* name) {
-    if (argument == nullptr) {
-        throw std::invalid_argument(std::string("argument '") + name + "' was not initialized");
-    }
-}
-
-// System codes come out as the errno value that they stand for.
-inline std::uint32_t status_of(const std::error_code& code) noexcept {
-    const std::error_condition condition = code.default_error_condition();
-    if (condition.category() != std::generic_category() || condition.value() == 0) {
-        return QOR_STATUS_FAILURE;
-    }
-    return QOR_STATUS_FAMILY_GENERIC | (static_cast<std::uint32_t>(condition.value()) & 0xFFFFu);
-}
+using qor::check_argument;
 
 // Runs `body` and returns 0, or the status of the exception that left it.
 template<typename Body>
@@ -37,16 +18,8 @@ std::uint32_t at_boundary(qor_error_details_t** error, Body&& body) noexcept {
     try {
         body();
         return QOR_STATUS_OK;
-    } catch (const std::bad_alloc&) {
-        return qor_error_details_create(error, QOR_STATUS_OUT_OF_MEMORY, "memory allocation failed");
-    } catch (const std::invalid_argument& failure) {
-        return qor_error_details_create(error, QOR_STATUS_INVALID_ARGUMENT, failure.what());
-    } catch (const std::system_error& failure) {
-        return qor_error_details_create(error, status_of(failure.code()), failure.what());
-    } catch (const std::exception& failure) {
-        return qor_error_details_create(error, QOR_STATUS_FAILURE, failure.what());
     } catch (...) {
-        return qor_error_details_create(error, QOR_STATUS_FAILURE, "unknown error");
+        return qor::translate_standard_exception(error);
     }
 }
 

@@ -24,8 +24,8 @@ void* allocate_apart(const qor_memory_allocator_t& allocator, const qor_runtime_
 uint32_t qor_runtime_c_uint8_sequence_init(qor_memory_allocator_t* allocator, qor_runtime_c_uint8_sequence_t* sequence,
                                            uint64_t size, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
-        qorc::require(sequence, "sequence");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(sequence, "sequence");
         const bool has_room = sequence->data == room_behind(sequence);
         if (size != 0 && !(has_room && size <= QOR_BYTE_SEQUENCE_INLINE_CAPACITY)) {
             sequence->data = static_cast<uint8_t*>(allocate_apart(*allocator, sequence, size));
@@ -37,8 +37,8 @@ uint32_t qor_runtime_c_uint8_sequence_init(qor_memory_allocator_t* allocator, qo
 uint32_t qor_runtime_c_uint8_sequence_clear(qor_memory_allocator_t* allocator, qor_runtime_c_uint8_sequence_t* sequence,
                                             qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
-        qorc::require(sequence, "sequence");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(sequence, "sequence");
         sequence->sequence_length = 0;
         if (sequence->data != room_behind(sequence)) {
             uint8_t* const data = sequence->data;

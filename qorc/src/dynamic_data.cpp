@@ -24,8 +24,8 @@ qor_dynamic_data_t* start_record(void* block, uint64_t size) {
 uint32_t qor_dynamic_data_create(qor_memory_allocator_t* allocator, qor_dynamic_data_t** record,
                                  qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
-        qorc::require(record, "record");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(record, "record");
         *record = nullptr;
         *record =
             start_record(qorc::allocate(*allocator, sizeof(qor_dynamic_data_t) + QOR_BYTE_SEQUENCE_INLINE_CAPACITY), 0);
@@ -35,8 +35,8 @@ uint32_t qor_dynamic_data_create(qor_memory_allocator_t* allocator, qor_dynamic_
 uint32_t qor_dynamic_data_create_ex(qor_memory_allocator_t* allocator, uint64_t size, qor_dynamic_data_t** record,
                                     qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
-        qorc::require(record, "record");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(record, "record");
         *record = nullptr;
         if (size > std::numeric_limits<uint64_t>::max() - sizeof(qor_dynamic_data_t)) {
             throw std::bad_alloc();
@@ -49,7 +49,7 @@ uint32_t qor_dynamic_data_create_ex(qor_memory_allocator_t* allocator, uint64_t 
 uint32_t qor_dynamic_data_destroy(qor_memory_allocator_t* allocator, qor_dynamic_data_t* record,
                                   qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
+        qorc::check_argument(allocator, "allocator");
         if (record != nullptr) {
             qor_runtime_c_uint8_sequence_clear(allocator, &record->sequence, nullptr);
             qorc::release(*allocator, record);

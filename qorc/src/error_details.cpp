@@ -7,8 +7,15 @@
 // The text follows the record in the same block, so that a failure costs one allocation.
 struct qor_error_details_t {
     uint32_t code;
-    bool has_description;
+    const char* description;
 };
+
+namespace {
+
+// What a failure is reported by when there is no memory for a record of its own. Never freed, never changed.
+qor_error_details_t out_of_memory = {QOR_STATUS_OUT_OF_MEMORY, "memory allocation failed"};
+
+} // namespace
 
 uint32_t qor_error_details_create(qor_error_details_t** details, uint32_t code, const char* description) {
     if (details == nullptr) {
@@ -16,13 +23,16 @@ uint32_t qor_error_details_create(qor_error_details_t** details, uint32_t code, 
     }
     const std::size_t length = description != nullptr ? std::strlen(description) + 1 : 0;
     void* const block = std::malloc(sizeof(qor_error_details_t) + length);
-    *details = nullptr;
-    if (block != nullptr) {
-        *details = new (block) qor_error_details_t{code, description != nullptr};
-        if (description != nullptr) {
-            std::memcpy(*details + 1, description, length);
-        }
+    if (block == nullptr) {
+        // An information that is lost fails nothing.
+        *details = code != QOR_STATUS_INFORMATION ? &out_of_memory : nullptr;
+        return code;
     }
+    char* const text = static_cast<char*>(block) + sizeof(qor_error_details_t);
+    if (description != nullptr) {
+        std::memcpy(text, description, length);
+    }
+    *details = new (block) qor_error_details_t{code, description != nullptr ? text : nullptr};
     return code;
 }
 
@@ -31,9 +41,11 @@ uint32_t qor_error_details_get_code(const qor_error_details_t* details) {
 }
 
 const char* qor_error_details_get_description(const qor_error_details_t* details) {
-    return details != nullptr && details->has_description ? reinterpret_cast<const char*>(details + 1) : nullptr;
+    return details != nullptr ? details->description : nullptr;
 }
 
 void qor_error_details_destroy(qor_error_details_t* details) {
-    std::free(details);
+    if (details != &out_of_memory) {
+        std::free(details);
+    }
 }

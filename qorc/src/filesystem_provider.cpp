@@ -12,17 +12,17 @@ namespace {
 
 uint32_t get_name(void* handle, const char** name, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(handle, "handle");
-        qorc::require(name, "name");
+        qorc::check_argument(handle, "handle");
+        qorc::check_argument(name, "name");
         *name = "local";
     });
 }
 
 uint32_t open_filesystem(void* handle, const char* root, qor_filesystem_t** filesystem, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(handle, "handle");
-        qorc::require(root, "root");
-        qorc::require(filesystem, "filesystem");
+        qorc::check_argument(handle, "handle");
+        qorc::check_argument(root, "root");
+        qorc::check_argument(filesystem, "filesystem");
         *filesystem = nullptr;
         *filesystem = qorc::open_local_filesystem(root);
     });
@@ -37,7 +37,7 @@ struct local_provider {
 
 uint32_t qor_filesystem_provider_create_default(void** handle, qor_service_locator_t*, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(handle, "handle");
+        qorc::check_argument(handle, "handle");
         *handle = nullptr;
         *handle = new local_provider;
     });
@@ -50,8 +50,8 @@ void qor_filesystem_provider_destroy_default(void* handle) {
 uint32_t qor_filesystem_provider_get_service_locator_default(void* handle, qor_service_locator_t** locator,
                                                              qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(handle, "handle");
-        qorc::require(locator, "locator");
+        qorc::check_argument(handle, "handle");
+        qorc::check_argument(locator, "locator");
         *locator = &static_cast<local_provider*>(handle)->service.locator;
     });
 }

@@ -49,15 +49,15 @@ void check(const std::error_code& code, const char* what, const fs::path& path) 
 template<typename Body>
 uint32_t with_path(void* context, const char* path, qor_error_details_t** error, Body&& body) noexcept {
     return at_boundary(error, [&] {
-        require(context, "handle");
-        require(path, "path");
+        check_argument(context, "handle");
+        check_argument(path, "path");
         body(static_cast<const local_filesystem*>(context)->root / path_of(path));
     });
 }
 
 uint32_t exists(void* context, const char* path, bool* result, qor_error_details_t** error) {
     return with_path(context, path, error, [&](const fs::path& full) {
-        require(result, "exists");
+        check_argument(result, "exists");
         std::error_code code;
         const fs::file_status status = fs::status(full, code);
         if (status.type() == fs::file_type::none) {
@@ -69,7 +69,7 @@ uint32_t exists(void* context, const char* path, bool* result, qor_error_details
 
 uint32_t is_directory(void* context, const char* path, bool* result, qor_error_details_t** error) {
     return with_path(context, path, error, [&](const fs::path& full) {
-        require(result, "is_directory");
+        check_argument(result, "is_directory");
         std::error_code code;
         const fs::file_status status = fs::status(full, code);
         if (status.type() == fs::file_type::none) {
@@ -81,7 +81,7 @@ uint32_t is_directory(void* context, const char* path, bool* result, qor_error_d
 
 uint32_t get_size(void* context, const char* path, uint64_t* size, qor_error_details_t** error) {
     return with_path(context, path, error, [&](const fs::path& full) {
-        require(size, "size");
+        check_argument(size, "size");
         std::error_code code;
         const std::uintmax_t bytes = fs::file_size(full, code);
         check(code, "cannot tell the size of", full);
@@ -92,9 +92,9 @@ uint32_t get_size(void* context, const char* path, uint64_t* size, qor_error_det
 uint32_t read(void* context, const char* path, uint64_t offset, void* buffer, uint64_t* size,
               qor_error_details_t** error) {
     return with_path(context, path, error, [&](const fs::path& full) {
-        require(size, "size");
+        check_argument(size, "size");
         if (*size != 0) {
-            require(buffer, "buffer");
+            check_argument(buffer, "buffer");
         }
         std::error_code code;
         if (fs::is_directory(full, code)) {
@@ -123,7 +123,7 @@ uint32_t read(void* context, const char* path, uint64_t offset, void* buffer, ui
 
 void put_bytes(const fs::path& full, const void* buffer, uint64_t size, std::ios::openmode mode) {
     if (size != 0) {
-        require(buffer, "buffer");
+        check_argument(buffer, "buffer");
     }
     if (size > static_cast<uint64_t>(std::numeric_limits<std::streamsize>::max())) {
         fail(EFBIG, "cannot write", full);
@@ -162,7 +162,7 @@ uint32_t remove(void* context, const char* path, qor_error_details_t** error) {
 
 uint32_t rename(void* context, const char* path, const char* new_path, qor_error_details_t** error) {
     return with_path(context, path, error, [&](const fs::path& full) {
-        require(new_path, "new_path");
+        check_argument(new_path, "new_path");
         std::error_code code;
         fs::rename(full, static_cast<const local_filesystem*>(context)->root / path_of(new_path), code);
         check(code, "cannot rename", full);
@@ -194,8 +194,8 @@ std::vector<std::string> names_in(const fs::path& directory) {
 uint32_t list(void* context, const char* path, qor_memory_allocator_t* allocator,
               qor_runtime_c_string_sequence_t** names, qor_error_details_t** error) {
     return with_path(context, path, error, [&](const fs::path& full) {
-        require(allocator, "allocator");
-        require(names, "names");
+        check_argument(allocator, "allocator");
+        check_argument(names, "names");
         *names = nullptr;
         const std::vector<std::string> found = names_in(full);
         if (qor_runtime_c_string_sequence_create(allocator, found.size(), names, nullptr) != QOR_STATUS_OK) {
@@ -213,7 +213,7 @@ uint32_t list(void* context, const char* path, qor_memory_allocator_t* allocator
 
 uint32_t close(void* context, qor_error_details_t** error) {
     return at_boundary(error, [&] {
-        require(context, "handle");
+        check_argument(context, "handle");
         delete static_cast<local_filesystem*>(context);
     });
 }

@@ -10,9 +10,9 @@ namespace {
 
 uint32_t resolve(void* context, const char* service_type, void* target, qor_error_details_t** error) {
     return at_boundary(error, [&] {
-        require(context, "handle");
-        require(service_type, "service_type");
-        require(target, "target");
+        check_argument(context, "handle");
+        check_argument(service_type, "service_type");
+        check_argument(target, "target");
         const auto& service = *static_cast<const single_service*>(context);
         if (std::strcmp(service_type, service.name) != 0) {
             throw std::runtime_error(std::string("requested service '") + service_type + "' not found");
@@ -23,9 +23,9 @@ uint32_t resolve(void* context, const char* service_type, void* target, qor_erro
 
 uint32_t can_resolve(void* context, const char* service_type, bool* result, qor_error_details_t** error) {
     return at_boundary(error, [&] {
-        require(context, "handle");
-        require(service_type, "service_type");
-        require(result, "can_resolve");
+        check_argument(context, "handle");
+        check_argument(service_type, "service_type");
+        check_argument(result, "can_resolve");
         *result = std::strcmp(service_type, static_cast<const single_service*>(context)->name) == 0;
     });
 }

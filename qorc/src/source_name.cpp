@@ -44,8 +44,8 @@ std::string sanitize(std::string_view name) {
 uint32_t qor_data_source_sanitize_name(const char* input, char* output, size_t* size, qor_error_details_t** error) {
     bool fits = true;
     const uint32_t status = qorc::at_boundary(error, [&] {
-        qorc::require(input, "input");
-        qorc::require(size, "size");
+        qorc::check_argument(input, "input");
+        qorc::check_argument(size, "size");
         const std::string sanitized = sanitize(input);
         const size_t needed = sanitized.size() + 1;
         fits = output != nullptr && *size >= needed;

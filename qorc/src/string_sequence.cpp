@@ -7,8 +7,8 @@
 uint32_t qor_runtime_c_string_sequence_create(qor_memory_allocator_t* allocator, uint64_t count,
                                               qor_runtime_c_string_sequence_t** sequence, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
-        qorc::require(sequence, "sequence");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(sequence, "sequence");
         *sequence = nullptr;
         qorc::block_owner record(*allocator,
                                  qorc::allocate_zeroed(*allocator, 1, sizeof(qor_runtime_c_string_sequence_t)));
@@ -26,8 +26,8 @@ uint32_t qor_runtime_c_string_sequence_create(qor_memory_allocator_t* allocator,
 uint32_t qor_runtime_c_string_sequence_put(qor_memory_allocator_t* allocator, qor_runtime_c_string_sequence_t* sequence,
                                            uint64_t index, const char* text, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
-        qorc::require(sequence, "sequence");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(sequence, "sequence");
         if (index >= sequence->count) {
             throw std::invalid_argument("string " + std::to_string(index) + " is beyond the end of a sequence of " +
                                         std::to_string(sequence->count));
@@ -49,7 +49,7 @@ uint32_t qor_runtime_c_string_sequence_put(qor_memory_allocator_t* allocator, qo
 uint32_t qor_runtime_c_string_sequence_destroy(qor_memory_allocator_t* allocator,
                                                qor_runtime_c_string_sequence_t* sequence, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
+        qorc::check_argument(allocator, "allocator");
         if (sequence == nullptr) {
             return;
         }

@@ -64,9 +64,9 @@ uint32_t qor_type_node_clone(qor_memory_allocator_t* allocator, const qor_type_n
         if (copy != nullptr) {
             *copy = nullptr;
         }
-        qorc::require(allocator, "allocator");
-        qorc::require(source, "source");
-        qorc::require(copy, "copy");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(source, "source");
+        qorc::check_argument(copy, "copy");
         qorc::block_owner record(*allocator, qorc::allocate(*allocator, sizeof(qor_type_node_t)));
         new (record.get()) qor_type_node_t(copy_node(*allocator, *source));
         *copy = static_cast<qor_type_node_t*>(record.give_up());
@@ -75,7 +75,7 @@ uint32_t qor_type_node_clone(qor_memory_allocator_t* allocator, const qor_type_n
 
 uint32_t qor_type_node_destroy(qor_memory_allocator_t* allocator, qor_type_node_t* node, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
+        qorc::check_argument(allocator, "allocator");
         if (node != nullptr) {
             qorc::release(*allocator, node->texts);
             qorc::release(*allocator, node);
@@ -89,8 +89,8 @@ uint32_t qor_type_node_sequence_create(qor_memory_allocator_t* allocator, uint64
         if (sequence != nullptr) {
             *sequence = nullptr;
         }
-        qorc::require(allocator, "allocator");
-        qorc::require(sequence, "sequence");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(sequence, "sequence");
         qorc::block_owner record(*allocator, qorc::allocate_zeroed(*allocator, 1, sizeof(qor_type_node_sequence_t)));
         auto* const created = static_cast<qor_type_node_sequence_t*>(record.get());
         if (count != 0) {
@@ -106,9 +106,9 @@ uint32_t qor_type_node_sequence_create(qor_memory_allocator_t* allocator, uint64
 uint32_t qor_type_node_sequence_put(qor_memory_allocator_t* allocator, qor_type_node_sequence_t* sequence,
                                     uint64_t index, const qor_type_node_t* node, qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
-        qorc::require(sequence, "sequence");
-        qorc::require(node, "node");
+        qorc::check_argument(allocator, "allocator");
+        qorc::check_argument(sequence, "sequence");
+        qorc::check_argument(node, "node");
         if (index >= sequence->count) {
             throw std::invalid_argument("node " + std::to_string(index) + " is beyond the end of a sequence of " +
                                         std::to_string(sequence->count));
@@ -124,7 +124,7 @@ uint32_t qor_type_node_sequence_put(qor_memory_allocator_t* allocator, qor_type_
 uint32_t qor_type_node_sequence_destroy(qor_memory_allocator_t* allocator, qor_type_node_sequence_t* sequence,
                                         qor_error_details_t** error) {
     return qorc::at_boundary(error, [&] {
-        qorc::require(allocator, "allocator");
+        qorc::check_argument(allocator, "allocator");
         if (sequence == nullptr) {
             return;
         }

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "qorcpp/call_frame.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime::tavi {
 
@@ -17,11 +17,11 @@ context::~context() {
     if (!owned_) {
         return;
     }
-    qor_error_details_t* details = nullptr;
     guarded_call(
         [&] {
-            table->destroy(table->context, &details);
-            rethrow_details(details);
+            details_owner details;
+            table->destroy(table->context, details.place());
+            details.rethrow();
         },
         nullptr);
 }

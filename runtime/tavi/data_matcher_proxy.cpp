@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "runtime/tavi/details_owner.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime::tavi {
 

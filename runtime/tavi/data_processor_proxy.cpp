@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "runtime/tavi/details_owner.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime::tavi {
 

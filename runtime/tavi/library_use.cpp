@@ -1,17 +1,16 @@
 #include "runtime/tavi/library_use.hpp"
 
 #include <new>
-#include <stdexcept>
+
+#include "runtime/tavi/plugin_proxy.hpp"
 
 namespace qor::runtime::tavi {
 
-void throw_translated(std::uint32_t status, qor_error_details_t* details) {
-    if (status == QOR_STATUS_OUT_OF_MEMORY || details == nullptr) {
-        qor_error_details_destroy(details);
-        throw std::bad_alloc();
+void throw_translated(std::uint32_t status, const details_owner& details) {
+    if (qor_error_details_get_code(details.get()) != status) {
+        throw std::bad_alloc(); // the record of the process: there was no memory for the failure's own text
     }
-    rethrow_details(details);
-    throw std::runtime_error("unknown error"); // a failure, whatever status it claimed
+    throw status_error(status, description_or_default(details.get()));
 }
 
 } // namespace qor::runtime::tavi

@@ -5,27 +5,29 @@
 #include <string>
 #include <utility>
 
-#include "qorcpp/call_frame.hpp"
 #include "qorcpp/platform/shared_library.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime::tavi {
 
-// Throws what a translated exception told; its own type is one of ours whatever was thrown.
-[[noreturn]] void throw_translated(std::uint32_t status, qor_error_details_t* details);
+// Throws the failure that translate_current_exception gave, as an exception of our own: status_error with its status
+// and text, or std::bad_alloc when there was no memory for the text.
+[[noreturn]] void throw_translated(std::uint32_t status, const details_owner& details);
 
 // Loads the library at `path` and hands it to `work`, which gives it to a proxy. When `work` fails, the proxy is gone
-// and nothing else may hold the library; but an exception that the plug-in itself threw has its type and its destructor
-// there. So the code stays until the exception was translated.
+// and nothing else may hold the library, but an exception that the plug-in itself threw has its type and its destructor
+// there. So the code stays loaded until the exception is translated.
+// Throws: what platform::shared_library throws; the failure of `work` as throw_translated does.
 template<typename Work>
 void use_library(const std::string& path, Work&& work) {
     const platform::shared_library code(path);
     std::uint32_t status = QOR_STATUS_OK;
-    qor_error_details_t* details = nullptr;
+    details_owner details;
     try {
         work(platform::shared_library(path));
         return;
     } catch (...) {
-        status = translate_current_exception(&details);
+        status = translate_current_exception(details.place());
     }
     throw_translated(status, details);
 }

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "qorcpp/call_frame.hpp"
-#include "runtime/tavi/details_owner.hpp"
+#include "runtime/details_owner.hpp"
 
 namespace qor::runtime::tavi {
 

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "runtime/tavi/details_owner.hpp"
+#include "runtime/details_owner.hpp"
 #include "runtime/tavi/plugin_proxy.hpp"
 
 namespace qor::runtime::tavi {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -27,6 +28,7 @@ struct answer {
     std::optional<std::uint32_t> code = {}; // of a details record; none is made without it
     std::optional<std::string> text = {};   // its description, null when absent
     bool throws = false;                    // a type that no handler knows
+    std::function<void()> act = {};         // done first; its exception leaves the function
 };
 
 inline answer reports(std::uint32_t code, std::optional<std::string> text) {
@@ -37,6 +39,9 @@ inline answer returns(std::uint32_t status) {
 }
 inline answer throws_unknown() {
     return {.throws = true};
+}
+inline answer acts(std::function<void()> action) {
+    return {.act = std::move(action)};
 }
 
 struct format {

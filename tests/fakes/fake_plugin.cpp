@@ -70,6 +70,9 @@ fake_plugin::~fake_plugin() {
 }
 
 std::uint32_t fake_plugin::give(const answer& scripted, details error) {
+    if (scripted.act) {
+        scripted.act();
+    }
     if (scripted.throws) {
         throw failure_of_its_own();
     }

@@ -5,6 +5,7 @@
 
 #include "qorc/error_details.h"
 #include "qorc/extensibility/data_source.h"
+#include "tests/support/memory_shortage.hpp"
 #include "tests/support/outcome.hpp"
 
 namespace {
@@ -25,6 +26,30 @@ TEST(error_details, keep_a_copy_of_code_and_text_and_tolerate_null) {
     EXPECT_EQ(qor_error_details_get_code(nullptr), 0u);
     EXPECT_EQ(qor_error_details_get_description(nullptr), nullptr);
     qor_error_details_destroy(nullptr);
+}
+
+// A caller that looks at details alone must not take a failure for a success. What was only an information is dropped.
+TEST(error_details, without_memory_are_a_record_that_the_process_shares) {
+    if (!memory_shortage::is_possible()) {
+        GTEST_SKIP() << "the heap of this build cannot be made to fail";
+    }
+    const std::tuple<std::uint32_t, std::uint32_t, const char*> cases[] = {
+        {QOR_STATUS_FAILURE, QOR_STATUS_OUT_OF_MEMORY, "memory allocation failed"},
+        {QOR_STATUS_OK, QOR_STATUS_OUT_OF_MEMORY, "memory allocation failed"},
+        {QOR_STATUS_INFORMATION, 0, nullptr},
+    };
+    for (const auto& [status, code, text] : cases) {
+        for (int twice = 0; twice < 2; ++twice) {
+            auto* details = reinterpret_cast<qor_error_details_t*>(1);
+            {
+                const memory_shortage none(1);
+                EXPECT_EQ(qor_error_details_create(&details, status, "a failure"), status);
+            }
+            EXPECT_EQ(qor_error_details_get_code(details), code);
+            EXPECT_STREQ(qor_error_details_get_description(details), text);
+            qor_error_details_destroy(details);
+        }
+    }
 }
 
 TEST(source_name, becomes_what_a_url_expression_takes_without_quotes) {

@@ -42,6 +42,8 @@ TEST(call_frame, gives_each_exception_its_status_and_text) {
         {thrower(std::runtime_error("r")), failed("r", 0xA0000FA5)},
         {thrower(std::bad_cast()), failed("std::bad_cast", 0xA0000FA5)},
         {thrower(42), failed("unknown error", 0xA0000FA5)},
+        {thrower(status_error(0xA0070007, "s")), failed("s", 0xA0070007)},
+        {thrower(status_error(0, "none")), outcome{0, "none", 0}},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         EXPECT_EQ(frame(cases[i].first), cases[i].second) << "case " << i;
@@ -92,6 +94,25 @@ TEST(call_frame, turns_details_back_into_exceptions) {
     }
     qor_error_details_t* none = nullptr;
     EXPECT_NO_THROW(qor::rethrow_details(none));
+}
+
+TEST(call_frame, failure_of_the_c_runtime_without_details_is_a_failure) {
+    const std::tuple<std::uint32_t, const char*, outcome> cases[] = {
+        {0, nullptr, succeeded},
+        {1, nullptr, succeeded},
+        {0xA003000C, nullptr, failed("memory allocation failed", 0xA003000C)},
+        {0xA0030016, nullptr, failed("unknwon error", 0xA0030016)},
+        {0xA0030016, "bad", failed("bad", 0xA0030016)},
+        {0, "zero", failed("zero", 0xA0000FA5)},
+    };
+    for (const auto& [status, text, expected] : cases) {
+        qor_error_details_t* details = nullptr;
+        if (text != nullptr) {
+            qor_error_details_create(&details, status, text);
+        }
+        EXPECT_EQ(frame([&, status = status] { qor::check_call(status, details); }), expected) << std::hex << status;
+        EXPECT_EQ(details, nullptr);
+    }
 }
 
 } // namespace

@@ -26,7 +26,9 @@ typedef struct qor_error_details_t qor_error_details_t;
  * code         any status, 0 included
  * description  zero-terminated UTF-8, copied; null stays null
  *
- * Returns `code`, also when `details` is null or memory ran out (then `*details` is null).
+ * Returns `code`, also when `details` is null or memory ran out. Without memory for a record `*details` is one that the
+ * process shares, with code QOR_STATUS_OUT_OF_MEMORY and the description "memory allocation failed": a failure is never
+ * without details. Only a record of code QOR_STATUS_INFORMATION is then null.
  * Owner: the caller, by qor_error_details_destroy.
  */
 QORC_API uint32_t qor_error_details_create(qor_error_details_t** details, uint32_t code, const char* description);
@@ -37,7 +39,7 @@ QORC_API uint32_t qor_error_details_get_code(const qor_error_details_t* details)
 /* The text of the record, valid as long as the record; null when it has none or `details` is null. */
 QORC_API const char* qor_error_details_get_description(const qor_error_details_t* details);
 
-/* Frees the record; null is ignored. */
+/* Frees the record; null and the record that the process shares are ignored. */
 QORC_API void qor_error_details_destroy(qor_error_details_t* details);
 
 #ifdef __cplusplus

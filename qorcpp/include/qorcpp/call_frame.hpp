@@ -1,18 +1,16 @@
 // The hinge between exceptions inside a library and statuses at its C boundary, in both directions:
 //   guarded_call      around the body of a C function: any exception becomes a status and a details record;
 //   rethrow_details   after a call of a foreign C function: a details record becomes an exception;
-//   check_argument    the test of a required pointer, first thing in a guarded body.
+//   check_call        the same after a call of the C runtime, whose status counts too;
+//   check_argument    the test of a required pointer, first thing in a guarded body (qorc/exception_status.hpp).
 //
 // Thread: none of them holds any state.
 #ifndef QORCPP_CALL_FRAME_HPP
 #define QORCPP_CALL_FRAME_HPP
 
-#include <ios>
-#include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <type_traits>
 
 #if defined(_WIN32)
@@ -20,68 +18,32 @@
 #endif
 
 #include "qorc/error_details.h"
+#include "qorc/exception_status.hpp"
 #include "qorcpp/errors.hpp"
 
 namespace qor {
 
-namespace detail {
-
-// Apart, so that the test itself is two instructions.
-[[noreturn]] inline void throw_uninitialized(const char* name) {
-    throw std::invalid_argument(std::string("argument '") + name + "' was not initialized");
-}
-
-} // namespace detail
-
-// Throws: std::invalid_argument "argument 'NAME' was not initialized" for a null pointer.
-template<typename Pointer>
-inline void check_argument(const Pointer& argument, const char* name) {
-    if (argument == nullptr) {
-        detail::throw_uninitialized(name);
-    }
-}
-
-// The family is chosen by the category's identity. An error code of value 0 gives status 0, whatever was thrown.
-inline std::uint32_t status_of(const std::error_code& code) noexcept {
-    const auto value = static_cast<std::uint32_t>(code.value());
-    if (value == 0) {
-        return QOR_STATUS_OK;
-    }
-    if (code.category() == std::generic_category()) {
-        return QOR_STATUS_FAMILY_GENERIC | value;
-    }
-    if (code.category() == std::iostream_category()) {
-        return QOR_STATUS_FAMILY_STREAM | value;
-    }
-    return QOR_STATUS_FAMILY_OTHER | value;
-}
-
-// The ladder: to be called while an exception is handled. The order matters, several types derive from one another.
+// The catch ladder: stores the details of the exception that is being handled and returns its status. The rungs of our
+// own types come first, those of the standard types follow in qorc. Requires: the caller is a handler.
 inline std::uint32_t translate_current_exception(qor_error_details_t** error_details) noexcept {
     try {
         throw;
+    } catch (const runtime::status_error& error) {
+        return qor_error_details_create(error_details, error.status(), error.what());
     }
 #if defined(_WIN32)
     catch (const _com_error& error) {
         return qor_error_details_create(error_details, static_cast<std::uint32_t>(error.Error()), "HRESULT error");
     }
 #endif
-    catch (const std::bad_alloc&) {
-        return qor_error_details_create(error_details, QOR_STATUS_OUT_OF_MEMORY, "memory allocation failed");
-    } catch (const runtime::not_implemented_error& error) {
+    catch (const runtime::not_implemented_error& error) {
         return qor_error_details_create(error_details, QOR_STATUS_NOT_IMPLEMENTED, error.what());
     } catch (const runtime::timed_out_error& error) {
         return qor_error_details_create(error_details, QOR_STATUS_TIMED_OUT, error.what());
     } catch (const runtime::file_exists_error& error) {
         return qor_error_details_create(error_details, QOR_STATUS_FILE_EXISTS, error.what());
-    } catch (const std::invalid_argument& error) {
-        return qor_error_details_create(error_details, QOR_STATUS_INVALID_ARGUMENT, error.what());
-    } catch (const std::system_error& error) {
-        return qor_error_details_create(error_details, status_of(error.code()), error.what());
-    } catch (const std::exception& error) {
-        return qor_error_details_create(error_details, QOR_STATUS_FAILURE, error.what());
     } catch (...) {
-        return qor_error_details_create(error_details, QOR_STATUS_FAILURE, "unknown error");
+        return translate_standard_exception(error_details);
     }
 }
 
@@ -142,6 +104,18 @@ inline void rethrow_details(qor_error_details_t*& details) {
         return;
     }
     detail::throw_details(details);
+}
+
+// After a call of the C runtime, every failure of which has a status: throws as rethrow_details, and for a status that
+// came without details std::bad_alloc or runtime::status_error.
+inline void check_call(std::uint32_t status, qor_error_details_t*& details) {
+    rethrow_details(details);
+    if (status == QOR_STATUS_OUT_OF_MEMORY) {
+        throw std::bad_alloc();
+    }
+    if (status != QOR_STATUS_OK && status != QOR_STATUS_INFORMATION) {
+        throw runtime::status_error(status, "unknwon error");
+    }
 }
 
 } // namespace qor

@@ -2,7 +2,9 @@
 #ifndef QORCPP_ERRORS_HPP
 #define QORCPP_ERRORS_HPP
 
+#include <cstdint>
 #include <stdexcept>
+#include <string>
 
 #include "qorcpp/export.hpp"
 
@@ -24,6 +26,18 @@ public:
 class QORCPP_API file_exists_error : public std::logic_error {
 public:
     using std::logic_error::logic_error;
+};
+
+// A failure that was translated before: its status and its text leave the boundary unchanged.
+class QORCPP_API status_error : public std::runtime_error {
+public:
+    status_error(std::uint32_t status, const std::string& text) : std::runtime_error(text), status_(status) {}
+
+    // Any value, 0 included.
+    std::uint32_t status() const noexcept { return status_; }
+
+private:
+    std::uint32_t status_;
 };
 
 } // namespace qor::runtime

@@ -1,10 +1,10 @@
 // A details record on its way out of a foreign call: owned from the moment the callee stores it.
-#ifndef RUNTIME_TAVI_DETAILS_OWNER_HPP
-#define RUNTIME_TAVI_DETAILS_OWNER_HPP
+#ifndef RUNTIME_DETAILS_OWNER_HPP
+#define RUNTIME_DETAILS_OWNER_HPP
 
 #include "qorcpp/call_frame.hpp"
 
-namespace qor::runtime::tavi {
+namespace qor::runtime {
 
 class details_owner {
 public:
@@ -22,14 +22,16 @@ public:
         qor_error_details_destroy(details_);
         details_ = nullptr;
     }
-    // Throws what the record tells, see qor::rethrow_details.
+    // Throws what the record reports, see qor::rethrow_details.
     void rethrow() { rethrow_details(details_); }
+    // The same after a call of the C runtime, see qor::check_call.
+    void check(std::uint32_t status) { check_call(status, details_); }
     const qor_error_details_t* get() const noexcept { return details_; }
 
 private:
     qor_error_details_t* details_ = nullptr;
 };
 
-} // namespace qor::runtime::tavi
+} // namespace qor::runtime
 
 #endif
