@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <sstream>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -11,11 +12,24 @@
 #include "tools/tavi/commands/commands.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/options.hpp"
+#include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/report/printable.hpp"
 
 namespace {
 
 using namespace tavi::tool;
+
+// Prints help, version or what is wrong with the command line.
+exit_code show(const CLI::App& app, const CLI::ParseError& error) {
+    std::ostringstream text;
+    std::ostringstream fault;
+    const bool done = app.exit(error, text, fault) == 0;
+    std::fputs(fault.str().c_str(), stderr);
+    block_output output("");
+    output.write(text.str());
+    output.close();
+    return done ? exit_code::done : exit_code::usage;
+}
 
 exit_code run(int argc, char** argv) {
     CLI::App app("Named, typed physical values out of recorded measurement data", "tavi");
@@ -43,7 +57,7 @@ exit_code run(int argc, char** argv) {
                          printable(argv[1]).c_str());
             return exit_code::usage;
         }
-        return app.exit(error) == 0 ? exit_code::done : exit_code::usage;
+        return show(app, error);
     }
     if (app.got_subcommand("tree")) {
         return run_tree(tree);

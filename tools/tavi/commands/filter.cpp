@@ -35,8 +35,7 @@ exit_code run_filter(const filter_options& options) {
     block_output output("");
     output.write(filter + '\n');
     output.close();
-    messages.print_rest();
-    return exit_code::done;
+    return end_of(messages);
 }
 
 } // namespace tavi::tool

@@ -22,8 +22,7 @@ exit_code run_register(const register_options& options) {
         output.write(known.signature(description) + '\t' + known.descriptions()[description].path + '\n');
     }
     output.close();
-    messages.print_rest();
-    return messages.count(topic::left_out) != 0 ? exit_code::incomplete : exit_code::done;
+    return end_of(messages);
 }
 
 } // namespace tavi::tool

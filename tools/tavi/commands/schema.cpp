@@ -1,5 +1,6 @@
 #include "tools/tavi/commands/commands.hpp"
 
+#include <optional>
 #include <string>
 
 #include "tools/tavi/decode/catalogue.hpp"
@@ -13,7 +14,7 @@ exit_code run_schema(const schema_options& options) {
     diagnostics messages(options.catalogue.strict);
     catalogue known(options.catalogue, messages);
     known.load();
-    std::string first_failure;
+    std::optional<host::error> first_failure;
     for (std::size_t description = 0; description < known.descriptions().size(); ++description) {
         try {
             const std::string schema = known.extractor().schema(
@@ -22,14 +23,15 @@ exit_code run_schema(const schema_options& options) {
             block_output output("");
             output.write(schema + '\n');
             output.close();
-            messages.print_rest();
-            return exit_code::done;
+            return end_of(messages);
         } catch (const host::error& error) {
-            first_failure = first_failure.empty() ? error.what() : first_failure;
+            first_failure = first_failure ? first_failure : error;
         }
     }
-    throw command_error("tavi: error: " + printable(first_failure), exit_code::failed,
-                        "an expression reads View.Message.Signal; tavi tree -d FILE shows what there is");
+    const bool not_found = first_failure->status() == QOR_STATUS_INVALID_ARGUMENT;
+    throw command_error(std::string("tavi: error: ") + printable(first_failure->what()), exit_code::failed,
+                        not_found ? "an expression reads View.Message.Signal; tavi tree -d FILE shows what there is"
+                                  : "");
 }
 
 } // namespace tavi::tool

@@ -136,8 +136,7 @@ exit_code run_tree(const tree_options& options) {
         throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
     }
     output.close();
-    messages.print_rest();
-    return exit_code::done;
+    return end_of(messages);
 }
 
 } // namespace tavi::tool

@@ -21,6 +21,8 @@ constexpr std::uint16_t description_source_id = 0x0020;
 constexpr std::size_t largest_description = std::size_t{256} << 20;
 constexpr std::size_t longest_name = 254;
 constexpr std::size_t longest_type = 15;
+// What the library says of a type word that no plug-in reads.
+constexpr std::string_view no_parser = "failed to find a data description parser";
 
 std::string read_file(const std::string& path) {
     try {
@@ -57,6 +59,16 @@ std::string type_of(const std::string& path) {
     return type;
 }
 
+// What helps when a catalogue that is only read cannot be opened; empty when its file is there.
+std::string missing_catalogue_hint(const std::string& uri) {
+    constexpr std::string_view scheme = "file:";
+    const std::string path = uri.starts_with(scheme) ? uri.substr(scheme.size(), uri.find('?') - scheme.size()) : uri;
+    std::error_code ignored;
+    const bool missing = std::filesystem::status(path, ignored).type() == std::filesystem::file_type::not_found;
+    return missing ? "there is no file '" + path + "'; tavi register -d FILE --storage file:PATH creates a catalogue"
+                   : "";
+}
+
 host::extractor start_extractor(const catalogue_options& options, const std::string& uri,
                                 const host::log_function& log) {
     // A catalogue that is only read from is not made by mistake.
@@ -72,15 +84,33 @@ host::extractor start_extractor(const catalogue_options& options, const std::str
         start_extractor({}, host::memory_catalogue, {});
         throw command_error("tavi: error: the catalogue '" + printable(options.storage) +
                                 "' cannot be opened: " + printable(error.what()),
-                            exit_code::failed, "a catalogue on disk reads file:PATH, for example file:catalogue.db3");
+                            exit_code::failed, flags != 0 ? missing_catalogue_hint(options.storage) : "");
     }
 }
 
 } // namespace
 
 catalogue::catalogue(const catalogue_options& options, message_sink& messages, bool shared)
+    : catalogue(options, messages, shared, rehearse(options, messages)) {}
+
+std::vector<std::string> catalogue::rehearse(const catalogue_options& options, message_sink& messages) {
+    std::vector<std::string> contents;
+    if (!options.strict || options.storage.empty() || options.descriptions.empty()) {
+        return contents;
+    }
+    for (const std::string& description : options.descriptions) {
+        contents.push_back(read_file(parse_description(description).path));
+    }
+    const catalogue_options in_memory{options.descriptions, {}, {}, true};
+    catalogue rehearsal(in_memory, messages, false, std::move(contents));
+    rehearsal.load();
+    return std::move(rehearsal.contents_);
+}
+
+catalogue::catalogue(const catalogue_options& options, message_sink& messages, bool shared,
+                     std::vector<std::string> contents)
     : messages_(messages), strict_(options.strict), storage_(options.storage), uri_(storage_),
-      file_count_(options.descriptions.size()), log_(messages),
+      file_count_(options.descriptions.size()), contents_(std::move(contents)), log_(messages),
       extractor_(start_extractor(options, choose_uri(shared),
                                  [this](const qor_log_info_t& message) { log_.receive(message); })) {
     std::transform(options.descriptions.begin(), options.descriptions.end(), std::back_inserter(arguments_),
@@ -159,15 +189,16 @@ void catalogue::load_stored(std::size_t description) {
         extractor_.register_source_from_storage(description_source_id, static_cast<std::uint32_t>(description),
                                                 "description " + std::to_string(description + 1), {&signature, 1});
     } catch (const host::error& error) {
+        const bool unknown = error.status() == QOR_STATUS_INVALID_ARGUMENT;
         throw command_error("tavi: error: " + printable(error.what()), exit_code::failed,
-                            "tavi register prints the signatures of what it keeps");
+                            unknown ? "tavi register prints the signatures of what it keeps" : "");
     }
     signatures_.push_back(signature);
 }
 
 void catalogue::load_one(std::size_t description) {
     const std::string& path = arguments_[description].path;
-    const std::string content = read_file(path);
+    const std::string content = contents_.empty() ? read_file(path) : contents_[description];
     const std::string type = type_of(path);
     const std::string name = std::filesystem::path(path).filename().string().substr(0, longest_name);
     const std::uint64_t before = warnings();
@@ -179,8 +210,9 @@ void catalogue::load_one(std::size_t description) {
         signatures_.push_back(signatures.empty() ? std::string() : signatures.front());
     } catch (const host::error& error) {
         const bool usual = type == "dbc" || type == "sdl";
+        const bool has_parser = std::string_view(error.what()).find(no_parser) == std::string_view::npos;
         throw command_error(log_.refusal(error.what()), exit_code::failed,
-                            usual ? "" : "descriptions end in .dbc, .sdl or .json");
+                            usual || has_parser ? "" : "descriptions end in .dbc, .sdl or .json");
     }
     log_.end();
     if (warnings() != before) {

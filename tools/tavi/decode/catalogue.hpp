@@ -20,7 +20,8 @@ namespace tavi::tool {
 class catalogue {
 public:
     // Starts the extractor. shared: others may be made of it. Throws: command_error, with exit_code::plugin_failed when
-    // a plug-in is at fault.
+    // a plug-in is at fault; for a strict run on a catalogue on disk also what load throws for files, so that nothing
+    // gets into that catalogue which is refused.
     catalogue(const catalogue_options& options, message_sink& messages, bool shared = false);
 
     // Another extractor on the same catalogue, for another thread: interfaces can be made known there. This one must
@@ -71,7 +72,10 @@ public:
 
 private:
     catalogue(const catalogue& original);
+    catalogue(const catalogue_options& options, message_sink& messages, bool shared, std::vector<std::string> contents);
 
+    // Reads the files and loads them into a catalogue in memory first, where that is needed. Returns what was read.
+    static std::vector<std::string> rehearse(const catalogue_options& options, message_sink& messages);
     void load_one(std::size_t description);
     void list_stored();
     void load_stored(std::size_t description);
@@ -87,6 +91,8 @@ private:
     std::string uri_;
     // How many of the arguments are files.
     std::size_t file_count_;
+    // Of those, what was read; empty when they are still to be read.
+    std::vector<std::string> contents_;
     std::vector<description_argument> arguments_;
     std::vector<std::string> signatures_;
     description_log log_;

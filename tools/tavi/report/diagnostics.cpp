@@ -61,4 +61,9 @@ void diagnostics::print(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
+exit_code end_of(diagnostics& messages) {
+    messages.print_rest();
+    return messages.count(topic::left_out) != 0 ? exit_code::incomplete : exit_code::done;
+}
+
 } // namespace tavi::tool

@@ -16,6 +16,8 @@
 #include <string>
 #include <string_view>
 
+#include "tools/tavi/exit_code.hpp"
+
 namespace tavi::tool {
 
 enum class topic {
@@ -95,6 +97,10 @@ private:
     std::array<std::uint64_t, kinds> counts_{};
     std::array<std::string, kinds> first_places_;
 };
+
+// The end of a command whose only losses are parts of descriptions that are left out: says how many messages were not
+// printed, and whether it is incomplete.
+exit_code end_of(diagnostics& messages);
 
 } // namespace tavi::tool
 
