@@ -167,6 +167,8 @@ void watch_interrupts() {
     ::sigaction(SIGINT, &action, nullptr);
     ::sigaction(SIGTERM, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that becomes larger than the process may write is an error like a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 bool interrupted() noexcept {

@@ -55,7 +55,6 @@ public:
           progress_(input_->size()) {
         totals_.log = log_name(options);
         messages_.set_before_print([this] { progress_.clear(); });
-        check_written_files(options);
         if (!options.report.empty()) {
             report_.emplace(options.report);
         }
@@ -66,13 +65,19 @@ public:
         bool wanted = true;
         try {
             decode();
+            close_output();
         } catch (const qor::platform::closed_pipe_error&) {
             wanted = false;
+            totals_.interrupted = qor::platform::interrupted();
         } catch (const command_error& error) {
             failure_.emplace(error);
+            close_after_failure();
+        } catch (...) {
+            close_after_failure();
+            print_part();
+            throw;
         }
         totals_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        totals_.interrupted = qor::platform::interrupted();
         totals_.damaged_lines = messages_.count(topic::damaged_line);
         totals_.first_damaged = messages_.first_place(topic::damaged_line);
         totals_.first_short = messages_.first_place(topic::short_frame);
@@ -89,6 +94,9 @@ public:
 
 private:
     void decode();
+    void close_output();
+    void close_after_failure() noexcept;
+    void print_part();
     bool is_nmea();
     bool is_parallel() const;
     std::size_t read_head_or_log(char* buffer, std::size_t room);
@@ -113,6 +121,7 @@ private:
         if (started_ && wanted) {
             messages_.print_rest();
             messages_.print(format_account(totals_));
+            print_part();
         }
         if (report_) {
             write_report();
@@ -137,6 +146,9 @@ private:
     std::unique_ptr<qor::platform::input_stream> input_;
     progress_bar progress_;
     std::optional<block_output> report_;
+    std::optional<block_output> output_;
+    // Where rows of a run that was not ended are kept; empty for none.
+    std::string part_;
     std::optional<command_error> failure_;
     bool started_ = false;
     // What was read of the log to see what it is, and how much of that was used again.
@@ -156,30 +168,50 @@ void decode_run::decode() {
     }
     selection wanted(known, options_.patterns);
 
-    block_output output(options_.output);
+    block_output& output = output_.emplace(options_.output);
     row_writer rows(output, options_.format);
     started_ = true;
     rows.write_header();
-    try {
-        if (nmea) {
-            totals_.unit = "sentence";
-            const auto source = [&](char* buffer, std::size_t room) { return read_log(buffer, room, output); };
-            decode_nmea(options_, source, known, wanted, rows, messages_, totals_);
-        } else if (parallel) {
-            read_frames_in_parallel(known, wanted, output);
-        } else if (options_.memory.empty()) {
-            read_frames(known, wanted, rows, output);
-        } else {
-            read_memory(known, wanted, rows);
-        }
-    } catch (const qor::platform::closed_pipe_error&) {
-        throw;
-    } catch (...) {
-        // What was decoded before the failure is whole and stays.
-        output.close();
-        throw;
+    if (nmea) {
+        totals_.unit = "sentence";
+        const auto source = [&](char* buffer, std::size_t room) { return read_log(buffer, room, output); };
+        decode_nmea(options_, source, known, wanted, rows, messages_, totals_);
+    } else if (parallel) {
+        read_frames_in_parallel(known, wanted, output);
+    } else if (options_.memory.empty()) {
+        read_frames(known, wanted, rows, output);
+    } else {
+        read_memory(known, wanted, rows);
     }
-    output.close();
+}
+
+// Rows of an interrupted run do not replace those of a whole one.
+void decode_run::close_output() {
+    totals_.interrupted = qor::platform::interrupted();
+    if (totals_.interrupted) {
+        part_ = output_->close_part();
+    } else {
+        output_->close();
+    }
+}
+
+// What was decoded before the failure is whole and stays. Of two failures the first is told.
+void decode_run::close_after_failure() noexcept {
+    totals_.interrupted = qor::platform::interrupted();
+    try {
+        if (output_ && (totals_.values != 0 || options_.output.empty())) {
+            part_ = output_->close_part();
+        }
+    } catch (const std::exception&) {
+        part_.clear();
+    }
+    output_.reset();
+}
+
+void decode_run::print_part() {
+    if (!part_.empty()) {
+        messages_.print("tavi: the rows until then are in " + printable(part_) + '\n');
+    }
 }
 
 // Looks at the beginning of the log where nothing else tells what it is. A pipe that comes with descriptions is not
@@ -284,6 +316,7 @@ exit_code run_decode(const decode_options& options) {
     if (!options.memory.empty()) {
         parse_memory_place(options.memory);
     }
+    check_written_files(options);
     return decode_run(options).run();
 }
 

@@ -2,12 +2,14 @@
 
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/output/block_output.hpp"
+#include "tools/tavi/output/written_files.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
 #include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
 
 exit_code run_register(const register_options& options) {
+    check_written_files(options.catalogue);
     diagnostics messages(options.catalogue.strict);
     catalogue known(options.catalogue, messages);
     known.load();

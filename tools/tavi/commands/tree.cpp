@@ -9,6 +9,7 @@
 #include "tavi/value_text.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/output/block_output.hpp"
+#include "tools/tavi/output/written_files.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
 #include "tools/tavi/report/printable.hpp"
 
@@ -121,6 +122,7 @@ void print_node(block_output& output, catalogue& known, const qor_type_node_t& n
 } // namespace
 
 exit_code run_tree(const tree_options& options) {
+    check_written_files(options.catalogue);
     diagnostics messages(options.catalogue.strict);
     catalogue known(options.catalogue, messages);
     known.load();

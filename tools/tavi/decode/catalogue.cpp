@@ -35,6 +35,10 @@ std::string read_file(const std::string& path) {
                 throw command_error(printable(path) + ": error: larger than 256 MB, no description is");
             }
         }
+        // From an interrupt on the rest is not read.
+        if (qor::platform::interrupted()) {
+            throw command_error("tavi: interrupted while " + printable(path) + " was read", exit_code::interrupted);
+        }
         return content;
     } catch (const std::system_error& error) {
         throw command_error(printable(path) + ": error: cannot be read: " + error.code().message());

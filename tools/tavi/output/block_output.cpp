@@ -16,6 +16,9 @@ template<typename Action>
 void checked(const std::string& name, Action action) {
     try {
         action();
+    } catch (const qor::platform::folder_error& error) {
+        throw command_error(printable(name) + ": error: cannot be written: " + error.code().message(),
+                            exit_code::failed, "a file can only be written where its folder takes new files");
     } catch (const std::system_error& error) {
         throw command_error(printable(name) + ": error: cannot be written: " + error.code().message());
     }
@@ -26,8 +29,11 @@ void checked(const std::string& name, Action action) {
 block_output::block_output(const std::string& path)
     : row_output(block_size), name_(path.empty() ? "standard output" : path) {
     checked(name_, [&] {
-        stream_ = path.empty() ? std::make_unique<qor::platform::output_stream>()
-                               : std::make_unique<qor::platform::output_stream>(path);
+        if (path.empty()) {
+            standard_ = std::make_unique<qor::platform::output_stream>();
+        } else {
+            file_ = std::make_unique<qor::platform::output_file>(path);
+        }
     });
 }
 
@@ -44,18 +50,36 @@ void row_output::write(std::string_view lines) {
 
 void block_output::write_through(std::string_view lines) {
     flush();
-    checked(name_, [&] { stream_->write(lines.data(), lines.size()); });
+    write_out(lines);
+}
+
+void block_output::write_out(std::string_view lines) {
+    checked(name_, [&] {
+        standard_ ? standard_->write(lines.data(), lines.size()) : file_->write(lines.data(), lines.size());
+    });
 }
 
 void block_output::flush() {
     const std::size_t count = used_;
     used_ = 0;
-    checked(name_, [&] { stream_->write(block_.data(), count); });
+    write_out({block_.data(), count});
 }
 
 void block_output::close() {
     flush();
-    checked(name_, [&] { stream_->close(); });
+    checked(name_, [&] { standard_ ? standard_->close() : file_->publish(); });
+}
+
+std::string block_output::close_part() {
+    try {
+        flush();
+    } catch (const std::exception&) {
+        // What was written before is kept.
+        used_ = 0;
+    }
+    std::string part;
+    checked(name_, [&] { standard_ ? standard_->close() : void(part = file_->keep_part()); });
+    return part;
 }
 
 } // namespace tavi::tool

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "qorcpp/platform/output_file.hpp"
 #include "qorcpp/platform/stream.hpp"
 
 namespace tavi::tool {
@@ -81,10 +82,11 @@ protected:
     std::size_t used_ = 0;
 };
 
-// A block that is written to a file or stream when it is full. What was not flushed is dropped when the object ends.
+// A block that is written to a file or stream when it is full. A file has its name only once it is closed: without
+// that, nothing of it is left when the object ends.
 class block_output final : public row_output {
 public:
-    // Standard output for an empty path. Throws: command_error when the file cannot be made.
+    // Standard output for an empty path. Throws: command_error when the file cannot be written.
     explicit block_output(const std::string& path);
 
     // Lines past the block, behind what stands in it. Throws: as flush.
@@ -93,14 +95,21 @@ public:
     // Throws: qor::platform::closed_pipe_error, command_error when writing fails.
     void flush();
 
-    // Flushes and closes. Throws: as flush.
+    // Flushes, closes and gives the file its name. Throws: as flush.
     void close();
+
+    // Instead of `close` for an output that does not have all that belongs into it: what was written, in whole lines,
+    // is kept as "<path>.part". Gives that name; empty for standard output, pipes and devices. Throws: command_error.
+    std::string close_part();
 
 private:
     void make_room(std::size_t count) override;
+    void write_out(std::string_view lines);
 
     std::string name_;
-    std::unique_ptr<qor::platform::output_stream> stream_;
+    // One of the two.
+    std::unique_ptr<qor::platform::output_stream> standard_;
+    std::unique_ptr<qor::platform::output_file> file_;
 };
 
 } // namespace tavi::tool

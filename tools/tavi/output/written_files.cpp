@@ -1,56 +1,112 @@
 #include "tools/tavi/output/written_files.hpp"
 
-#include <filesystem>
-#include <system_error>
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
 
+#include "qorcpp/platform/file_identity.hpp"
+#include "qorcpp/platform/output_file.hpp"
 #include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/output/catalogue_file.hpp"
 #include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
 
 namespace {
 
-namespace fs = std::filesystem;
+using qor::platform::file_identity;
 
-[[noreturn]] void refuse(const std::string& path, const char* cause) {
-    throw command_error(printable(path) + ": error: " + cause);
-}
-
-bool is_same_file(const std::string& path, const std::string& other) {
-    std::error_code ignored;
-    return fs::is_regular_file(path, ignored) && fs::equivalent(path, other, ignored);
-}
-
-// Also for files that do not exist yet.
-bool is_same_place(const std::string& path, const std::string& other) {
-    std::error_code code;
-    const bool is_special = fs::exists(path, code) && !fs::is_regular_file(path, code);
-    return !is_special && fs::weakly_canonical(fs::absolute(path, code), code) ==
-                              fs::weakly_canonical(fs::absolute(other, code), code);
-}
-
-void check_against_inputs(const decode_options& options, const std::string& written) {
-    if (written.empty()) {
-        return;
+class file_list {
+public:
+    void add_log(const std::string& log) {
+        add(log == "-" ? qor::platform::identify_standard_input() : qor::platform::identify_file(log),
+            log == "-" ? "standard input" : log, "the log that is read");
     }
-    if (is_same_file(written, options.log)) {
-        refuse(written, "is the log that is read");
-    }
-    for (const std::string& text : options.catalogue.descriptions) {
-        if (is_same_file(written, parse_description(text).path)) {
-            refuse(written, "is a description that is read");
+
+    void add_descriptions(const std::vector<std::string>& descriptions) {
+        for (const std::string& text : descriptions) {
+            const std::string path = parse_description(text).path;
+            add(qor::platform::identify_file(path), path, "a description that is read");
         }
     }
-}
+
+    void add_catalogue(const std::string& uri) {
+        const std::string path = catalogue_file(uri);
+        if (!path.empty()) {
+            for (const std::string& file : catalogue_files(path)) {
+                add_written(file, "the catalogue");
+            }
+        }
+    }
+
+    // With the names that it may have until it is whole; standard output for an empty path.
+    void add_output(const std::string& path, const char* role) {
+        if (path.empty()) {
+            const auto identity = qor::platform::identify_standard_output();
+            check(identity, "standard output", role);
+            add(identity, "standard output", role);
+            return;
+        }
+        const auto identity = qor::platform::identify_file(path);
+        if (identity && identity->is_regular) {
+            add_written(path, role);
+            for (const std::string& name : qor::platform::output_file::other_names(path)) {
+                add_written(name, role);
+            }
+        }
+    }
+
+private:
+    struct entry {
+        file_identity identity;
+        std::string path;
+        std::string role;
+    };
+
+    void add(std::optional<file_identity> identity, const std::string& path, const char* role) {
+        if (identity && identity->is_regular) {
+            entries_.push_back({*std::move(identity), path, role});
+        }
+    }
+
+    void add_written(const std::string& path, const char* role) {
+        const auto identity = qor::platform::identify_file(path);
+        check(identity, path, role);
+        add(identity, path, role);
+    }
+
+    void check(const std::optional<file_identity>& identity, const std::string& path, const std::string& role) const {
+        const auto other = std::find_if(entries_.begin(), entries_.end(), [&](const entry& each) {
+            return identity && each.identity == *identity && each.role != role;
+        });
+        if (other != entries_.end()) {
+            const std::string name = other->path == path ? "" : ", " + printable(other->path);
+            throw command_error(printable(path) + ": error: " + role + " would overwrite " + other->role + name);
+        }
+    }
+
+    std::vector<entry> entries_;
+};
 
 } // namespace
 
 void check_written_files(const decode_options& options) {
-    check_against_inputs(options, options.output);
-    check_against_inputs(options, options.report);
-    if (!options.output.empty() && !options.report.empty() && is_same_place(options.output, options.report)) {
-        refuse(options.report, "is written twice, as output and as report");
+    file_list files;
+    files.add_log(options.log);
+    files.add_descriptions(options.catalogue.descriptions);
+    files.add_catalogue(options.catalogue.storage);
+    files.add_output(options.output, "the output");
+    if (!options.report.empty()) {
+        files.add_output(options.report, "the report");
     }
+}
+
+void check_written_files(const catalogue_options& options) {
+    file_list files;
+    files.add_descriptions(options.descriptions);
+    files.add_catalogue(options.storage);
+    files.add_output("", "the output");
 }
 
 } // namespace tavi::tool

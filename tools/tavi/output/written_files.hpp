@@ -6,11 +6,16 @@
 
 namespace tavi::tool {
 
-// To be asked before any of them is opened for writing, which empties it. What is no regular file, such as /dev/null,
-// may be both.
-// Throws: command_error "FILE: error: is the log that is read", "... is a description that is read", "... is written
-// twice, as output and as report".
+// Compares by file, not by name: log, descriptions, catalogue with its journals, output, report, the temporary names of
+// the last two. Also standard input and output, when they are files. Pipes and devices such as /dev/null may be
+// both read and written.
+//
+// To be called before any of them is opened for writing. Throws: command_error
+// "FILE: error: the output would overwrite the log that is read" and the like.
 void check_written_files(const decode_options& options);
+
+// The same for a command that writes to standard output.
+void check_written_files(const catalogue_options& options);
 
 } // namespace tavi::tool
 

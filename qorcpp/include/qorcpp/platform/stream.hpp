@@ -58,6 +58,8 @@ public:
     output_stream() noexcept;
     // Makes or empties the file. Throws: std::system_error.
     explicit output_stream(const std::string& path);
+    // Takes an open file over.
+    explicit output_stream(int descriptor) noexcept : descriptor_(descriptor), owned_(true) {}
     ~output_stream();
     output_stream(const output_stream&) = delete;
     output_stream& operator=(const output_stream&) = delete;
