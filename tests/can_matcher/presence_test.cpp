@@ -73,6 +73,26 @@ TEST(Presence, HoldsForTheValuesItNames) {
     EXPECT_TRUE(qor::presence().holds({}));
 }
 
+// A whole integer in byte order 2 at bit offset 0 begins at its first byte; other lengths and offsets end there.
+TEST(Presence, ReadsWholeIntegersFromTheirFirstByte) {
+    const std::uint8_t object[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+    // Bit offset and length; the first byte that is read when byte 4 is named, how many, and the number.
+    const std::tuple<std::uint32_t, std::uint32_t, std::uint64_t, std::uint64_t, std::uint64_t> rows[] = {
+        {0, 8, 4, 1, 5},      {0, 16, 4, 2, 0x0506},    {0, 32, 4, 4, 0x05060708},
+        {8, 8, 5, 1, 6},      {8, 16, 4, 2, 0x0506},    {24, 32, 4, 4, 0x05060708},
+        {8, 12, 4, 2, 0x506}, {16, 24, 4, 3, 0x050607}, {0, 5, 4, 1, 5},
+    };
+    for (const auto& [bit_offset, bit_length, begin, count, number] : rows) {
+        const qor::presence_selector selector(4, bit_offset, bit_length, 2, false);
+        EXPECT_EQ(selector.begin(), begin) << bit_offset << ' ' << bit_length;
+        EXPECT_EQ(selector.end(), begin + count) << bit_offset << ' ' << bit_length;
+        EXPECT_EQ(selector.read(object), number) << bit_offset << ' ' << bit_length;
+    }
+    EXPECT_EQ(qor::presence_selector(0, 0, 64, 2, false).read(object), UINT64_C(0x0102030405060708));
+    EXPECT_EQ(thrown<std::invalid_argument>([] { qor::presence_selector(4, 0, 24, 2, false); }),
+              "the selector begins before its first byte");
+}
+
 TEST(Presence, TellsWhatIsWrongWithAText) {
     const std::pair<std::string, std::string> rows[] = {
         {"", "expected a number at 1"},
