@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "qor_tavi_extractor/src/boundary.hpp"
 
 using namespace qor;
@@ -5,14 +7,20 @@ using namespace qor::tavi::detail;
 
 namespace {
 
-// Signatures on their way to the host: what was allocated is freed again unless all of it was.
-class signature_array {
+// Signatures on their way to the host: allocated before the source is stored, handed over afterwards, and freed again
+// when either fails.
+class returned_signatures {
 public:
-    signature_array(qor_memory_allocator_t* allocator, size_t count)
-        : allocator_(allocator), texts_(static_cast<char**>(allocate_elements(allocator, count))) {}
-    signature_array(const signature_array&) = delete;
-    signature_array& operator=(const signature_array&) = delete;
-    ~signature_array() {
+    // Nothing is returned to a host that leaves out `texts` or `count`; `allocator` may then be null.
+    returned_signatures(char*** texts, size_t* count, qor_memory_allocator_t* allocator)
+        : texts_place_(texts), count_place_(count), allocator_(allocator) {
+        if (are_requested()) {
+            check_argument(allocator, "allocator");
+        }
+    }
+    returned_signatures(const returned_signatures&) = delete;
+    returned_signatures& operator=(const returned_signatures&) = delete;
+    ~returned_signatures() {
         for (size_t index = 0; texts_ != nullptr && index < count_; ++index) {
             allocator_->free(texts_[index], allocator_->context);
         }
@@ -21,34 +29,35 @@ public:
         }
     }
 
-    // Eight bytes for each character and the terminator: the host's side counts on blocks of this size.
-    void add(const std::string& signature) {
-        auto* const text = static_cast<char*>(allocate_elements(allocator_, signature.size() + 1));
-        signature.copy(text, signature.size());
-        texts_[count_++] = text;
+    void receive(const std::vector<std::string>& signatures) {
+        if (!are_requested()) {
+            return;
+        }
+        texts_ = static_cast<char**>(allocate_elements(allocator_, signatures.size()));
+        for (const std::string& signature : signatures) {
+            // Eight bytes for each character and the terminator: the host's side counts on blocks of this size.
+            auto* const text = static_cast<char*>(allocate_elements(allocator_, signature.size() + 1));
+            signature.copy(text, signature.size());
+            texts_[count_++] = text;
+        }
     }
 
-    char** release() noexcept { return std::exchange(texts_, nullptr); }
+    void hand_over() noexcept {
+        if (are_requested()) {
+            *texts_place_ = std::exchange(texts_, nullptr);
+            *count_place_ = count_;
+        }
+    }
 
 private:
+    bool are_requested() const noexcept { return texts_place_ != nullptr && count_place_ != nullptr; }
+
+    char*** texts_place_;
+    size_t* count_place_;
     qor_memory_allocator_t* allocator_;
-    char** texts_;
+    char** texts_ = nullptr;
     size_t count_ = 0;
 };
-
-void return_signatures(const std::vector<std::string>& signatures, char*** texts, size_t* count,
-                       qor_memory_allocator_t* allocator) {
-    if (texts == nullptr || count == nullptr) {
-        return;
-    }
-    check_argument(allocator, "allocator");
-    signature_array array(allocator, signatures.size());
-    for (const std::string& signature : signatures) {
-        array.add(signature);
-    }
-    *texts = array.release();
-    *count = signatures.size();
-}
 
 } // namespace
 
@@ -61,8 +70,10 @@ uint32_t qor_tavi_extractor_register_source(qor_tavi_extractor_t* handle, const 
         [&] {
             check_argument(handle, "handle");
             check_argument(data_source, "data_source");
-            return_signatures(handle->object->register_source(*data_source, provider, sanitize_name),
-                              data_description_signatures, data_description_signature_count, allocator);
+            returned_signatures returned(data_description_signatures, data_description_signature_count, allocator);
+            handle->object->register_source(*data_source, provider, sanitize_name,
+                                            [&](const auto& signatures) { returned.receive(signatures); });
+            returned.hand_over();
         },
         error_details);
 }
@@ -99,11 +110,13 @@ uint32_t qor_tavi_extractor_register_source_with_data_descriptions(
             if (data_description_count != 0) {
                 check_argument(data_descriptions, "data_descriptions");
             }
+            returned_signatures returned(data_description_signatures, data_description_signature_count, allocator);
             const std::vector<qor_data_description_content_t> descriptions(data_descriptions,
                                                                            data_descriptions + data_description_count);
-            return_signatures(
-                handle->object->register_source_with_data_descriptions(source_id, instance, source_name, descriptions),
-                data_description_signatures, data_description_signature_count, allocator);
+            handle->object->register_source_with_data_descriptions(
+                source_id, instance, source_name, descriptions,
+                [&](const auto& signatures) { returned.receive(signatures); });
+            returned.hand_over();
         },
         error_details);
 }

@@ -45,9 +45,9 @@ TEST_F(arguments, are_tested_in_order_before_anything_is_done) {
     start();
     take({});
     check(api.get_service_locator, "handle service_locator");
-    check(api.register_source, "handle data_source");
+    check(api.register_source, "handle data_source - - - - allocator");
     check(api.register_source_from_signal_storage, "handle - - source_name data_description_signatures");
-    check(api.register_source_with_data_descriptions, "handle - - source_name data_descriptions");
+    check(api.register_source_with_data_descriptions, "handle - - source_name data_descriptions - - - allocator");
     check(api.unregister_sources, "handle");
     check(api.checkpoint_signal_storage, "handle");
     check(api.get_root_nodes, "handle data_source nodes");

@@ -42,6 +42,7 @@ fake_host::fake_host() {
     };
     locator.resolve = [](void* context, const char* service, void* target, qor_error_details_t**) -> uint32_t {
         auto& self = *static_cast<fake_host*>(context);
+        self.call_itself_back();
         *static_cast<void**>(target) =
             std::string(service) == "qor_log_t" ? static_cast<void*>(&self.log) : &self.control;
         return QOR_STATUS_OK;
@@ -51,6 +52,7 @@ fake_host::fake_host() {
         auto& self = *static_cast<fake_host*>(context);
         const std::string where = info->function, prefix = "qor::tavi::detail::";
         EXPECT_EQ(info->module + where.substr(0, prefix.size()), "libqor_tavi_extractor.so" + prefix);
+        self.call_itself_back();
         self.records.push_back(std::to_string(info->level) + ' ' + where.substr(prefix.size()) + ": " + info->message);
         return self.log_fails ? qor_error_details_create(error, QOR_STATUS_TIMED_OUT, "log is full") : QOR_STATUS_OK;
     };

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "tests/extractor/extractor_functions.hpp"
 #include "tests/fakes/fake_control.hpp"
 #include "tests/support/counting_allocator.hpp"
@@ -26,6 +28,15 @@ public:
     qor_log_t log;
     strings records; // "LEVEL FUNCTION: MESSAGE" of each
     bool log_fails = false;
+    std::function<void()> call_back; // what each call of the locator or the log sink does first
+
+private:
+    void call_itself_back() const {
+        if (call_back) {
+            const auto copy = call_back; // since it may change itself
+            copy();
+        }
+    }
 };
 
 // A package with its payload.
@@ -120,7 +131,7 @@ private:
         std::size_t count = 0;
         const outcome result = call(function, handle, arguments..., &texts, &count, &allocator);
         signatures.assign(texts, texts != nullptr ? texts + count : texts);
-        for (std::size_t i = 0; i < signatures.size(); ++i) {
+        for (std::size_t i = 0; texts != nullptr && i < count; ++i) {
             allocator.free(texts[i], allocator.context);
         }
         allocator.free(texts, allocator.context);

@@ -57,6 +57,26 @@ TEST_P(packages, of_unknown_source_or_format_serve_nobody) {
     EXPECT_EQ(call(api.has_data_processor, handle, nameless.get(), std::make_unique<bool>().get()), invalid(text));
 }
 
+TEST_P(packages, are_matched_once_their_source_is_registered) {
+    start();
+    const package early(7, 1, "can", "x");
+    const char* const signature = "signature 1";
+    const std::function<outcome()> registrations[] = {
+        [&] { return call(api.register_source_from_signal_storage, handle, 7, 1, "late", &signature, 1); },
+        [&] {
+            return register_descriptions(7, 1, "late", {{"one", "dbc", ""}});
+        },
+    };
+    for (const auto& register_late : registrations) {
+        EXPECT_THAT(match(early), IsEmpty());
+        ASSERT_EQ(register_late(), succeeded);
+        const std::uint64_t given = subscribe("late.View.Plain");
+        matcher.match[given] = {true, 0, 1, 1};
+        EXPECT_THAT(match(early), ElementsAre(given));
+        ASSERT_EQ(call(api.unregister_sources, handle), succeeded);
+    }
+}
+
 TEST_P(packages, serve_the_subscriptions_that_the_matcher_names_in_their_order) {
     start_with_subscriptions(3); // 2 to 4 and 5 to 7
     matcher.match = {{4, {true, 1, 2, 2}}, {2, {true, 0, 1, 1}}, {5, {true, 0, 1, 1}}};

@@ -61,6 +61,7 @@ struct match_answer {
 // "match/2" (subscription handle), "resolve/qor_log_t" (service).
 struct script {
     std::map<std::string, answer> answers = {};
+    std::map<std::string, std::function<void()>> call_backs = {}; // by the same keys: what a call does first
     std::set<std::string> missing = {}; // tables not offered and slots left null; "locator" for the locator itself
     std::vector<format> formats = {};
     std::uint8_t context_type = 0;
@@ -72,8 +73,21 @@ struct script {
     std::vector<std::string> descriptions = {};
 
     const answer* find_answer(const std::string& function, const std::string& subject) const {
+        return find(answers, function, subject);
+    }
+    void call_back(const std::string& function, const std::string& subject) const {
+        if (const auto* const found = find(call_backs, function, subject)) {
+            const auto copy = *found; // since it may change the script
+            copy();
+        }
+    }
+
+private:
+    template<typename Value>
+    static const Value* find(const std::map<std::string, Value>& values, const std::string& function,
+                             const std::string& subject) {
         for (const std::string& key : {function + "/" + subject, function}) {
-            if (const auto found = answers.find(key); found != answers.end()) {
+            if (const auto found = values.find(key); found != values.end()) {
                 return &found->second;
             }
         }

@@ -110,7 +110,9 @@ std::uint32_t create_instance(void (*become)(fake_plugin&), const char* function
                               qor_service_locator_t* host, void** handle, details error) {
     control& shared = fake_plugin::find_control(host);
     shared.record(fake_plugin::name(), function, arguments);
-    const answer* const scripted = shared.scripts[fake_plugin::name()].find_answer(function, "");
+    const script& own = shared.scripts[fake_plugin::name()];
+    own.call_back(function, "");
+    const answer* const scripted = own.find_answer(function, "");
     const std::uint32_t status = scripted != nullptr ? fake_plugin::give(*scripted, error) : QOR_STATUS_OK;
     if (status == QOR_STATUS_OK) {
         auto made = std::make_unique<fake_plugin>(host);
@@ -123,6 +125,7 @@ std::uint32_t create_instance(void (*become)(fake_plugin&), const char* function
 void destroy_instance(void* handle) {
     auto* const self = static_cast<fake_plugin*>(handle);
     self->shared.record(fake_plugin::name(), "destroy", "");
+    self->own.call_back("destroy", "");
     delete self;
 }
 

@@ -25,12 +25,14 @@ public:
     static control& find_control(qor_service_locator_t* host_locator);
     static std::uint32_t give(const answer& scripted, details error);
 
-    // Records the call, then gives the scripted answer or does `work`, which may return a status. The first word of
-    // the arguments selects among answers of one function.
+    // Records the call, calls back where the script says so, then gives the scripted answer or does `work`, which may
+    // return a status. The first word of the arguments selects among answers and call-backs of one function.
     template<typename Work>
     std::uint32_t perform(const std::string& function, const std::string& arguments, details error, Work&& work) {
+        const std::string subject = arguments.substr(0, arguments.find(' '));
         shared.record(name(), function, arguments);
-        if (const answer* const scripted = own.find_answer(function, arguments.substr(0, arguments.find(' ')))) {
+        own.call_back(function, subject);
+        if (const answer* const scripted = own.find_answer(function, subject)) {
             return give(*scripted, error);
         }
         if constexpr (std::is_void_v<decltype(work())>) {

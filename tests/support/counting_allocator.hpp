@@ -4,6 +4,7 @@
 #define TESTS_SUPPORT_COUNTING_ALLOCATOR_HPP
 
 #include <cstdlib>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <utility>
@@ -37,16 +38,24 @@ public:
 
     std::vector<std::pair<std::size_t, std::size_t>> callocs; // count and size of each
     std::size_t allocations = 0;
-    std::size_t fail_at = 0; // the allocation with this number gives null; 0 for none
-    std::size_t frees = 0;   // null and what is allocated anew counted
-    std::size_t foreign = 0; // blocks freed here that came from elsewhere
+    std::size_t fail_at = 0;         // the allocation with this number gives null; 0 for none
+    std::size_t frees = 0;           // null and what is allocated anew counted
+    std::size_t foreign = 0;         // blocks freed here that came from elsewhere
+    std::function<void()> call_back; // what each call does first
 
     std::size_t alive() const { return blocks_.size(); }
 
 private:
     static counting_allocator& of(void* context) { return *static_cast<counting_allocator*>(context); }
 
+    void call_host_back() const {
+        if (call_back) {
+            const auto copy = call_back; // since it may change itself
+            copy();
+        }
+    }
     void* keep(void* memory) {
+        call_host_back();
         const std::lock_guard lock(mutex_);
         if (++allocations == fail_at) {
             std::free(memory);
@@ -61,6 +70,7 @@ private:
         foreign += memory != nullptr && blocks_.erase(memory) == 0;
     }
     void release(void* memory) {
+        call_host_back();
         forget(memory);
         std::free(memory);
     }

@@ -16,8 +16,9 @@ runtime::type_node_sequence_holder extractor::get_root_nodes(uint64_t source_key
     if (source == sources.end()) {
         return runtime::make_sequence(0);
     }
+    const std::vector<uint64_t> description_ids = source->second.description_ids;
     std::vector<runtime::type_node_holder> nodes;
-    for (const uint64_t id : source->second.description_ids) {
+    for (const uint64_t id : description_ids) {
         const auto roots = signal_storage->get_root_nodes(id);
         for (uint64_t index = 0; index < roots->count; ++index) {
             nodes.push_back(runtime::clone_node(&roots->nodes[index]));
@@ -74,14 +75,14 @@ std::string extractor::get_type_schema_by_url(const std::string& url_expression,
                                               bool print_option) {
     const std::lock_guard lock(mutex);
     const auto context = driver().parse(url_expression);
-    const source_record& source = find_source(*context);
+    const std::vector<uint64_t> description_ids = find_source(*context).description_ids;
     const std::string path = context->location_path();
     std::string last_error = "failed to access schema with URL '" + url_expression + "'";
-    for (const uint64_t id : source.description_ids) {
+    for (const uint64_t id : description_ids) {
         try {
             return schema_of_description(id, *context, path, lenient, annotate, print_option);
         } catch (const std::invalid_argument& error) {
-            if (source.description_ids.size() == 1) {
+            if (description_ids.size() == 1) {
                 throw;
             }
             last_error = error.what();

@@ -2,7 +2,8 @@
 // here but in the copy of a matched run of bytes.
 #include <algorithm>
 #include <cstring>
-#include <limits>
+#include <iterator>
+#include <new>
 #include <stdexcept>
 #include <string_view>
 
@@ -36,11 +37,12 @@ bool lies_beyond(uint64_t offset, uint64_t size, uint64_t payload_size) noexcept
                              " size " + std::to_string(size) + " from offset " + std::to_string(offset));
 }
 
-runtime::dynamic_data_holder created(qor_dynamic_data_t* record, qor_memory_allocator_t* allocator,
+// `status` decides, too: details may be missing for lack of memory.
+runtime::dynamic_data_holder created(uint32_t status, qor_dynamic_data_t* record, qor_memory_allocator_t* allocator,
                                      qor_error_details_t*& details) {
     auto holder = runtime::wrap_dynamic_data(record, allocator);
     rethrow_details(details);
-    if (!holder) {
+    if (status != QOR_STATUS_OK || !holder) {
         throw std::runtime_error("failed to allocate 'qor_dynamic_data_t' message");
     }
     return holder;
@@ -51,9 +53,9 @@ runtime::dynamic_data_holder make_short_record(const qor_match_outcome_t& outcom
                                                qor_memory_allocator_t* allocator) {
     qor_dynamic_data_t* record = nullptr;
     qor_error_details_t* details = nullptr;
-    qor_dynamic_data_create_ex(allocator, outcome.expected_size, &record, &details);
-    auto holder = created(record, allocator, details);
-    std::memcpy(record->sequence.data, qor_package_payload(&package) + outcome.offset,
+    const uint32_t status = qor_dynamic_data_create_ex(allocator, outcome.expected_size, &record, &details);
+    auto holder = created(status, record, allocator, details);
+    std::memcpy(holder->sequence.data, qor_package_payload(&package) + outcome.offset,
                 package.payload_size - outcome.offset);
     return holder;
 }
@@ -62,12 +64,15 @@ runtime::dynamic_data_holder make_record(const qor_match_outcome_t& outcome, con
                                          qor_memory_allocator_t* allocator) {
     qor_dynamic_data_t* record = nullptr;
     qor_error_details_t* details = nullptr;
-    qor_dynamic_data_create(allocator, &record, &details);
-    auto holder = created(record, allocator, details);
-    qor_runtime_c_uint8_sequence_init(allocator, &record->sequence, outcome.size, &details);
+    uint32_t status = qor_dynamic_data_create(allocator, &record, &details);
+    auto holder = created(status, record, allocator, details);
+    status = qor_runtime_c_uint8_sequence_init(allocator, &holder->sequence, outcome.size, &details);
     rethrow_details(details);
+    if (status != QOR_STATUS_OK) {
+        throw std::bad_alloc();
+    }
     if (outcome.size != 0) {
-        std::memcpy(record->sequence.data, qor_package_payload(&package) + outcome.offset, outcome.size);
+        std::memcpy(holder->sequence.data, qor_package_payload(&package) + outcome.offset, outcome.size);
     }
     return holder;
 }
@@ -82,18 +87,16 @@ const package_route& extractor::route_of(const qor_package_t& package) {
     if (route.is_of(package)) {
         return route;
     }
-    route = {};
+    package_route found(package);
     const uint64_t key = source_key(source_id, instance);
     if (sources.contains(key)) {
         const auto matcher = matchers.find(format_of(package));
         const auto bound = processors.find(key);
-        route.handles = &subscriptions_by_source[key];
-        route.matcher = matcher != matchers.end() ? matcher->second.get() : nullptr;
-        route.processors = bound != processors.end() ? &bound->second : nullptr;
+        found.handles = &subscriptions_by_source.of(key);
+        found.matcher = matcher != matchers.end() ? matcher->second.get() : nullptr;
+        found.processors = bound != processors.end() ? &bound->second : nullptr;
     }
-    std::memcpy(route.header.data(), &package, route.header.size());
-    route.is_set = true;
-    return route;
+    return route = found;
 }
 
 void extractor::forget_routes() noexcept {
@@ -117,17 +120,18 @@ void extractor::find_matches(const qor_package_t& package, bool strict, std::vec
     if (route.handles == nullptr || route.matcher == nullptr) {
         return;
     }
-    const lent<qor_match_outcome_t> outcomes(spare_outcomes);
-    route.matcher->for_each_match(*route.handles, package, !strict, outcomes.list,
+    const subscription_lists::reader reading(subscriptions_by_source);
+    const spare_lists<qor_match_outcome_t>::loan outcomes(spare_outcomes);
+    route.matcher->for_each_match(*route.handles, package, !strict, outcomes.list(),
                                   [&](const auto& outcome) { matched.push_back(outcome.subscription_handle); });
 }
 
-void extractor::cut_records(const runtime::tavi::data_matcher_proxy& matcher, const std::vector<uint64_t>& handles,
+void extractor::cut_records(const runtime::tavi::data_matcher_proxy& matcher, std::span<const uint64_t> handles,
                             const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
                             std::vector<runtime::dynamic_data_holder>& records) {
     const uint64_t payload_size = package.payload_size;
-    const lent<qor_match_outcome_t> outcomes(spare_outcomes);
-    matcher.for_each_match(handles, package, !strict, outcomes.list, [&](const qor_match_outcome_t& outcome) {
+    const spare_lists<qor_match_outcome_t>::loan outcomes(spare_outcomes);
+    matcher.for_each_match(handles, package, !strict, outcomes.list(), [&](const qor_match_outcome_t& outcome) {
         if (outcome.size != outcome.expected_size && strict) {
             throw_short_payload(payload_size, "expected", outcome.expected_size, outcome.offset);
         }
@@ -146,22 +150,25 @@ void extractor::cut_records(const runtime::tavi::data_matcher_proxy& matcher, co
 
 void extractor::make_records(const qor_package_t& package, qor_memory_allocator_t* allocator, bool strict,
                              std::vector<runtime::dynamic_data_holder>& records) {
-    // A copy of what is needed: plug-ins may call back, and another package may then take the place.
-    const auto [handles, matcher, bound] = [&] {
-        const package_route& route = route_of(package);
-        return std::tuple(route.handles, route.matcher, route.processors);
-    }();
-    if (handles != nullptr && matcher != nullptr) {
-        cut_records(*matcher, *handles, package, allocator, strict, records);
+    const package_route& route = route_of(package);
+    if (route.handles == nullptr) {
+        return;
+    }
+    // All that is needed of the route: another package may take its place during a call.
+    const subscription_lists::reader reading(subscriptions_by_source);
+    const std::span<const uint64_t> handles = *route.handles;
+    const std::vector<bound_processor>* const bound = route.processors;
+    if (route.matcher != nullptr) {
+        cut_records(*route.matcher, handles, package, allocator, strict, records);
     }
     if (bound == nullptr) {
         return;
     }
     const std::string_view format = format_of(package);
-    for (const uint64_t handle : *handles) {
-        for (const bound_processor& element : *bound) {
-            if (element.format == format) {
-                auto made = element.proxy->process(handle, package, allocator);
+    for (const uint64_t handle : handles) {
+        for (size_t index = 0; index < bound->size(); ++index) {
+            if ((*bound)[index].format == format) {
+                auto made = (*bound)[index].proxy->process(handle, package, allocator);
                 std::move(made.begin(), made.end(), std::back_inserter(records));
             }
         }

@@ -47,15 +47,20 @@ void extractor::bind_processor(std::unique_ptr<runtime::tavi::data_processor_pro
         if (!fits(format, source.source_id)) {
             continue;
         }
-        auto& bound = processors[key];
+        std::vector<bound_processor>& bound = processors[key];
         forget_routes();
-        const bool known = std::any_of(bound.begin(), bound.end(), [&](const bound_processor& element) {
-            return element.proxy->get_library_path() == library_path;
-        });
-        if (known) {
+        const auto is_bound = [&] {
+            return std::any_of(bound.begin(), bound.end(), [&](const bound_processor& element) {
+                return element.proxy->get_library_path() == library_path;
+            });
+        };
+        if (is_bound()) {
             continue;
         }
         proxy->bind_source(source, provider);
+        if (is_bound()) {
+            continue; // by a call-back that registered the same source
+        }
         const auto& taken = *proxy;
         bound.push_back({format.format, std::move(proxy)});
         const auto parser = find_parser("sdl", source.source_id);

@@ -23,8 +23,13 @@ struct filter_term {
     }
 };
 
-filter_term term_of(const subscription_record& record, const qor_type_node_sequence_t& hierarchy) {
-    filter_term term{record.source_id, record.instance, 0, 0};
+// A subscription without cycle and address, and the node by which the storage knows both.
+struct subscribed_node {
+    filter_term term;
+    uint64_t node;
+};
+
+filter_term completed(filter_term term, const qor_type_node_sequence_t& hierarchy) {
     for (uint64_t level = 0; level < hierarchy.count; ++level) {
         const qor_type_node_t& node = hierarchy.nodes[level];
         if (node.kind == QOR_TYPE_NODE_VIEW && node.view.cycle != 0) {
@@ -58,10 +63,15 @@ std::string text_of(const filter_term& term) {
 
 // Terms stand in ascending order of source id, instance, cycle, address, so that equal subscriptions give equal texts.
 std::string extractor::get_reader_filter_expression() const {
-    std::vector<filter_term> terms;
-    terms.reserve(subscriptions.size());
+    std::vector<subscribed_node> nodes;
+    nodes.reserve(subscriptions.size());
     for (const auto& [handle, record] : subscriptions) {
-        terms.push_back(term_of(record, *signal_storage->get_node_hierarchy(record.node)));
+        nodes.push_back({{record.source_id, record.instance, 0, 0}, record.node});
+    }
+    std::vector<filter_term> terms;
+    terms.reserve(nodes.size());
+    for (const auto& [term, node] : nodes) {
+        terms.push_back(completed(term, *signal_storage->get_node_hierarchy(node)));
     }
     std::sort(terms.begin(), terms.end());
     terms.erase(std::unique(terms.begin(), terms.end()), terms.end());

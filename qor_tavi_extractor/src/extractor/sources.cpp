@@ -113,8 +113,8 @@ void extractor::register_built_in_description(const extensibility::data_source& 
     }
 }
 
-std::vector<std::string> extractor::register_source(const extensibility::data_source& source,
-                                                    const qor_data_source_provider_t* provider, bool sanitize_name) {
+void extractor::register_source(const extensibility::data_source& source, const qor_data_source_provider_t* provider,
+                                bool sanitize_name, const signature_receiver& receive) {
     const std::lock_guard lock(mutex);
     const extensibility::data_source local = source;
     // A copy, since the host's functions, which run in between, may change the host's own record.
@@ -144,28 +144,34 @@ std::vector<std::string> extractor::register_source(const extensibility::data_so
         }
     }
     const std::string name = sanitize_name ? extensibility::sanitize_source_name(local) : text_of(local.name);
+    receive(signatures);
     store_source(local.source_id, local.instance, name, description_ids);
-    return signatures;
 }
 
 void extractor::store_source(uint16_t source_id, uint32_t instance, const std::string& name,
                              const std::vector<uint64_t>& description_ids) {
     const uint64_t key = source_key(source_id, instance);
-    const auto [place, added] = sources.try_emplace(key, source_record{key, source_id, instance, name, {}});
-    forget_routes();
-    source_record& record = place->second;
-    if (record.name != name) {
+    const auto known = sources.find(key);
+    if (known != sources.end() && known->second.name != name) {
         throw std::invalid_argument("the specified data source name does not match the previously registered name");
     }
+    source_record record = known != sources.end() ? known->second : source_record{key, source_id, instance, name, {}};
     for (const uint64_t id : description_ids) {
         if (std::find(record.description_ids.begin(), record.description_ids.end(), id) ==
             record.description_ids.end()) {
             record.description_ids.push_back(id);
         }
     }
-    if (added) {
-        source_keys_by_name.try_emplace(name, key);
+    if (known != sources.end()) {
+        known->second = std::move(record);
+        return;
     }
+    make_room(sources);
+    table<uint64_t, source_record> made;
+    made.try_emplace(key, std::move(record));
+    source_keys_by_name.try_emplace(name, key);
+    sources.insert(made.extract(key)); // has room and cannot fail
+    forget_routes();
 }
 
 void extractor::register_source_from_signal_storage(uint16_t source_id, uint32_t instance, const std::string& name,
@@ -179,9 +185,9 @@ void extractor::register_source_from_signal_storage(uint16_t source_id, uint32_t
     store_source(source_id, instance, name, description_ids);
 }
 
-std::vector<std::string> extractor::register_source_with_data_descriptions(
+void extractor::register_source_with_data_descriptions(
     uint16_t source_id, uint32_t instance, const std::string& name,
-    const std::vector<extensibility::data_description_content>& descriptions) {
+    const std::vector<extensibility::data_description_content>& descriptions, const signature_receiver& receive) {
     extensibility::data_source source{};
     source.source_id = source_id;
     source.instance = instance;
@@ -189,14 +195,18 @@ std::vector<std::string> extractor::register_source_with_data_descriptions(
     name.copy(source.name, sizeof(source.name) - 1);
     const extensibility::memory_data_source_provider provider(source, descriptions);
     const qor_data_source_provider_t record = provider.record();
-    return register_source(source, &record, false);
+    register_source(source, &record, false, receive);
 }
 
+// The second round ends what a plug-in subscribed to when it was told of the end, while the sources were still there.
 void extractor::unregister_sources() {
     unsubscribe_all();
     reset_table(source_keys_by_name);
     reset_table(sources);
     forget_routes();
+    if (!subscriptions.empty()) {
+        unsubscribe_all();
+    }
 }
 
 void extractor::checkpoint_signal_storage() {

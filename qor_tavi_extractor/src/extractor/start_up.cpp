@@ -13,9 +13,7 @@ namespace qor::tavi::detail {
 
 namespace {
 
-// A table that every package is looked up in: short bucket chains for a thousand sources.
 constexpr size_t reserved_sources = 1024;
-constexpr float short_chains = 0.25f;
 
 constexpr uint8_t storage_open_mode = 0;
 
@@ -28,14 +26,12 @@ std::string plugin_search_path() {
 extractor::extractor(const std::string& signal_storage_uri, uint32_t signal_storage_flags,
                      std::shared_ptr<runtime::service_locator> service_locator)
     : service_locator(std::move(service_locator)), matchers(initial_bucket_count), parsers(initial_bucket_count),
-      subscriptions(initial_bucket_count), subscriptions_by_source(initial_bucket_count), sources(initial_bucket_count),
-      source_keys_by_name(initial_bucket_count), processors(initial_bucket_count) {
+      subscriptions(initial_bucket_count), sources(initial_bucket_count), source_keys_by_name(initial_bucket_count) {
     load_signal_storage(signal_storage_uri, signal_storage_flags);
     take_logger();
     find_matchers();
     find_parsers();
     subscriptions_by_source.reserve(reserved_sources);
-    subscriptions_by_source.max_load_factor(short_chains);
 }
 
 extractor::~extractor() = default;

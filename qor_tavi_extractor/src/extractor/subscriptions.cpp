@@ -1,6 +1,8 @@
 // From a URL expression to a handle that the per-package operations need nothing else for.
+#include <algorithm>
 #include <atomic>
 #include <stdexcept>
+#include <utility>
 
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
 #include "qor_tavi_extractor/src/extractor/source_key.hpp"
@@ -28,30 +30,22 @@ struct level_layout {
 
 } // namespace
 
-// The key of the source that token 0 names. A source named by number is recorded here when nobody registered it.
-uint64_t extractor::source_of_subscription(const url_context& context) {
+// A source named by number is recorded here when nobody registered it.
+source_record extractor::source_of_subscription(const url_context& context) {
     const source_token& token = context.source();
-    if (token.source_id() != 0) {
-        const uint64_t key = source_key(token.source_id(), token.instance());
-        if (!sources.contains(key)) {
-            store_source(token.source_id(), token.instance(), token.name(), {});
-        }
-        return key;
+    if (token.source_id() != 0 && !sources.contains(source_key(token.source_id(), token.instance()))) {
+        store_source(token.source_id(), token.instance(), token.name(), {});
     }
-    const uint64_t key = resolve_source_name(token.name());
-    if (!sources.contains(key)) {
-        throw std::invalid_argument("the data source identified with name '" + token.name() + "' was not found");
-    }
-    return key;
+    return find_source(context);
 }
 
 // 0 when no description has the path. A failed look-up in one description is no failure as long as another may have it.
-uint64_t extractor::find_subscribed_node(const source_record& source, const std::string& path) const {
-    if (source.description_ids.empty()) {
+uint64_t extractor::find_subscribed_node(const std::vector<uint64_t>& description_ids, const std::string& path) const {
+    if (description_ids.empty()) {
         const auto node = signal_storage->find_node(0, path);
         return node ? node->id : 0;
     }
-    for (const uint64_t id : source.description_ids) {
+    for (const uint64_t id : description_ids) {
         try {
             if (const auto node = signal_storage->find_node(id, path)) {
                 return node->id;
@@ -96,30 +90,44 @@ extractor::place extractor::place_of(const url& url, const qor_type_node_sequenc
 }
 
 // Processors come first and are told places relative to the object; the rest goes to all matchers in absolute places.
-void extractor::announce(uint64_t source_key, uint64_t handle, const std::string& schema,
-                         const qor_type_node_sequence_t& hierarchy, const place& place) {
+void extractor::announce(const subscription_record& record, const qor_type_node_sequence_t& hierarchy,
+                         const place& place) const {
+    const char* const schema = record.schema.c_str();
     bool taken = false;
-    if (const auto bound = processors.find(source_key); bound != processors.end()) {
-        for (const bound_processor& element : bound->second) {
-            taken |= element.proxy->register_type(handle, schema.c_str(), hierarchy, place.position - place.address,
-                                                  place.extent);
+    if (const auto found = processors.find(record.source_key); found != processors.end()) {
+        const std::vector<bound_processor>& bound = found->second;
+        for (size_t index = 0; index < bound.size(); ++index) {
+            taken |= bound[index].proxy->register_type(record.handle, schema, hierarchy, place.position - place.address,
+                                                       place.extent);
         }
     }
     if (taken) {
         return;
     }
     for (const auto& [format, matcher] : matchers) {
-        matcher->register_type(handle, schema.c_str(), hierarchy, place.position, place.extent);
+        matcher->register_type(record.handle, schema, hierarchy, place.position, place.extent);
     }
+}
+
+void extractor::make_room_for_subscription(uint64_t source_key) {
+    make_room(subscriptions);
+    subscriptions_by_source.make_room(source_key);
+}
+
+// Succeeds where room was made. Throws: std::bad_alloc, and both tables are as they were.
+void extractor::store_subscription(table<uint64_t, subscription_record>::node_type&& node) {
+    const uint64_t handle = node.key();
+    const uint64_t key = node.mapped().source_key;
+    make_room_for_subscription(key);
+    subscriptions_by_source.insert(key, handle);
+    subscriptions.insert(std::move(node));
 }
 
 uint64_t extractor::subscribe(const std::string& url_expression, bool lenient) {
     const std::lock_guard lock(mutex);
     const auto context = driver().parse(url_expression);
-    const uint64_t key = source_of_subscription(*context);
-    const uint16_t source_id = sources.find(key)->second.source_id;
-    const uint32_t instance = sources.find(key)->second.instance;
-    const uint64_t node_id = find_subscribed_node(sources.find(key)->second, context->location_path());
+    const source_record source = source_of_subscription(*context);
+    const uint64_t node_id = find_subscribed_node(source.description_ids, context->location_path());
     if (node_id == 0) {
         throw std::runtime_error("requested type URL expression '" + url_expression +
                                  "' not found in the signal storage");
@@ -133,22 +141,28 @@ uint64_t extractor::subscribe(const std::string& url_expression, bool lenient) {
                                  std::to_string(hierarchy->count));
     }
     const place place = place_of(*url, *hierarchy);
+    // All that takes memory comes before the plug-ins are told, so that they do not keep what failed.
+    make_room_for_subscription(source.key);
+    table<uint64_t, subscription_record> made;
     const uint64_t handle = new_handle();
-    announce(key, handle, schema, *hierarchy, place);
-    subscriptions.insert_or_assign(handle, subscription_record{handle, key, place.extent, node_id, source_id, instance,
-                                                               url_expression, std::move(schema)});
-    subscriptions_by_source[key].push_back(handle);
+    made.try_emplace(handle, subscription_record{handle, source.key, place.extent, node_id, source.source_id,
+                                                 source.instance, url_expression, std::move(schema)});
+    announce(made.begin()->second, *hierarchy, place);
+    if (!sources.contains(source.key)) {
+        throw std::invalid_argument("the data source identified with name '" + source.name + "' was not found");
+    }
+    store_subscription(made.extract(made.begin()));
     return handle;
 }
 
 // Every plug-in is told, whether it took the subscription or not.
-void extractor::withdraw(uint64_t handle) {
+void extractor::withdraw(uint64_t handle) const {
     for (const auto& [format, matcher] : matchers) {
         matcher->unregister_type(handle);
     }
     for (const auto& [key, bound] : processors) {
-        for (const bound_processor& element : bound) {
-            element.proxy->unregister_type(handle);
+        for (size_t index = 0; index < bound.size(); ++index) {
+            bound[index].proxy->unregister_type(handle);
         }
     }
 }
@@ -162,14 +176,37 @@ void extractor::unsubscribe(uint64_t handle) {
     withdraw(handle);
 }
 
+// Ends those that are there when it begins. A call-back may end some of them first and begin others, which stay.
 void extractor::unsubscribe_all() {
     const std::lock_guard lock(mutex);
+    std::vector<uint64_t> ended;
+    ended.reserve(subscriptions.size());
     for (const auto& [handle, record] : subscriptions) {
-        withdraw(handle);
+        ended.push_back(handle);
     }
-    reset_table(subscriptions);
-    reset_table(subscriptions_by_source);
+    for (const uint64_t handle : ended) {
+        if (subscriptions.contains(handle)) {
+            withdraw(handle);
+        }
+    }
+    std::sort(ended.begin(), ended.end());
+    table<uint64_t, subscription_lists::list> remaining(initial_bucket_count);
+    for (const auto& [handle, record] : subscriptions) {
+        if (!std::binary_search(ended.begin(), ended.end(), handle)) {
+            remaining[record.source_key].push_back(handle);
+        }
+    }
+    for (auto& [key, handles] : remaining) {
+        std::sort(handles.begin(), handles.end());
+    }
+    subscriptions_by_source.reset(std::move(remaining));
     forget_routes();
+    for (const uint64_t handle : ended) {
+        subscriptions.erase(handle);
+    }
+    if (subscriptions.empty()) {
+        reset_table(subscriptions);
+    }
 }
 
 size_t extractor::get_subscription_count() {
