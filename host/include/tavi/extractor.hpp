@@ -7,8 +7,16 @@
 //     tavi::host::record_list records;
 //     extractor.process(package, tavi::host::lenient, records);
 //
-// Every call throws host::error when the library reports a failure. Thread: as the C interface: any thread may call,
-// calls on one extractor wait for one another; moving and destroying must not overlap any call.
+// Every call throws host::error when the library reports a failure.
+//
+// Thread: as the C interface: any thread may call, and calls on one extractor wait for one another, except that
+//   roots, children, tree   take no lock: they must not overlap a registration, unregister_sources, or a subscribe with
+//                           the number of a source that is not registered
+//   url, reader_filter      take no lock: they must not overlap subscribe, unsubscribe, unsubscribe_all or
+//                           unregister_sources
+//   checkpoint              takes no lock and may overlap all but the next two
+//   unregister_sources      must not overlap any call
+//   moving, destroying      must not overlap any call
 #ifndef TAVI_EXTRACTOR_HPP
 #define TAVI_EXTRACTOR_HPP
 

@@ -12,12 +12,29 @@
  *     QOR_STATUS_BUFFER_TOO_SMALL, with the bytes needed, terminator counted, in `*size`. Otherwise `*size` bytes are
  *     written AND a zero byte behind them: offer one byte more than `*size` says.
  *  5. Arrays come from the caller's allocator and are freed with it; so are the records in them.
- *  6. Thread: functions may be called from any thread; calls on one extractor wait for one another, but for those that
- *     say otherwise. qor_tavi_extractor_destroy must not overlap any other call on the same handle.
+ *  6. Thread: functions may be called from any thread, and calls on one extractor wait for one another, with these
+ *     exceptions. An overlap that is not allowed reads tables while they change and ends the process at worst.
+ *       - qor_tavi_extractor_get_root_nodes, qor_tavi_extractor_get_root_nodes_by_source_name and
+ *         qor_tavi_extractor_get_node_children take no lock. They must not overlap a call that changes sources: the
+ *         functions that register, qor_tavi_extractor_unregister_sources, and qor_tavi_extractor_subscribe with the
+ *         number of a source that is not registered.
+ *       - qor_tavi_extractor_get_url and qor_tavi_extractor_get_reader_filter_expression take no lock. They must not
+ *         overlap a call that changes subscriptions: qor_tavi_extractor_subscribe, qor_tavi_extractor_unsubscribe,
+ *         qor_tavi_extractor_unsubscribe_all, qor_tavi_extractor_unregister_sources.
+ *       - qor_tavi_extractor_checkpoint_signal_storage takes no lock and may overlap all calls except the next two.
+ *       - qor_tavi_extractor_unregister_sources holds the lock for a part of its work only. It must not overlap any
+ *         other call on the same handle.
+ *       - qor_tavi_extractor_destroy must not overlap any other call on the same handle.
+ *  7. Call-backs: what an extractor calls - plug-ins, allocators, the log sink, the host's locator - may call the same
+ *     extractor on the same thread, under the rules of qorc/extensibility/plugin.h. A data source provider must not,
+ *     since its functions run on another thread while the lock is held. The lock is held during each of these calls,
+ *     except in functions that take none, and except for the allocation of the array that qor_tavi_extractor_match or
+ *     qor_tavi_extractor_process returns.
+ *  8. A call that fails leaves sources and subscriptions as they were, except where it says otherwise.
  *
  * The usual order
  *  1. qor_tavi_extractor_create
- *  2. qor_tavi_extractor_register_source (or one of its sisters) for each source
+ *  2. qor_tavi_extractor_register_source (or one of the other two functions that register) for each source
  *  3. qor_tavi_extractor_get_root_nodes and qor_tavi_extractor_get_node_children, to see what there is
  *  4. qor_tavi_extractor_subscribe for each URL expression of interest
  *  5. for each package qor_tavi_extractor_process, or qor_tavi_extractor_match, or both
@@ -91,8 +108,9 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_service_locator(qor_tavi_
  *                is null the signatures are dropped, and `allocator` may be null.
  *
  * Errors: what a parser or provider reports; "failed to find a data description parser for data description type 'x'";
- * "the specified data source name does not match the previously registered name" (QOR_STATUS_INVALID_ARGUMENT).
- * Checked: handle, data_source.
+ * "the specified data source name does not match the previously registered name" (QOR_STATUS_INVALID_ARGUMENT). After a
+ * failure the catalogue keeps the descriptions that were parsed by then, and processors that were bound stay bound.
+ * Checked: handle, data_source, allocator unless the signatures are dropped.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_register_source(
     qor_tavi_extractor_t* handle, const qor_data_source_t* data_source, const qor_data_source_provider_t* provider,
@@ -110,7 +128,7 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_register_source_from_signal_s
 
 /*
  * As qor_tavi_extractor_register_source, with the descriptions as buffers.
- * Checked: handle, source_name, data_descriptions unless the count is 0.
+ * Checked: handle, source_name, data_descriptions unless the count is 0, allocator unless the signatures are dropped.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_register_source_with_data_descriptions(
     qor_tavi_extractor_t* handle, uint16_t source_id, uint32_t instance, const char* source_name,
@@ -119,13 +137,14 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_register_source_with_data_des
     qor_error_details_t** error_details);
 
 /*
- * Ends all subscriptions and forgets all sources; the catalogue and bound processors stay.
- * Thread: must not overlap qor_tavi_extractor_match or qor_tavi_extractor_process. Checked: handle.
+ * Ends all subscriptions and forgets all sources; the catalogue and bound processors stay. A plug-in that fails to
+ * withdraw a subscription fails the call before anything is ended.
+ * Thread: must not overlap any other call (convention 6). Checked: handle.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_unregister_sources(qor_tavi_extractor_t* handle,
                                                                       qor_error_details_t** error_details);
 
-/* Brings the catalogue's file up to date. Thread: may overlap other calls. Checked: handle. */
+/* Brings the catalogue's file up to date. Thread: takes no lock (convention 6). Checked: handle. */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_checkpoint_signal_storage(qor_tavi_extractor_t* handle,
                                                                              qor_error_details_t** error_details);
 
@@ -133,7 +152,8 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_checkpoint_signal_storage(qor
 
 /*
  * The views of a source, of all its descriptions in order; an unknown source has none.
- * Owner: the caller, by qor_type_node_sequence_destroy with the default allocator. Checked: handle, data_source, nodes.
+ * Owner: the caller, by qor_type_node_sequence_destroy with the default allocator.
+ * Thread: takes no lock, must not overlap a change of the sources (convention 6). Checked: handle, data_source, nodes.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_root_nodes(qor_tavi_extractor_t* handle,
                                                                   const qor_data_source_t* data_source,
@@ -142,14 +162,14 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_root_nodes(qor_tavi_extra
 
 /*
  * The same by name. Errors: "the data source identified with name 'x' was not found", with a suggestion where a name is
- * near. Checked: handle, data_source_name, nodes.
+ * near. Thread: as for root nodes. Checked: handle, data_source_name, nodes.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_root_nodes_by_source_name(qor_tavi_extractor_t* handle,
                                                                                  const char* data_source_name,
                                                                                  qor_type_node_sequence_t** nodes,
                                                                                  qor_error_details_t** error_details);
 
-/* The nodes directly below `node`. Owner: as for root nodes. Checked: handle, nodes. */
+/* The nodes directly below `node`. Owner, thread: as for root nodes. Checked: handle, nodes. */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_node_children(qor_tavi_extractor_t* handle,
                                                                      const qor_type_node_t* node,
                                                                      qor_type_node_sequence_t** nodes,
@@ -180,18 +200,23 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_type_schema_by_url(qor_ta
  * subscription_handle  receives the handle: never 0, not repeated in the process
  *
  * Errors: syntax ("1.9-15: syntax error, unexpected name with space, expecting name"), unknown source, path not in the
- * catalogue, a filter that does not fit, what a plug-in reports. Checked: handle, url_expression, subscription_handle.
+ * catalogue, a filter that does not fit, what a plug-in reports. A source that the expression names by number is
+ * recorded under that number when it is not registered, also when the call fails after that. Checked: handle,
+ * url_expression, subscription_handle.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_subscribe(qor_tavi_extractor_t* handle, const char* url_expression,
                                                              bool lenient, uint64_t* subscription_handle,
                                                              qor_error_details_t** error_details);
 
-/* Ends a subscription; an unknown handle is no error, plug-ins are told of it all the same. Checked: handle. */
+/*
+ * Ends a subscription; an unknown handle is no error, plug-ins are called with it all the same. It has ended also when
+ * a plug-in fails. Checked: handle.
+ */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_unsubscribe(qor_tavi_extractor_t* handle,
                                                                uint64_t subscription_handle,
                                                                qor_error_details_t** error_details);
 
-/* Ends all subscriptions. Checked: handle. */
+/* Ends all subscriptions, or none when a plug-in fails. Checked: handle. */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_unsubscribe_all(qor_tavi_extractor_t* handle,
                                                                    qor_error_details_t** error_details);
 
@@ -201,7 +226,7 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_subscription_count(qor_ta
 
 /*
  * The URL expression of a subscription as it was given (convention 4). Errors: "invalid subscription handle".
- * Thread: takes no lock, must not overlap a change of the subscriptions. Checked: handle, size.
+ * Thread: takes no lock, must not overlap a change of the subscriptions (convention 6). Checked: handle, size.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_url(qor_tavi_extractor_t* handle, uint64_t subscription_handle,
                                                            char* buffer, size_t* size,
@@ -219,7 +244,7 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_type_schema_by_subscripti
 /*
  * All subscriptions as a filter for the host's reader (convention 4), for example
  * "(SourceId = 10 AND Instance = 2 AND Cycle = 5 AND Address = 0x1F00) OR (SourceId = 11 AND Instance = 0)".
- * Thread: takes no lock, must not overlap a change of the subscriptions. Checked: handle, size.
+ * Thread: takes no lock, must not overlap a change of the subscriptions (convention 6). Checked: handle, size.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_get_reader_filter_expression(qor_tavi_extractor_t* handle,
                                                                                 char* buffer, size_t* size,

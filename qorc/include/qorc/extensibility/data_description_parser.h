@@ -3,7 +3,7 @@
  * of the signal storage. Entry symbols: plugin.h, kind data_description_parser.
  *
  * Functions take the plug-in's handle first; the tables have no context field. All calls of one extractor come one at
- * a time.
+ * a time, except for calls that its own call-backs lead to (plugin.h).
  */
 #ifndef QORC_EXTENSIBILITY_DATA_DESCRIPTION_PARSER_H
 #define QORC_EXTENSIBILITY_DATA_DESCRIPTION_PARSER_H

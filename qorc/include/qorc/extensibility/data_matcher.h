@@ -3,7 +3,7 @@
  * the payload their bytes lie. Entry symbols: plugin.h, kind data_matcher.
  *
  * Functions take the plug-in's handle first; the tables have no context field. The extractor calls with its lock held,
- * one call at a time for one extractor.
+ * one call at a time for one extractor, except for calls that its own call-backs lead to (plugin.h).
  */
 #ifndef QORC_EXTENSIBILITY_DATA_MATCHER_H
 #define QORC_EXTENSIBILITY_DATA_MATCHER_H
@@ -71,7 +71,8 @@ typedef struct qor_match_outcome_t {
  */
 typedef struct qor_data_matcher_batch_support_t {
     /*
-     * handles        the source's subscriptions, ascending, `handle_count` of them
+     * handles        the source's subscriptions, ascending, `handle_count` of them; valid and unchanged until the
+     *                function returns, also when it calls back
      * outcomes       room for `handle_count` outcomes
      * outcome_count  receives how many were stored
      *

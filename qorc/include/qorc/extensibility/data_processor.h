@@ -3,7 +3,8 @@
  * plugin.h, kind data_processor. Processors are looked for each time a source with a provider is registered, and one
  * instance belongs to one source.
  *
- * Functions take the plug-in's handle first; the tables have no context field. The extractor calls with its lock held.
+ * Functions take the plug-in's handle first; the tables have no context field. The extractor calls with its lock held,
+ * one call at a time, except for calls that its own call-backs lead to (plugin.h).
  */
 #ifndef QORC_EXTENSIBILITY_DATA_PROCESSOR_H
 #define QORC_EXTENSIBILITY_DATA_PROCESSOR_H
@@ -38,7 +39,7 @@ typedef struct qor_data_processor_support_t {
      * count    receives the number of records
      *
      * Records are made with `allocator` and used as they are: the processor sets handle and sizes. It is called for
-     * each handle of the source, also for those that it declined: it gives no records for them.
+     * each handle of the source, also for those that it declined or that have ended: it gives no records for them.
      */
     uint32_t (*process)(void* handle, uint64_t subscription_handle, const qor_package_t* package,
                         qor_dynamic_data_t*** records, uint64_t* count, qor_memory_allocator_t* allocator,

@@ -1,5 +1,6 @@
 /*
- * Log sink: where a host receives what library and plug-ins have to say.
+ * Log sink: where a host receives what library and plug-ins have to say. It may call the extractor back as plug-ins
+ * may, see plugin.h.
  *
  * A host that wants messages offers the service "qor_log_t" through the locator that it gives to
  * qor_tavi_extractor_create; without it nothing is logged and no message is even formatted.

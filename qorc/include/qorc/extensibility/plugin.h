@@ -10,6 +10,20 @@
  * "data-processor". plugins/sdk makes all of it from a class and a list of tables.
  *
  * Two extractors in one process have two instances, which may run at the same time: state belongs in the instance.
+ *
+ * Calling back. A function that an extractor calls may call that extractor before it returns, on the same thread, by
+ * every function of its interface except qor_tavi_extractor_destroy; the host has to hand over the handle. That does
+ * not hold while the extractor is created or destroyed. Such a call has its full effect when it returns, with these
+ * bounds:
+ *   - A package that is being matched or processed stays with the subscriptions that its source had when the call
+ *     began, so a plug-in may be asked for a subscription that has ended since.
+ *   - A subscription is not known before qor_tavi_extractor_subscribe returns: until then it cannot be ended. It fails
+ *     when its source is unregistered meanwhile.
+ *   - qor_tavi_extractor_unsubscribe_all ends the subscriptions that were there when it began; one that is made during
+ *     its calls stays. During qor_tavi_extractor_unregister_sources it is ended as well.
+ *   - The extractor may call the plug-in again before the first function returned. A plug-in calls back only where its
+ *     own state allows that.
+ * Waiting for another thread that calls the same extractor is a deadlock, since the extractor's lock is held.
  */
 #ifndef QORC_EXTENSIBILITY_PLUGIN_H
 #define QORC_EXTENSIBILITY_PLUGIN_H

@@ -11,7 +11,11 @@
  *   4. Queries of the access table.
  *   5. qor_signal_storage_destroy.
  *
- * Thread: the extractor makes one call at a time, but for checkpoint, which may run beside one other call.
+ * Thread: the functions of the tables may be called by several threads at once. An extractor takes its lock for most of
+ * its calls, but not for the node queries and the reader filter of its host (get_root_nodes, get_node_children,
+ * get_node_hierarchy) nor for checkpoint: each of these may run beside others and beside one call under the lock. The
+ * functions of one description context come one at a time.
+ * Calling back: see plugin.h.
  * Errors: through details only. A description, node, path or signature that is not there is
  * QOR_STATUS_INVALID_ARGUMENT with a text that names it.
  */
@@ -111,7 +115,7 @@ typedef struct qor_signal_storage_t {
     uint32_t (*create_context)(void* context, uint8_t context_type, const void* buffer, size_t size, const char* name,
                                qor_signal_storage_context_t** new_context, qor_error_details_t** error);
     void* reserved_3;
-    /* Brings the storage's file up to date. Thread: may run beside another call. */
+    /* Brings the storage's file up to date. */
     uint32_t (*checkpoint)(void* context, qor_error_details_t** error);
     void* reserved_5;
     void* context;
