@@ -1,46 +1,9 @@
 // Each operation with each of its allocations failing, once and for good: it reports the shortage, leaves what the
 // extractor answers as it was, and does its work when it is tried again.
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <utility>
 
 #include "tests/extractor/extractor_fixture.hpp"
-
-namespace {
-
-// How many allocations succeed before one fails; negative when none does.
-std::atomic<long> allocations_left{-1};
-std::atomic<bool> all_others_fail{false};
-std::atomic<bool> has_failed{false};
-
-void* allocate(std::size_t size) {
-    for (long left = allocations_left; left >= 0;) {
-        if (!allocations_left.compare_exchange_weak(left, left > 0 ? left - 1 : all_others_fail ? 0 : -1)) {
-            continue;
-        }
-        if (left == 0) {
-            has_failed = true;
-            throw std::bad_alloc();
-        }
-        break;
-    }
-    void* const memory = std::malloc(size);
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-
-} // namespace
-
-// All libraries of the process allocate here.
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+#include "tests/support/memory_shortage.hpp"
 
 namespace tavi::test {
 namespace {
@@ -107,25 +70,14 @@ protected:
     // As `call`, but memory runs out during the call where the test says so.
     template<typename... Parameters, typename... Arguments>
     outcome run(std::uint32_t (*function)(Parameters...), Arguments... arguments) {
-        const auto armed = [&](auto... all) {
-            allocations_left = std::exchange(succeeding, -1);
-            const std::uint32_t status = function(all...);
-            allocations_left = -1;
-            return status;
-        };
         qor_error_details_t* details = nullptr;
-        outcome result{armed(arguments..., &details), {}};
+        const auto make_call = [&] { return function(arguments..., &details); };
+        outcome result{round != nullptr ? round->during(make_call) : make_call(), {}};
         if (details != nullptr) {
             result.text = qor_error_details_get_description(details);
             qor_error_details_destroy(details);
         }
         return result;
-    }
-    outcome perform_short_of_memory(const operation& operation, long after, bool for_good) {
-        has_failed = false;
-        all_others_fail = for_good;
-        succeeding = after;
-        return operation.perform();
     }
 
     fakes::script& matcher = add_matcher("m", {{"can"}});
@@ -134,7 +86,7 @@ protected:
     const package can{0x15, 2, "can", "abcdefgh"};
     const package raw{0x15, 2, "raw", ""};
     std::vector<std::uint64_t> issued;
-    long succeeding = -1; // of the allocations of the next call; negative for all
+    memory_shortage::sweep* round = nullptr; // null for calls that have all the memory they need
     qor_memory_allocator_t* const plain = qor_get_default_allocator();
 };
 
@@ -180,38 +132,34 @@ TEST_F(shortage, of_memory_leaves_everything_as_it_was) {
          }},
     };
     for (const operation& operation : operations) {
-        for (const bool for_good : {false, true}) {
-            SCOPED_TRACE(operation.name + (for_good ? ", for good" : ", once"));
-            const auto prepare = [&] {
-                destroy();
-                issued.clear();
-                start();
-                operation.prepare();
-            };
-            prepare();
-            ASSERT_EQ(operation.perform(), succeeded);
-            const std::string after = state();
-            prepare();
-            const std::string before = state();
-            bool is_done = false;
-            for (long succeeding = 0; !is_done; ++succeeding) {
-                const outcome result = perform_short_of_memory(operation, succeeding, for_good);
-                is_done = !has_failed;
-                if (result == succeeded) {
-                    ASSERT_EQ(state(), after) << succeeding;
-                    prepare();
-                } else if (operation.ends_all_the_same) {
-                    ASSERT_THAT(state(), ::testing::AnyOf(before, after)) << succeeding;
-                    ASSERT_EQ(operation.perform(), succeeded) << succeeding;
-                    ASSERT_EQ(state(), after) << succeeding;
-                    prepare();
-                } else {
-                    ASSERT_EQ(result.status, QOR_STATUS_OUT_OF_MEMORY) << succeeding << ' ' << result;
-                    ASSERT_EQ(state(), before) << succeeding;
+        SCOPED_TRACE(operation.name);
+        const auto prepare = [&] {
+            destroy();
+            issued.clear();
+            start();
+            operation.prepare();
+        };
+        prepare();
+        ASSERT_EQ(operation.perform(), succeeded);
+        const std::string after = state();
+        prepare();
+        const std::string before = state();
+        for (memory_shortage::sweep sweep; sweep.next();) {
+            SCOPED_TRACE(sweep.number());
+            round = &sweep;
+            const outcome result = operation.perform();
+            round = nullptr;
+            if (result != succeeded) {
+                ASSERT_EQ(result.status, QOR_STATUS_OUT_OF_MEMORY) << result;
+                if (!operation.ends_all_the_same) {
+                    ASSERT_EQ(state(), before);
+                    continue; // the next round tries again
                 }
+                ASSERT_THAT(state(), ::testing::AnyOf(before, after));
+                ASSERT_EQ(operation.perform(), succeeded);
             }
-            ASSERT_EQ(operation.perform(), succeeded);
             ASSERT_EQ(state(), after);
+            prepare();
         }
     }
 }

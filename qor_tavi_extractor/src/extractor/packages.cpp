@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <new>
 #include <stdexcept>
 #include <string_view>
 
@@ -37,12 +36,11 @@ bool lies_beyond(uint64_t offset, uint64_t size, uint64_t payload_size) noexcept
                              " size " + std::to_string(size) + " from offset " + std::to_string(offset));
 }
 
-// `status` decides, too: details may be missing for lack of memory.
 runtime::dynamic_data_holder created(uint32_t status, qor_dynamic_data_t* record, qor_memory_allocator_t* allocator,
                                      qor_error_details_t*& details) {
     auto holder = runtime::wrap_dynamic_data(record, allocator);
-    rethrow_details(details);
-    if (status != QOR_STATUS_OK || !holder) {
+    check_call(status, details);
+    if (!holder) {
         throw std::runtime_error("failed to allocate 'qor_dynamic_data_t' message");
     }
     return holder;
@@ -64,13 +62,9 @@ runtime::dynamic_data_holder make_record(const qor_match_outcome_t& outcome, con
                                          qor_memory_allocator_t* allocator) {
     qor_dynamic_data_t* record = nullptr;
     qor_error_details_t* details = nullptr;
-    uint32_t status = qor_dynamic_data_create(allocator, &record, &details);
+    const uint32_t status = qor_dynamic_data_create(allocator, &record, &details);
     auto holder = created(status, record, allocator, details);
-    status = qor_runtime_c_uint8_sequence_init(allocator, &holder->sequence, outcome.size, &details);
-    rethrow_details(details);
-    if (status != QOR_STATUS_OK) {
-        throw std::bad_alloc();
-    }
+    check_call(qor_runtime_c_uint8_sequence_init(allocator, &holder->sequence, outcome.size, &details), details);
     if (outcome.size != 0) {
         std::memcpy(holder->sequence.data, qor_package_payload(&package) + outcome.offset, outcome.size);
     }
