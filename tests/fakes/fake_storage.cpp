@@ -104,7 +104,9 @@ std::uint32_t give(const char* function, void* context, std::uint64_t id, qor_ty
         for (std::size_t i = 0; status == QOR_STATUS_OK && i < given; ++i) {
             status = qor_type_node_sequence_put(allocator, *result, i, &list[i], error);
         }
-        (*result)->count = list.size();
+        if (status == QOR_STATUS_OK) {
+            (*result)->count = list.size();
+        }
         return status;
     });
 }
