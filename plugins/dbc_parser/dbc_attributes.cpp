@@ -52,7 +52,7 @@ subject read_subject(reading& reading) {
 
 // Tells of something that is not there, at the end of the file.
 void miss(reading& reading, const subject& subject, size_t offset, const std::string& what) {
-    if (subject.written_id != independent_signals_id && !reading.defer()) {
+    if (!reading.is_independent(subject.written_id) && !reading.defer()) {
         reading.warn_at(offset, what + " of " + subject.label() + " is left out: there is no such thing");
     }
 }
@@ -80,14 +80,20 @@ std::string_view enumerated(const reading& reading, std::string_view name, std::
     return is_index ? found->second[index] : value;
 }
 
-// Names have 32 characters at most; longer ones stand in attributes of their own.
-template<typename Named>
-bool take_long_name(Named& named, std::string_view key, std::string_view name, std::string_view value) {
-    if (key != name || value.empty()) {
+// Names have 32 characters at most; longer ones are in attributes of their own. Whether this is one.
+bool take_long_name(reading& reading, const subject& subject, std::string_view key, std::string_view value) {
+    if (value.empty()) {
         return false;
     }
-    named.long_name = value;
-    return true;
+    if (subject.message != nullptr && key == "SystemMessageLongSymbol") {
+        reading.file.set_long_name(subject.written_id, value);
+        return true;
+    }
+    if (subject.signal != nullptr && key == "SystemSignalLongSymbol") {
+        reading.file.set_long_name(subject.written_id, subject.signal_name, value);
+        return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -151,10 +157,11 @@ void read_attribute(reading& reading) {
         miss(reading, subject, offset, "the attribute " + quoted_name(name));
     } else if (subject.kind == subject::kind::file) {
         reading.file.attributes.push_back({name, value});
-    } else if (subject.message != nullptr &&
-               !take_long_name(*subject.message, "SystemMessageLongSymbol", name, value)) {
+    } else if (take_long_name(reading, subject, name, value)) {
+        return;
+    } else if (subject.message != nullptr) {
         subject.message->attributes.push_back({name, value});
-    } else if (subject.signal != nullptr && !take_long_name(*subject.signal, "SystemSignalLongSymbol", name, value)) {
+    } else if (subject.signal != nullptr) {
         subject.signal->attributes.push_back({name, value});
     }
 }

@@ -32,9 +32,10 @@ std::string_view read_name(dbc_cursor& cursor, const char* what) {
 }
 
 // Sets the id as frames have it; whether the message can be used.
-bool accept_message_id(const reading& reading, size_t offset, dbc_message& message) {
+bool accept_message_id(reading& reading, size_t offset, dbc_message& message) {
     const uint64_t id = message.written_id;
-    if (id == independent_signals_id) {
+    if (id == independent_signals_id || message.name == independent_signals_name) {
+        reading.independent_ids.insert(id);
         return false;
     }
     const bool is_extended = (id & extended_id_flag) != 0 && id <= (extended_id_flag | highest_extended_id);
@@ -74,25 +75,26 @@ void begin_message(reading& reading, dbc_message message) {
     reading.message = &reading.file.messages.back();
 }
 
-// "M", "m3", "m3M" behind the name; whether the word is such a mark.
+// "M", "m3", "m3M" after the name; whether the word is such a mark. An "m" without a number can only be the selector.
 bool take_multiplex_mark(std::string_view mark, dbc_signal& signal) {
     const bool is_multiplexed = mark.starts_with('m');
     const bool is_selector = mark.ends_with('M');
     mark.remove_prefix(is_multiplexed ? 1 : 0);
     mark.remove_suffix(is_selector ? 1 : 0);
+    if (mark.empty() && (is_multiplexed || is_selector)) {
+        signal.is_selector = true;
+        return true;
+    }
     uint64_t value = 0;
     const auto [end, error] = std::from_chars(mark.data(), mark.data() + mark.size(), value);
-    if (is_multiplexed ? mark.empty() || end != mark.data() + mark.size() || error == std::errc::invalid_argument
-                       : !is_selector || !mark.empty()) {
+    if (!is_multiplexed || end != mark.data() + mark.size() || error == std::errc::invalid_argument) {
         return false;
     }
     if (error == std::errc::result_out_of_range) {
         throw statement_error(signal.offset, "the selector's value has more than 64 bits");
     }
     signal.is_selector = is_selector;
-    if (is_multiplexed) {
-        signal.multiplex_value = value;
-    }
+    signal.multiplex_value = value;
     return true;
 }
 

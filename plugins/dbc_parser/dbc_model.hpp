@@ -92,6 +92,12 @@ struct dbc_file {
     // The same, null also when the first of that name and id stands in another message than this one.
     dbc_signal* find_signal_of(size_t message, std::string_view name);
 
+    // Gives a long name to a message of the id, or to a signal of that name in one. Where several share the id or the
+    // short name, each line of the file is for one of them, in their order; where there is one, the last line counts.
+    // Requires: find_message or find_signal finds one.
+    void set_long_name(uint64_t written_id, std::string_view long_name);
+    void set_long_name(uint64_t written_id, std::string_view signal, std::string_view long_name);
+
     // To be told of each message and signal that was added.
     void index_message(size_t message);
     void index_signal(size_t message, size_t signal);
@@ -110,8 +116,19 @@ private:
         size_t operator()(uint64_t written_id) const noexcept;
     };
 
+    // What shares its key with one that the index has.
+    template<typename Place>
+    struct namesakes {
+        std::vector<Place> places;
+        size_t named_count = 0; // the first of them have a long name
+    };
+
+    using signal_place = std::pair<size_t, size_t>; // message and signal
+
     std::unordered_map<uint64_t, size_t, id_hash> message_index_;
-    std::unordered_map<signal_key, std::pair<size_t, size_t>, signal_key_hash> signal_index_;
+    std::unordered_map<uint64_t, namesakes<size_t>, id_hash> further_messages_;
+    std::unordered_map<signal_key, signal_place, signal_key_hash> signal_index_;
+    std::unordered_map<signal_key, namesakes<signal_place>, signal_key_hash> further_signals_;
 };
 
 } // namespace dbc_parser

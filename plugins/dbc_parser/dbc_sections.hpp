@@ -4,6 +4,7 @@
 #define PLUGINS_DBC_PARSER_DBC_SECTIONS_HPP
 
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,6 +14,10 @@
 #include "plugins/dbc_parser/dbc_model.hpp"
 
 namespace dbc_parser {
+
+// The pseudo message that collects signals without a message, and the id that it mostly has.
+inline constexpr std::string_view independent_signals_name = "VECTOR__INDEPENDENT_SIG_MSG";
+inline constexpr uint64_t independent_signals_id = 0xC0000000;
 
 // What the readers share while a file is read.
 struct reading {
@@ -42,6 +47,14 @@ struct reading {
     std::unordered_map<std::string_view, std::vector<std::string_view>> enumerations;
     std::unordered_map<std::string_view, std::string_view> defaults;
 
+    // Other ids that the pseudo message has in the file.
+    std::set<uint64_t> independent_ids;
+
+    // Whether an id is that of the pseudo message: what the file says of its signals is passed over.
+    bool is_independent(uint64_t written_id) const {
+        return written_id == independent_signals_id || independent_ids.contains(written_id);
+    }
+
     void warn_at(size_t offset, const std::string& cause) const { warn(offset, cause); }
 
     // Whether a statement about something unknown is to be left for later.
@@ -58,9 +71,6 @@ using section_reader = void (*)(reading& reading);
 // The reader of a keyword, null for a keyword that is no DBC's. Sections that say nothing about values have a reader
 // that passes over them.
 section_reader find_section(std::string_view keyword) noexcept;
-
-// The id of the pseudo message that collects signals without a message.
-inline constexpr uint64_t independent_signals_id = 0xC0000000;
 
 // "message 'M'", "message 'M' signal 'S'", "message 100 signal 'S'", for messages.
 std::string label_of(const dbc_message& message);

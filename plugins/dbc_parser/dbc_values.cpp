@@ -29,7 +29,7 @@ signal_reference read_signal_reference(dbc_cursor& cursor) {
 
 // Tells of a signal that is not there, at the end of the file.
 void miss(reading& reading, const signal_reference& signal, const char* what) {
-    if (signal.written_id != independent_signals_id && !reading.defer()) {
+    if (!reading.is_independent(signal.written_id) && !reading.defer()) {
         reading.warn_at(signal.offset,
                         std::string(what) + " of " + signal.label() + " is left out: there is no such signal");
     }
