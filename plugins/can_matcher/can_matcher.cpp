@@ -1,8 +1,13 @@
 // The plug-in: packages of the formats "can" and "j1939" (qorcpp/can_frame.hpp) against subscriptions.
 //
-// A frame is of a message when its id is the message's address, 29-bit flag included. Messages marked as parameter
-// groups, and in the format "j1939" all messages with 29-bit ids, are known by their parameter group instead. Remote
-// frames, error frames and payloads that are no frame serve nobody.
+// A frame is of a message when its id is the message's address, 29-bit flag included. A 29-bit id that no message of
+// the description has may lead to a message of the same parameter group: in the format "j1939" to the first one of the
+// description, in the format "can" to the first one that is marked as a parameter group. Which that is, and which ids
+// the others have, is in the node of the message (qor_object_node_t), since only messages that are subscribed to get
+// here. Remote frames, error frames and payloads that are no frame match no subscription.
+//
+// Example: a description has A with the id 0x18FEF100 and B with 0x18FEF121, both of the group 0xFEF1. A frame
+// 0x18FEF121 is of B, and of nothing where B is not subscribed to; a frame 0x0CFEF142 is of A.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -55,25 +60,42 @@ bool has_handle(std::span<const std::uint64_t> handles, const index_entry& entry
     return handles[std::min(place, handles.size() - 1)] == entry.handle;
 }
 
-// Two lists of entries as one, ascending by handle.
+// The entries for a frame by its id and by its group as one list, ascending by handle.
 class merged_entries {
 public:
-    merged_entries(std::span<const index_entry> first, std::span<const index_entry> second)
-        : first_(first), second_(second) {}
+    merged_entries(std::uint32_t frame_id, std::span<const index_entry> by_id, std::span<const index_entry> by_group)
+        : frame_id_(frame_id), by_id_(by_id), by_group_(by_group) {
+        skip_refused();
+    }
 
-    bool empty() const noexcept { return first_.empty() && second_.empty(); }
+    bool empty() const noexcept { return by_id_.empty() && by_group_.empty(); }
 
     const index_entry& take() noexcept {
-        const bool from_first = second_.empty() || (!first_.empty() && first_.front().handle < second_.front().handle);
-        auto& list = from_first ? first_ : second_;
+        if (by_group_.empty() || (!by_id_.empty() && by_id_.front().handle < by_group_.front().handle)) {
+            return take_front(by_id_);
+        }
+        const index_entry& entry = take_front(by_group_);
+        skip_refused();
+        return entry;
+    }
+
+private:
+    static const index_entry& take_front(std::span<const index_entry>& list) noexcept {
         const index_entry& entry = list.front();
         list = list.subspan(1);
         return entry;
     }
 
-private:
-    std::span<const index_entry> first_;
-    std::span<const index_entry> second_;
+    void skip_refused() noexcept {
+        while (!by_group_.empty() &&
+               (by_group_.front().id == frame_id_ || !by_group_.front().target->takes_by_group(frame_id_))) {
+            by_group_ = by_group_.subspan(1);
+        }
+    }
+
+    std::uint32_t frame_id_;
+    std::span<const index_entry> by_id_;
+    std::span<const index_entry> by_group_;
 };
 
 class matcher {
@@ -98,13 +120,12 @@ public:
         }
         forget(handle);
         const subscription& kept = subscriptions_.emplace(handle, std::move(*made)).first->second;
+        ids_.insert(kept.id(), handle, kept);
         if (kept.is_parameter_group()) {
             marked_groups_.insert(parameter_group(kept.id()), handle, kept);
-        } else {
-            ids_.insert(kept.id(), handle, kept);
         }
-        if (kept.is_extended()) {
-            all_groups_.insert(parameter_group(kept.id()), handle, kept);
+        if (kept.is_j1939_group()) {
+            j1939_groups_.insert(parameter_group(kept.id()), handle, kept);
         }
     }
 
@@ -175,12 +196,10 @@ private:
     merged_entries waiting_for(const arrived_frame& arrived) const noexcept {
         const std::uint32_t id = arrived.frame.id;
         if ((id & can_extended_bit) == 0) {
-            return {ids_.find(id), {}};
+            return {id, ids_.find(id), {}};
         }
-        if (arrived.is_j1939) {
-            return {all_groups_.find(parameter_group(id)), {}};
-        }
-        return {ids_.find(id), marked_groups_.find(parameter_group(id))};
+        const frame_index& groups = arrived.is_j1939 ? j1939_groups_ : marked_groups_;
+        return {id, ids_.find(id), groups.find(parameter_group(id))};
     }
 
     void forget(std::uint64_t handle) {
@@ -191,24 +210,23 @@ private:
         const std::uint32_t id = found->second.id();
         ids_.erase(id, handle);
         marked_groups_.erase(parameter_group(id), handle);
-        all_groups_.erase(parameter_group(id), handle);
+        j1939_groups_.erase(parameter_group(id), handle);
         subscriptions_.erase(found);
         if (subscriptions_.empty()) {
             ids_.clear();
             marked_groups_.clear();
-            all_groups_.clear();
+            j1939_groups_.clear();
         }
     }
 
     sdk::service_table services_;
     // The indices point to these.
     std::unordered_map<std::uint64_t, subscription> subscriptions_;
-    // Those that are known by their whole id in the format "can", and all with 11-bit ids.
+    // All of them, by id.
     frame_index ids_;
-    // Those that are known by their parameter group in both formats.
+    // By parameter group, those that may be matched so in the format "can" and in "j1939".
     frame_index marked_groups_;
-    // All with 29-bit ids, by parameter group.
-    frame_index all_groups_;
+    frame_index j1939_groups_;
 };
 
 } // namespace

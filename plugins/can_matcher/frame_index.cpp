@@ -25,7 +25,7 @@ void frame_index::insert(std::uint32_t key, std::uint64_t handle, const subscrip
         place = {key, static_cast<std::uint32_t>(lists_.size())};
     }
     auto& list = lists_[place.list - 1];
-    list.insert(position_of(list, handle), {handle, &target, {}});
+    list.insert(position_of(list, handle), {handle, &target, target.id(), {}});
 }
 
 void frame_index::erase(std::uint32_t key, std::uint64_t handle) {

@@ -37,7 +37,8 @@ struct index_entry {
     std::uint64_t handle;
     // Owner: the one who keeps the subscriptions.
     const subscription* target;
-    // Here rather than with the target, which is looked at only when the handle is asked for.
+    // Here rather than with the target, which is looked at only when the handle is requested or the ids differ.
+    std::uint32_t id;
     remembered_places places;
 };
 

@@ -1,6 +1,10 @@
 #include "plugins/can_matcher/subscription.hpp"
 
 #include <algorithm>
+#include <charconv>
+#include <stdexcept>
+#include <string>
+#include <string_view>
 
 namespace qor::can_matcher {
 
@@ -17,6 +21,25 @@ const qor_type_node_t* last_object(const qor_type_node_sequence_t& hierarchy) no
     return nullptr;
 }
 
+// "5,12": ascending.
+std::vector<std::uint32_t> parse_ids(std::string_view text) {
+    std::vector<std::uint32_t> ids;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (at != end) {
+        std::uint32_t id = 0;
+        const auto [stop, failure] = std::from_chars(at, end, id);
+        if (failure != std::errc() || (stop != end && (*stop != ',' || stop + 1 == end)) ||
+            (!ids.empty() && id <= ids.back())) {
+            throw std::invalid_argument("invalid list of ids '" + std::string(text) + "': expected an id at " +
+                                        std::to_string(at - text.data() + 1));
+        }
+        ids.push_back(id);
+        at = stop == end ? end : stop + 1;
+    }
+    return ids;
+}
+
 } // namespace
 
 std::optional<subscription> subscription::make(const qor_type_node_sequence_t& hierarchy, std::uint64_t position,
@@ -29,7 +52,11 @@ std::optional<subscription> subscription::make(const qor_type_node_sequence_t& h
     const qor_type_node_t& subscribed = hierarchy.nodes[hierarchy.count - 1];
     subscription result;
     result.id_ = static_cast<std::uint32_t>(object->object.address);
-    result.is_parameter_group_ = result.is_extended() && (object->object.flags & QOR_OBJECT_PARAMETER_GROUP) != 0;
+    if (result.is_extended()) {
+        result.is_parameter_group_ = (object->object.flags & QOR_OBJECT_PARAMETER_GROUP) != 0;
+        result.is_j1939_group_ = (object->object.flags & QOR_OBJECT_ID_ALONE) == 0;
+        result.group_ids_ = parse_ids(object->group_ids != nullptr ? object->group_ids : "");
+    }
     result.is_signal_ = subscribed.kind == QOR_TYPE_NODE_SIGNAL;
     result.offset_ = position - object->object.address;
     result.size_ = size;
@@ -43,10 +70,9 @@ bool subscription::fits(const can_frame_view& frame, bool is_j1939) const noexce
     if ((frame.id & (can_remote_bit | can_error_bit)) != 0) {
         return false;
     }
-    if (is_parameter_group_ || (is_j1939 && is_extended())) {
-        return (frame.id & can_extended_bit) != 0 && parameter_group(frame.id) == parameter_group(id_);
-    }
-    return frame.id == id_;
+    const bool counts = is_j1939 ? is_j1939_group_ : is_parameter_group_;
+    return frame.id == id_ || (counts && (frame.id & can_extended_bit) != 0 &&
+                               parameter_group(frame.id) == parameter_group(id_) && takes_by_group(frame.id));
 }
 
 std::optional<extent> subscription::locate(const can_frame_view& frame, bool lenient) const noexcept {

@@ -86,7 +86,9 @@ qor_type_node_t node_of(const dbc_message& message, uint64_t view_id, text_room&
     node.name = message.node_name.c_str();
     node.comment = texts.keep(readable_text(message.comment));
     node.object.address = message.frame_id;
-    node.object.flags = message.parameter_group ? QOR_OBJECT_PARAMETER_GROUP : 0;
+    node.object.flags =
+        (message.parameter_group ? QOR_OBJECT_PARAMETER_GROUP : 0) | (message.id_alone ? QOR_OBJECT_ID_ALONE : 0);
+    node.group_ids = message.group_ids.empty() ? nullptr : message.group_ids.c_str();
     node.object.element_count = 1;
     node.object.element_size = message.size;
     return node;

@@ -66,7 +66,11 @@ struct dbc_message {
     // As it matches frames, bit 31 set for 29-bit ids.
     uint32_t frame_id = 0;
     uint32_t size = 0;
+    // Known by its parameter group in all packages; by its id alone in those of the format "j1939".
     bool parameter_group = false;
+    bool id_alone = false;
+    // Ids of other messages in its group, in the form of the catalogue.
+    std::string group_ids;
     std::string_view comment;
     std::string_view long_name;
     std::vector<dbc_attribute> attributes;

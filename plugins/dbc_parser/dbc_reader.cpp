@@ -4,6 +4,7 @@
 
 #include "plugins/dbc_parser/dbc_sections.hpp"
 #include "plugins/dbc_parser/multiplexing.hpp"
+#include "plugins/dbc_parser/parameter_groups.hpp"
 
 namespace dbc_parser {
 
@@ -44,6 +45,7 @@ public:
         }
         read_deferred();
         mark_parameter_groups(reading_);
+        share_parameter_groups(file_);
         return std::move(file_);
     }
 

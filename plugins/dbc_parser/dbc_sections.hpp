@@ -100,7 +100,7 @@ void read_values(reading& reading);
 void read_signal_value_type(reading& reading);
 void read_extended_multiplexing(reading& reading);
 
-// Once all is read: marks the messages that VFrameFormat or ProtocolType call J1939.
+// Once all is read: marks the messages that VFrameFormat or ProtocolType call J1939, see parameter_groups.hpp.
 void mark_parameter_groups(const reading& reading);
 
 } // namespace dbc_parser

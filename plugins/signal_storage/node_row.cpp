@@ -179,6 +179,7 @@ void write_node_row(execution& insertion, const qor_type_node_t& node, const nod
         bind(flags, node.object.flags);
         bind(element_count, node.object.element_count);
         bind(element_size, node.object.element_size);
+        insertion.bind(presence + 1, node.group_ids);
         break;
     case QOR_TYPE_NODE_GROUP:
         bind(offset, node.group.offset);
@@ -209,6 +210,7 @@ qor_type_node_t read_node_row(const execution& row, const database& source) {
         read_unsigned(row, flags, node.object.flags);
         read_unsigned(row, element_count, node.object.element_count);
         read_unsigned(row, element_size, node.object.element_size);
+        node.group_ids = row.text(presence);
         break;
     case QOR_TYPE_NODE_GROUP:
         read_unsigned(row, offset, node.group.offset);

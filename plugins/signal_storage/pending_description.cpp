@@ -47,7 +47,8 @@ qor_type_node_t make_record(const pending_node& source, std::uint64_t descriptio
         node.view = source.view;
         break;
     case QOR_TYPE_NODE_OBJECT:
-        node.object = source.object;
+        node.object = source.object.fields;
+        node.group_ids = source.object.group_ids;
         break;
     case QOR_TYPE_NODE_GROUP:
         node.group = source.group;
@@ -146,7 +147,7 @@ void pending_description::append(const qor_type_node_t& node, std::uint32_t pare
         added.view = node.view;
         break;
     case QOR_TYPE_NODE_OBJECT:
-        added.object = node.object;
+        added.object = {node.object, keep_text(node.group_ids)};
         break;
     case QOR_TYPE_NODE_GROUP:
         added.group = node.group;

@@ -13,6 +13,11 @@
 
 namespace qor::storage {
 
+struct pending_object {
+    qor_object_node_t fields;
+    const char* group_ids;
+};
+
 // Nodes are numbered from 1 in the order of adding; number 0 stands above the views and carries no node.
 struct pending_node {
     const char* name = nullptr;
@@ -28,7 +33,7 @@ struct pending_node {
     // The part that belongs to the kind.
     union {
         qor_view_node_t view;
-        qor_object_node_t object;
+        pending_object object;
         qor_group_node_t group;
         qor_signal_node_t signal = {};
     };

@@ -10,6 +10,8 @@ namespace {
 // in which a reader walks the tree, parents first: below a node stand the positions up to `last`. Both are equal when
 // a parser adds depth first, so that only other nodes need the index from id to position. A view has depth 1.
 //
+// The column "presence" of an object has its group_ids.
+//
 // Columns without a type keep doubles as they are: a REAL column would make 0.0 of -0.0.
 constexpr const char* tables_sql = R"sql(
 CREATE TABLE description (

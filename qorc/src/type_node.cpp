@@ -7,14 +7,15 @@
 
 namespace {
 
-// One text of a node: its bytes without terminator, and where its copy is to be stored.
+// One text of a node: its bytes without terminator, and where its copy is to be stored; no place where the node's kind
+// has no such text.
 struct node_text {
     const char* bytes;
     uint64_t length;
     const char** place;
 };
 
-std::array<node_text, 6> texts_of(const qor_type_node_t& source, qor_type_node_t& copy) {
+std::array<node_text, 7> texts_of(const qor_type_node_t& source, qor_type_node_t& copy) {
     const auto terminated = [](const char* text, const char** place) {
         return node_text{text, text != nullptr ? std::strlen(text) : 0, place};
     };
@@ -23,6 +24,8 @@ std::array<node_text, 6> texts_of(const qor_type_node_t& source, qor_type_node_t
     const char* const suffix = signal.signal_suffix_length != 0 ? signal.signal_suffix : nullptr;
     return {terminated(source.name, &copy.name),
             terminated(source.comment, &copy.comment),
+            source.kind == QOR_TYPE_NODE_OBJECT ? terminated(source.group_ids, &copy.group_ids)
+                                                : node_text{nullptr, 0, nullptr},
             terminated(signal.presence, &copy.signal.presence),
             terminated(signal.unit, &copy.signal.unit),
             terminated(signal.value_table, &copy.signal.value_table),
@@ -32,10 +35,12 @@ std::array<node_text, 6> texts_of(const qor_type_node_t& source, qor_type_node_t
 // The copy's texts are one block of `allocator`, which it owns from now on.
 qor_type_node_t copy_node(const qor_memory_allocator_t& allocator, const qor_type_node_t& source) {
     qor_type_node_t copy = source;
-    const std::array<node_text, 6> texts = texts_of(source, copy);
+    const std::array<node_text, 7> texts = texts_of(source, copy);
     uint64_t size = 0;
     for (const node_text& text : texts) {
-        *text.place = nullptr;
+        if (text.place != nullptr) {
+            *text.place = nullptr;
+        }
         if (text.bytes != nullptr) {
             if (text.length >= std::numeric_limits<uint64_t>::max() - size) {
                 throw std::bad_alloc();

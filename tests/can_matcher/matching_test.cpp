@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <random>
+#include <span>
 
 #include "qorc/extensibility/data_matcher.h"
 #include "qorcpp/can_frame.hpp"
@@ -23,6 +24,7 @@ struct wanted {
     std::uint32_t offset = 0; // of a group or signal in its object
     std::uint64_t extent = 8;
     const char* presence = nullptr;
+    const char* group_ids = nullptr;
 };
 
 // A package with any bytes as payload; nothing stands behind them, so that the sanitizer sees every byte too many.
@@ -56,6 +58,8 @@ public:
         nodes.resize(what.kind == QOR_TYPE_NODE_OBJECT ? 2 : 3);
         nodes[1].object.address = what.address;
         nodes[1].object.flags = what.flags;
+        const std::string group_ids = what.group_ids != nullptr ? what.group_ids : "";
+        nodes[1].group_ids = what.group_ids != nullptr ? group_ids.c_str() : nullptr;
         nodes.back().kind = what.kind;
         const std::string presence = what.presence != nullptr ? what.presence : "";
         nodes.back().signal.presence = what.presence != nullptr ? presence.c_str() : nullptr;
@@ -141,6 +145,69 @@ TEST(CanMatcher, KnowsAMessageByItsIdOrParameterGroup) {
         ASSERT_EQ(matcher.register_type(7, {.address = address, .flags = flags}), succeeded);
         const byte_list package = package_of(frame, eight_bytes, format);
         EXPECT_EQ(matcher.match({7}, package, false), matches ? whole : "") << what;
+    }
+}
+
+// A frame whose id another message of the description has is of that message, whether that is subscribed to or not.
+TEST(CanMatcher, GivesAGroupTheIdsThatNoOtherMessageHas) {
+    constexpr std::uint32_t a = 0x98FEF100, b = 0x98FEF121, c = 0x8CFEF1FE, other = 0x98FEF142;
+    // The description of a, b and c, in this order, as its nodes have it: all marked, none, b and c alone.
+    const wanted marked[] = {{.address = a, .flags = group_flag, .group_ids = "2365518334,2566844705"},
+                             {.address = b, .flags = QOR_OBJECT_ID_ALONE},
+                             {.address = c, .flags = QOR_OBJECT_ID_ALONE}};
+    const wanted unmarked[] = {{.address = a, .group_ids = "2365518334,2566844705"}, marked[1], marked[2]};
+    const wanted second[] = {
+        unmarked[0],
+        {.address = b, .flags = group_flag | QOR_OBJECT_ID_ALONE, .group_ids = "2365518334,2566844672"},
+        marked[2]};
+    // Handles 1, 2 and 3 are a, b and c. For each format: what frames a, b, c and one of another id match.
+    const std::tuple<const char*, std::span<const wanted>, std::vector<std::uint64_t>, std::string, std::string>
+        rows[] = {
+            {"all marked", marked, {1, 2, 3}, "1 2 3 1", "1 2 3 1"},
+            {"the first alone", marked, {1}, "1 - - 1", "1 - - 1"},
+            {"the others alone", marked, {2, 3}, "- 2 3 -", "- 2 3 -"},
+            {"none marked", unmarked, {1, 2, 3}, "1 2 3 -", "1 2 3 1"},
+            {"the first alone, unmarked", unmarked, {1}, "1 - - -", "1 - - 1"},
+            {"the second marked", second, {1, 2, 3}, "1 2 3 2", "1 2 3 1"},
+            {"the second alone, marked", second, {2}, "- 2 - 2", "- 2 - -"},
+        };
+    for (const auto& [what, description, handles, can, j1939] : rows) {
+        matcher matcher;
+        for (const std::uint64_t handle : handles) {
+            ASSERT_EQ(matcher.register_type(handle, description[handle - 1]), succeeded);
+        }
+        for (const auto& [format, expected] : {std::pair{"can", can}, std::pair{"j1939", j1939}}) {
+            std::string found;
+            for (const std::uint32_t frame : {a, b, c, other}) {
+                const std::string match = matcher.match(handles, package_of(frame, eight_bytes, format), true);
+                found += (found.empty() ? "" : " ") + (match.empty() ? "-" : match.substr(0, match.find(": 8 of 8")));
+            }
+            EXPECT_EQ(found, expected) << what << ", " << format;
+        }
+    }
+}
+
+// Catalogues made before there were lists of ids have none: there the group is all.
+TEST(CanMatcher, TakesTheWholeGroupWithoutAListOfIds) {
+    matcher matcher;
+    for (const std::uint64_t handle : {1, 2}) {
+        const std::uint64_t address = handle == 1 ? extended | 0x18FEF100 : extended | 0x18FEF121;
+        ASSERT_EQ(matcher.register_type(handle, {.address = address, .flags = group_flag, .extent = 1}), succeeded);
+    }
+    for (const std::uint32_t frame : {0x98FEF100u, 0x98FEF121u, 0x98FEF142u}) {
+        EXPECT_EQ(matcher.match({1, 2}, package_of(frame, {0}), false), "1: 1 of 1 at 8, 2: 1 of 1 at 8");
+    }
+}
+
+TEST(CanMatcher, RefusesAListThatIsNoneOfIds) {
+    const std::pair<const char*, int> rows[] = {{"x", 1},   {",", 1},   {"5,", 1},         {"5,,6", 3},
+                                                {"5 6", 1}, {"6,5", 3}, {"4294967296", 1}, {"-1", 1}};
+    for (const auto& [ids, place] : rows) {
+        matcher matcher;
+        EXPECT_EQ(
+            matcher.register_type(7, {.address = extended, .group_ids = ids}),
+            invalid("invalid list of ids '" + std::string(ids) + "': expected an id at " + std::to_string(place)));
+        EXPECT_EQ(matcher.register_type(8, {.address = 5, .group_ids = ids}), succeeded) << "11 bits have no group";
     }
 }
 
@@ -230,11 +297,13 @@ TEST(CanMatcher, LeavesOtherKindsOfDescriptionsAlone) {
 TEST(CanMatcher, ABatchEqualsTheSingleCalls) {
     static constexpr std::uint32_t ids[] = {0x0C0,      0x0C1,      0x1FFFFFFF, 0x800000C0, 0x98FEF100,
                                             0x98FEF121, 0x8CFEF100, 0x98EF0500, 0x98EF7733, 0x9AFEF100};
+    static constexpr const char* lists[] = {nullptr, nullptr, "2566844705", "2365518080,2566844672,2599350528"};
     static constexpr const char* presences[] = {nullptr, nullptr, "0:0:2:0:0:S=1", "1:4:4:0:1:S=-8--1,3"};
     std::mt19937 random(1);
     const auto below = [&](std::uint32_t end) { return static_cast<std::uint32_t>(random() % end); };
     const auto subscription = [&] {
-        wanted result{.address = ids[below(std::size(ids))], .flags = below(3) == 0 ? group_flag : 0};
+        wanted result{.address = ids[below(std::size(ids))], .flags = below(4)};
+        result.group_ids = lists[below(std::size(lists))];
         result.kind = static_cast<std::uint8_t>(object + below(3));
         result.offset = result.kind == object ? 0 : below(6);
         result.extent = below(9);

@@ -121,6 +121,28 @@ struct sample {
     }
 };
 
+TEST_F(records, the_ids_of_an_object_are_copied_and_of_other_kinds_not_looked_at) {
+    sample original;
+    qor_type_node_t* copy = nullptr;
+    ASSERT_EQ(call(qor_type_node_clone, &allocator, &original.node, &copy), succeeded);
+    EXPECT_EQ(copy->group_ids, original.node.group_ids);
+    EXPECT_EQ(call(qor_type_node_destroy, &allocator, copy), succeeded);
+    std::string ids = "2566844672,2566844705";
+    original.node.kind = QOR_TYPE_NODE_OBJECT;
+    for (const char* const text : {static_cast<const char*>(nullptr), ids.c_str()}) {
+        original.node.group_ids = text;
+        ASSERT_EQ(call(qor_type_node_clone, &allocator, &original.node, &copy), succeeded);
+        if (text == nullptr) {
+            EXPECT_EQ(copy->group_ids, nullptr);
+        } else {
+            ids[0] = 'x';
+            EXPECT_STREQ(copy->group_ids, "2566844672,2566844705");
+        }
+        EXPECT_STREQ(copy->signal.presence, "0:0:4:0:0:S=1");
+        EXPECT_EQ(call(qor_type_node_destroy, &allocator, copy), succeeded);
+    }
+}
+
 TEST_F(records, nodes_of_a_sequence_are_copies_with_texts_of_their_own) {
     qor_type_node_sequence_t* sequence = nullptr;
     ASSERT_EQ(call(qor_type_node_sequence_create, &allocator, 3, &sequence), succeeded);

@@ -23,7 +23,7 @@ struct described {
     // A line for each node and text, in the order in which they were written, what is not there left out:
     //
     //      VIEW cycle 5 "COMMENT"
-    //      VIEW.M @ADDRESS 3*8 bytes, group "COMMENT"
+    //      VIEW.M @ADDRESS 3*8 bytes, group, id alone, but GROUP_IDS "COMMENT"
     //      VIEW.M.g OFFSET 2*8 bytes
     //      VIEW.M.s OFFSET+BIT_OFFSET|BITS@BYTE_ORDER 3*2 bytes int16 = float64(0 0.5 -3 / 0 0 1) encoding 2 [-1|1]
     //      'UNIT' VIEW.M KEY: TEXT
@@ -101,7 +101,9 @@ private:
             line << (node.view.cycle != 0 ? " cycle " + std::to_string(node.view.cycle) : "");
         } else if (node.kind == QOR_TYPE_NODE_OBJECT) {
             line << " @" << node.object.address << bytes_of(node.object.element_count, node.object.element_size)
-                 << (node.object.flags == QOR_OBJECT_PARAMETER_GROUP ? ", group" : "");
+                 << ((node.object.flags & QOR_OBJECT_PARAMETER_GROUP) != 0 ? ", group" : "")
+                 << ((node.object.flags & QOR_OBJECT_ID_ALONE) != 0 ? ", id alone" : "")
+                 << text_of(", but ", node.group_ids, "");
         } else if (node.kind == QOR_TYPE_NODE_GROUP) {
             line << ' ' << node.group.offset << bytes_of(node.group.element_count, node.group.element_size);
         } else {

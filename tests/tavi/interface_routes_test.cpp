@@ -19,7 +19,15 @@ protected:
         added.address = address;
         added.flags = flags;
         added.selected = selected;
-        ASSERT_TRUE(bus.add(added)) << path;
+        added.description = description;
+    }
+
+    // Of the messages so far.
+    void make_routes(interface_routes& made) {
+        for (message& each : messages) {
+            made.add(each);
+        }
+        made.close();
     }
 
     // Paths of the messages for an id, "-" for an unknown id, "!" for one not asked for.
@@ -34,10 +42,14 @@ protected:
         }
         return text;
     }
-    std::string of(std::uint32_t id) { return of(bus, id); }
+    std::string of(std::uint32_t id, bool j1939 = false) {
+        interface_routes bus(0, "can0", j1939);
+        make_routes(bus);
+        return of(bus, id);
+    }
 
     std::deque<message> messages;
-    interface_routes bus{0, "can0", false};
+    std::size_t description = 0; // of what is added
 };
 
 TEST_F(routes, tell_unknown_ids_from_those_not_asked_for) {
@@ -50,40 +62,72 @@ TEST_F(routes, tell_unknown_ids_from_those_not_asked_for) {
     EXPECT_EQ(of(0x102), "-");
     EXPECT_EQ(of(0x80000100), "c ");
     EXPECT_EQ(of(0x80000101), "-");
+    interface_routes bus(0, "can0", false);
+    EXPECT_TRUE(bus.add(messages.front()));
     EXPECT_FALSE(bus.add(messages.front())) << "a path that is there already";
 }
 
-TEST_F(routes, follow_parameter_groups_in_the_order_of_the_descriptions) {
+TEST_F(routes, follow_the_group_for_ids_that_no_message_of_the_description_has) {
     constexpr std::uint32_t group = QOR_OBJECT_PARAMETER_GROUP;
     add("pdu2", 0x98FEF100, true, group);
     add("whole", 0x98FEF1AB);
     add("pdu1", 0x98EA0000, true, group);
     add("pdu2_again", 0x8CFEF1FE, true, group);
-    EXPECT_EQ(of(0x80FEF142), "pdu2 pdu2_again ");       // other priority and source address
-    EXPECT_EQ(of(0x98FEF1AB), "pdu2 whole pdu2_again "); // both by group and by whole id
-    EXPECT_EQ(of(0x98FEF2AB), "-");                      // another group extension
-    EXPECT_EQ(of(0x98EA3307), "pdu1 ");                  // another destination
-    EXPECT_EQ(of(0x99EA3307), "-");                      // another data page
+    add("pdu2_twin", 0x8CFEF1FE, true, group);
+    add("unmarked", 0x98FEF500);
+    for (const bool j1939 : {false, true}) {
+        EXPECT_EQ(of(0x80FEF142, j1939), "pdu2 "); // other priority and source address
+        EXPECT_EQ(of(0x98FEF1AB, j1939), "whole ");
+        EXPECT_EQ(of(0x8CFEF1FE, j1939), "pdu2_again pdu2_twin ");
+        EXPECT_EQ(of(0x98FEF2AB, j1939), "-");     // another group extension
+        EXPECT_EQ(of(0x98EA3307, j1939), "pdu1 "); // another destination
+        EXPECT_EQ(of(0x99EA3307, j1939), "-");     // another data page
+        EXPECT_EQ(of(0x0F1, j1939), "-");
+        EXPECT_EQ(of(0x98FEF501, j1939), j1939 ? "unmarked " : "-");
+    }
 }
 
-TEST_F(routes, take_all_29_bit_messages_as_groups_when_asked) {
-    interface_routes j1939(0, "can0", true);
-    add("m", 0x98FEF100);
-    j1939.add(messages.back());
-    EXPECT_EQ(of(j1939, 0x80FEF1FF), "m ");
-    EXPECT_EQ(of(j1939, 0x0F1), "-");
+TEST_F(routes, know_ids_and_groups_of_messages_not_asked_for) {
+    constexpr std::uint32_t group = QOR_OBJECT_PARAMETER_GROUP;
+    add("first", 0x98FEF100, false, group);
+    add("second", 0x98FEF121, true, group);
+    add("third", 0x98FEF200, true, group);
+    add("fourth", 0x98FEF221, false, group);
+    EXPECT_EQ(of(0x98FEF100), "!");
+    EXPECT_EQ(of(0x98FEF121), "second ");
+    EXPECT_EQ(of(0x98FEF142), "!"); // of the first of the file
+    EXPECT_EQ(of(0x98FEF221), "!");
+    EXPECT_EQ(of(0x98FEF242), "third ");
+}
+
+TEST_F(routes, let_each_description_speak_for_itself) {
+    constexpr std::uint32_t group = QOR_OBJECT_PARAMETER_GROUP;
+    add("a", 0x98FEF100, true, group);
+    add("a_id", 0x98FEF121);
+    description = 1;
+    add("b", 0x98FEF121, true, group);
+    add("b_id", 0x98FEF142);
+    EXPECT_EQ(of(0x98FEF100), "a b ");
+    EXPECT_EQ(of(0x98FEF121), "a_id b ");
+    EXPECT_EQ(of(0x98FEF142), "a b_id ");
+    EXPECT_EQ(of(0x98FEF1FF), "a b ");
+    interface_routes bus(0, "can0", false);
+    make_routes(bus);
+    EXPECT_EQ(bus[bus.find(0x98FEF100)].by_group.size(), 1u);
+    EXPECT_EQ(bus[bus.find(0x98FEF142)].by_group.size(), 1u);
+    EXPECT_EQ(bus[bus.find(0x98FEF1FF)].by_group.size(), 2u);
 }
 
 TEST_F(routes, exclude_the_ids_that_no_term_accepts) {
-    // What 0x100 and 0x101 then lead to.
-    const std::pair<const char*, const char*> cases[] = {
-        {"", "!!"},
-        {"(SourceId = 16 AND Instance = 3 AND Address = 0x101)", "!b "},
-        {"(SourceId = 16 AND Instance = 2 AND Address = 0x101)", "!!"},
-        {"(SourceId = 17 AND Instance = 3)", "!!"},
-        {"(Address = 0x100) OR (Address = 0x104)", "a !"},
-        {"(Address = 0x100000100)", "!!"},
-        {"(SourceId = 16 AND Instance = 3 AND Cycle = 2)", "a b "},
+    // What 0x100, 0x101 and 0x98FEF1AB then lead to.
+    const std::tuple<const char*, std::string, std::string> cases[] = {
+        {"", "!!", "!"},
+        {"(SourceId = 16 AND Instance = 3 AND Address = 0x101)", "!b ", "!"},
+        {"(SourceId = 16 AND Instance = 2 AND Address = 0x101)", "!!", "!"},
+        {"(SourceId = 17 AND Instance = 3)", "!!", "!"},
+        {"(Address = 0x100) OR (Address = 0x104) OR (Address = 0x98FEF1AB)", "a !", "whole "},
+        {"(Address = 0x100000100)", "!!", "!"},
+        {"(SourceId = 16 AND Instance = 3 AND Cycle = 2)", "a b ", "whole "},
     };
     add("a", 0x100);
     add("b", 0x101);
@@ -91,27 +135,25 @@ TEST_F(routes, exclude_the_ids_that_no_term_accepts) {
     add("whole", 0x98FEF1AB);
     add("not subscribed to", 0x103);
     add("not asked for", 0x104, false);
-    for (const auto& [filter, kept] : cases) {
+    for (const auto& [filter, kept, whole] : cases) {
         interface_routes filtered(3, "can3", false);
-        for (message& each : messages) {
-            filtered.add(each);
-        }
+        make_routes(filtered);
         for (const auto& wanted : filtered.targets()) {
             wanted->handle = wanted->wanted->path == "not subscribed to" ? 0 : 1;
         }
         filtered.exclude(host::reader_filter(filter), 16);
         EXPECT_EQ(of(filtered, 0x100) + of(filtered, 0x101), kept) << filter;
-        EXPECT_EQ(of(filtered, 0x98FEF100) + of(filtered, 0x98FEF1AB), "group group whole ") << filter;
+        EXPECT_EQ(of(filtered, 0x98FEF1AB), whole) << filter;
+        EXPECT_EQ(of(filtered, 0x98FEF142), "group ") << "a filter does not have all ids of a group";
         EXPECT_EQ(of(filtered, 0x103) + of(filtered, 0x104) + of(filtered, 0x102), "not subscribed to !-") << filter;
 
         interface_routes like(4, "can4", false);
         EXPECT_FALSE(like.is_like(filtered));
-        for (message& each : messages) {
-            like.add(each);
-        }
+        make_routes(like);
         EXPECT_TRUE(like.is_like(filtered));
         like.exclude_as(filtered);
-        EXPECT_EQ(of(like, 0x100) + of(like, 0x101) + of(like, 0x98FEF1AB), std::string(kept) + "group whole ");
+        EXPECT_EQ(of(like, 0x100) + of(like, 0x101), kept);
+        EXPECT_EQ(of(like, 0x98FEF1AB) + of(like, 0x98FEF142), whole + "group ");
     }
 }
 

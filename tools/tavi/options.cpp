@@ -122,7 +122,7 @@ void add_decode_options(CLI::App& app, decode_options& options) {
                     "Processors to decode a candump log with (default: all there are); the output is the same")
         ->type_name("N")
         ->check(CLI::Range(1, most_jobs).description(""));
-    command.add_flag("--j1939", options.j1939, "Match all 29-bit ids by parameter group number");
+    command.add_flag("--j1939", options.j1939, "Match 29-bit ids that no message has by parameter group number");
     command.add_option("--report", options.report, "File for the account of the run, as one line of JSON")
         ->type_name("FILE")
         ->transform(written_file(false));

@@ -34,8 +34,12 @@ extern "C" {
 #define QOR_ENCODING_ONES_COMPLEMENT 2
 #define QOR_ENCODING_TWOS_COMPLEMENT 3
 
-/* Bits of qor_object_node_t::flags. */
-#define QOR_OBJECT_PARAMETER_GROUP UINT32_C(1) /* a J1939 message: matched by parameter group number */
+/*
+ * Bits of qor_object_node_t::flags. An object with a 29-bit CAN id is matched by that id, and may also be matched by its
+ * J1939 parameter group: with the first bit in all packages, without the second in packages of the format "j1939".
+ */
+#define QOR_OBJECT_PARAMETER_GROUP UINT32_C(1) /* by group in all packages */
+#define QOR_OBJECT_ID_ALONE UINT32_C(2)        /* by id alone in "j1939": another of the description has the group */
 
 /* Bits of qor_signal_node_t::multiplexing. */
 #define QOR_MULTIPLEXING_SELECTOR 1    /* other signals' presence depends on this one */
@@ -137,7 +141,12 @@ typedef struct qor_type_node_t {
     qor_view_node_t view;
     uint8_t unused_76[68];
     qor_object_node_t object;
-    uint8_t unused_168[72];
+    /*
+     * Objects only: ids that other objects of the description have in the parameter group of this one. Packages with
+     * these ids are not matched by the group. In decimal, with bit 31, ascending, joined by ','; null for none.
+     */
+    const char* group_ids;
+    uint8_t unused_176[64];
     qor_group_node_t group;
     uint8_t unused_252[28];
     qor_signal_node_t signal;
@@ -189,7 +198,8 @@ static_assert(offsetof(qor_type_node_t, id) == 0 && offsetof(qor_type_node_t, pa
 static_assert(offsetof(qor_type_node_t, view.cycle) == 72);
 static_assert(offsetof(qor_type_node_t, object.address) == 144 &&
               offsetof(qor_type_node_t, object.element_count) == 156 &&
-              offsetof(qor_type_node_t, object.element_size) == 160);
+              offsetof(qor_type_node_t, object.element_size) == 160 &&
+              offsetof(qor_type_node_t, group_ids) == 168);
 static_assert(offsetof(qor_type_node_t, group.offset) == 240 && offsetof(qor_type_node_t, group.element_count) == 244 &&
               offsetof(qor_type_node_t, group.element_size) == 248);
 static_assert(offsetof(qor_type_node_t, signal.offset) == 284 && offsetof(qor_type_node_t, signal.bit_offset) == 288 &&

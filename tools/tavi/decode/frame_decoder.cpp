@@ -1,6 +1,7 @@
 #include "tools/tavi/decode/frame_decoder.hpp"
 
 #include <algorithm>
+#include <cstdio>
 #include <system_error>
 #include <utility>
 
@@ -26,6 +27,9 @@ std::string sanitized(const std::string& name) {
     result.resize(size - 1);
     return result;
 }
+
+constexpr std::size_t named_messages = 4;
+constexpr std::uint64_t shared_group_subject = UINT64_C(1) << 63;
 
 // For message_sink::set_subject: what came up when a message, counted from 1, was prepared on an interface; 0 for what
 // came up before any was.
@@ -92,6 +96,7 @@ void frame_decoder::decode_wanted(const host::candump_reader& reader, const host
                                   interface_routes& interface, route& found) {
     if (!found.ready) {
         prepare(interface, found);
+        report_shared_groups(reader, frame, found);
     }
     package_.set_source(catalogue::interface_source_id, static_cast<std::uint32_t>(interface.number()));
     catalogue_.extractor().process(package_.build(frame.id, frame.flags, {frame.data.data(), frame.length}),
@@ -133,6 +138,7 @@ interface_routes& frame_decoder::add_interface(const std::string& name) {
         }
     }
     messages_.set_subject(0);
+    added.close();
     // Where all is asked for, a filter excludes nothing that is known, and messages that never come need no
     // subscription.
     if (options_.filters && !options_.patterns.empty()) {
@@ -180,6 +186,39 @@ void frame_decoder::report_unreadable(const message& subscribed, const message_p
     if (told_unreadable_.insert(subscribed.number).second) {
         messages_.set_subject(subscribed.number);
         tool::report_unreadable(subscribed, plan, catalogue_, messages_);
+        messages_.set_subject(0);
+    }
+}
+
+// Once for each message that gets frames for others of its parameter group too.
+void frame_decoder::report_shared_groups(const host::candump_reader& reader, const host::candump_frame& frame,
+                                         const route& frames) {
+    for (const target* const used : frames.by_group) {
+        const message& first = *used->wanted;
+        if (!told_shared_.insert(first.number).second) {
+            continue;
+        }
+        const std::uint32_t group = qor::parameter_group(frame.id);
+        std::string others;
+        std::size_t count = 0;
+        for (const message& other : selection_.messages()) {
+            const auto id = static_cast<std::uint32_t>(other.address);
+            if (other.description == first.description && &other != &first && other.address <= UINT32_MAX &&
+                (id & qor::can_extended_bit) != 0 && qor::parameter_group(id) == group && ++count <= named_messages) {
+                others += (others.empty() ? "" : ", ") + other.path;
+            }
+        }
+        if (count == 0) {
+            continue;
+        }
+        others += count > named_messages ? " and " + std::to_string(count - named_messages) + " more" : "";
+        char id[9];
+        std::snprintf(id, sizeof id, "%08X", static_cast<unsigned>(frame.id & ~qor::can_extended_bit));
+        const std::string cause = std::string("no message has the id ") + id + "; it is decoded as " + first.path +
+                                  ", the first of parameter group " + std::to_string(group) + " in " +
+                                  catalogue_.descriptions()[first.description].path + " (others: " + others + ")";
+        messages_.set_subject(shared_group_subject | first.number);
+        messages_.report({topic::note, log_, reader.line_number(), 0, cause, {}, {}});
         messages_.set_subject(0);
     }
 }

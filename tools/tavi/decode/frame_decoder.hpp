@@ -44,6 +44,8 @@ private:
     void report_damage(const host::candump_reader& reader);
     interface_routes& add_interface(const std::string& name);
     void prepare(interface_routes& interface, route& frames);
+    void report_shared_groups(const host::candump_reader& reader, const host::candump_frame& frame,
+                              const route& frames);
     void apply_filter(interface_routes& interface);
     void report_unreadable(const message& subscribed, const message_plan& plan);
     void subscribe(const interface_routes& interface, target& wanted);
@@ -64,6 +66,7 @@ private:
     std::set<std::string> source_names_;
     // Numbers of messages.
     std::set<std::size_t> told_unreadable_;
+    std::set<std::size_t> told_shared_;
     host::can_package package_;
     host::record_list records_;
     std::vector<host::reading> readings_;

@@ -1,23 +1,19 @@
 #include "tools/tavi/decode/interface_routes.hpp"
 
 #include <algorithm>
+#include <unordered_map>
 
 #include "qorc/type_node.h"
 
 namespace tavi::tool {
 
-// Notes an id or group as known and, unless `wanted` is null, adds to its targets.
-void interface_routes::append(id_table& table, std::uint32_t key, target* wanted) {
-    std::uint32_t number = table.find(key);
-    if (number == unknown || (number == not_selected && wanted != nullptr)) {
-        number = wanted != nullptr ? static_cast<std::uint32_t>(routes_.size()) : not_selected;
-        routes_.resize(std::max<std::size_t>(routes_.size(), number + std::size_t{1}));
-        table.put(key, number);
-    }
-    if (wanted != nullptr) {
-        routes_[number].targets.push_back(wanted);
-    }
+namespace {
+
+bool is_extended(std::uint32_t id) noexcept {
+    return (id & qor::can_extended_bit) != 0;
 }
+
+} // namespace
 
 bool interface_routes::add(message& added) {
     if (!paths_.insert(added.path).second) {
@@ -27,37 +23,72 @@ bool interface_routes::add(message& added) {
     if (added.address > UINT32_MAX) {
         return true;
     }
-    target* wanted = nullptr;
     if (added.selected) {
-        targets_.push_back(std::make_unique<target>());
-        wanted = targets_.back().get();
-        wanted->wanted = &added;
+        targets_.emplace_back(std::make_unique<target>())->wanted = &added;
     }
-    const auto id = static_cast<std::uint32_t>(added.address);
-    const bool extended = (id & qor::can_extended_bit) != 0;
-    const std::uint32_t group = qor::parameter_group(id);
-    if (extended && (j1939_ || (added.flags & QOR_OBJECT_PARAMETER_GROUP) != 0)) {
-        if (wanted != nullptr) {
-            wanted->by_group = true;
-        }
-        append(by_group_, group, wanted);
-        for (const std::uint32_t other : extended_) {
-            if (qor::parameter_group(other) == group) {
-                append(by_id_, other, wanted);
-            }
-        }
-        return true;
-    }
-    if (extended && by_id_.find(id) == unknown) {
-        extended_.push_back(id);
-        if (const std::uint32_t same = by_group_.find(group); same != unknown) {
-            for (std::size_t at = 0; at < routes_[same].targets.size(); ++at) {
-                append(by_id_, id, routes_[same].targets[at]);
-            }
-        }
-    }
-    append(by_id_, id, wanted);
+    members_.push_back(
+        {static_cast<std::uint32_t>(added.address), &added, added.selected ? targets_.back().get() : nullptr});
     return true;
+}
+
+void interface_routes::close() {
+    std::vector<std::uint32_t> ids; // of 29 bits
+    for (const member& each : members_) {
+        if (is_extended(each.id)) {
+            ids.push_back(each.id);
+        }
+    }
+    std::sort(ids.begin(), ids.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+    for (auto first = members_.begin(); first != members_.end();) {
+        const auto last = std::find_if(first, members_.end(), [&](const member& each) {
+            return each.known->description != first->known->description;
+        });
+        add_description({first, last}, ids);
+        first = last;
+    }
+    members_ = {};
+}
+
+bool interface_routes::is_group(const member& candidate) const noexcept {
+    return is_extended(candidate.id) && (j1939_ || (candidate.known->flags & QOR_OBJECT_PARAMETER_GROUP) != 0);
+}
+
+// members  those of the description, in its order
+// ids      all of 29 bits that any description has
+void interface_routes::add_description(std::span<const member> members, std::span<const std::uint32_t> ids) {
+    std::unordered_set<std::uint32_t> own_ids;
+    std::unordered_map<std::uint32_t, target*> groups;
+    for (const member& each : members) {
+        append(by_id_, each.id, each.wanted, false);
+        own_ids.insert(each.id);
+        const std::uint32_t group = qor::parameter_group(each.id);
+        if (is_group(each) && groups.try_emplace(group, each.wanted).second) {
+            append(by_group_, group, each.wanted, true);
+        }
+    }
+    for (const std::uint32_t id : ids) {
+        const auto found = groups.find(qor::parameter_group(id));
+        if (found != groups.end() && !own_ids.contains(id)) {
+            append(by_id_, id, found->second, true);
+        }
+    }
+}
+
+// Notes an id or group as known and, unless `wanted` is null, adds to its targets.
+void interface_routes::append(id_table& table, std::uint32_t key, target* wanted, bool by_group) {
+    std::uint32_t number = table.find(key);
+    if (number == unknown || (number == not_selected && wanted != nullptr)) {
+        number = wanted != nullptr ? static_cast<std::uint32_t>(routes_.size()) : not_selected;
+        routes_.resize(std::max<std::size_t>(routes_.size(), number + std::size_t{1}));
+        table.put(key, number);
+    }
+    if (wanted != nullptr) {
+        routes_[number].targets.push_back(wanted);
+        if (by_group) {
+            routes_[number].by_group.push_back(wanted);
+        }
+    }
 }
 
 void interface_routes::exclude(const host::reader_filter& filter, std::uint16_t source_id) {
@@ -74,9 +105,10 @@ void interface_routes::exclude(const host::reader_filter& filter, std::uint16_t 
         }
     }
     by_id_.each([&](std::uint32_t id, std::uint32_t& number) {
-        const auto& targets = routes_[number].targets;
-        const bool is_told = std::all_of(targets.begin(), targets.end(),
-                                         [](const target* wanted) { return !wanted->by_group && wanted->handle != 0; });
+        const route& frames = routes_[number];
+        const bool is_told =
+            frames.by_group.empty() && std::all_of(frames.targets.begin(), frames.targets.end(),
+                                                   [](const target* wanted) { return wanted->handle != 0; });
         if (is_told && accepted.find(id) == id_table::none) {
             number = not_selected;
         }

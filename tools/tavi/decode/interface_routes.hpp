@@ -1,10 +1,14 @@
 // What becomes of the frames of one interface: from frame id to the messages that may read it.
+//
+// Each description says by itself which message has a frame: all that have its id; where none has, and the id has 29
+// bits, the first message of its parameter group, where groups count.
 #ifndef TOOLS_TAVI_DECODE_INTERFACE_ROUTES_HPP
 #define TOOLS_TAVI_DECODE_INTERFACE_ROUTES_HPP
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -22,8 +26,6 @@ namespace tavi::tool {
 // A message asked for, on one interface.
 struct target {
     message* wanted = nullptr;
-    // Matched by parameter group number: by more ids than that of its address.
-    bool by_group = false;
     // 0 until the first frame came and it was subscribed to.
     std::uint64_t handle = 0;
     const message_plan* plan = nullptr;
@@ -35,6 +37,8 @@ struct target {
 struct route {
     // In the order of the descriptions.
     std::vector<target*> targets;
+    // Those whose description has the parameter group of the id, not the id.
+    std::vector<const target*> by_group;
     // Whether all targets are subscribed to.
     bool ready = false;
 };
@@ -43,7 +47,7 @@ struct route {
 class interface_routes {
 public:
     // source_name  as in URLs
-    // j1939        match all messages with 29-bit ids by parameter group number
+    // j1939        the parameter group counts for all messages with 29-bit ids, not only for those marked as groups
     interface_routes(std::size_t number, std::string source_name, bool j1939)
         : number_(number), source_name_(std::move(source_name)), j1939_(j1939), routes_(1) {}
 
@@ -53,6 +57,8 @@ public:
     // Adds a message of a description that is meant for the interface, in order; false when another description has
     // given one of the same path already.
     bool add(message& added);
+    // Requires: all messages are added. To be called once, before anything below.
+    void close();
 
     // Numbers of routes.
     static constexpr std::uint32_t unknown = id_table::none;
@@ -82,7 +88,16 @@ public:
     route& operator[](std::uint32_t number) noexcept { return routes_[number]; }
 
 private:
-    void append(id_table& table, std::uint32_t key, target* wanted);
+    // A message that frames can be of.
+    struct member {
+        std::uint32_t id;
+        const message* known;
+        target* wanted; // null when it was not asked for
+    };
+
+    bool is_group(const member& candidate) const noexcept;
+    void add_description(std::span<const member> members, std::span<const std::uint32_t> ids);
+    void append(id_table& table, std::uint32_t key, target* wanted, bool by_group);
 
     std::size_t number_;
     std::string source_name_;
@@ -91,10 +106,10 @@ private:
     std::vector<const message*> messages_;
     std::vector<std::unique_ptr<target>> targets_;
     std::unordered_set<std::string_view> paths_;
+    // In the order in which they were added; empty once the tables are made.
+    std::vector<member> members_;
     // The first is that of all ids that were not asked for.
     std::vector<route> routes_;
-    // Whole ids of 29 bits, for groups that come after them.
-    std::vector<std::uint32_t> extended_;
     id_table by_id_;
     id_table by_group_;
 };

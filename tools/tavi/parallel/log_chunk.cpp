@@ -19,7 +19,7 @@ void kept_messages::report(const diagnostic& message) {
 }
 
 bool kept_messages::shows(topic kind) const noexcept {
-    return kind == topic::left_out || kind == topic::description ||
+    return kind == topic::left_out || kind == topic::description || kind == topic::note ||
            (kept_count_[index(kind)] < shown_of_a_kind && !silent_[index(kind)].load(std::memory_order_relaxed));
 }
 

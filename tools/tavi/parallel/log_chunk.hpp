@@ -63,7 +63,7 @@ public:
     explicit kept_messages(const silent_kinds& silent) : silent_(silent) {}
 
     void report(const diagnostic& message) override;
-    // Messages of descriptions are few, and it shows later only which are told already.
+    // Messages of descriptions and notes are few, and it shows later only which are told already.
     bool shows(topic kind) const noexcept override;
     void add(topic kind) noexcept override { ++further_[index(kind)]; }
     std::uint64_t count(topic kind) const noexcept override { return kept_count_[index(kind)] + further_[index(kind)]; }

@@ -17,9 +17,19 @@ std::string place_text(std::string_view file, std::uint64_t line, std::size_t co
     return place;
 }
 
+namespace {
+
+const char* severity_of(topic kind, bool as_error) noexcept {
+    if (kind == topic::note) {
+        return ": note: ";
+    }
+    return as_error || kind == topic::damaged_line ? ": error: " : ": warning: ";
+}
+
+} // namespace
+
 std::string format_diagnostic(const diagnostic& message, bool as_error) {
-    std::string text = place_text(message.file, message.line, message.column) +
-                       (as_error || message.kind == topic::damaged_line ? ": error: " : ": warning: ") +
+    std::string text = place_text(message.file, message.line, message.column) + severity_of(message.kind, as_error) +
                        printable(message.cause) + '\n';
     if (!message.source_line.empty()) {
         const excerpt shown = make_excerpt(message.source_line, message.column);
@@ -46,7 +56,7 @@ void diagnostics::report(const diagnostic& message) {
 
 void diagnostics::print_rest() {
     constexpr std::array<const char*, kinds> names{"damaged lines", "short frames", "parts of descriptions left out",
-                                                   "warnings about descriptions"};
+                                                   "warnings about descriptions", "notes"};
     for (std::size_t kind = 0; kind < kinds; ++kind) {
         if (counts_[kind] > shown_of_a_kind) {
             print("tavi: " + std::to_string(counts_[kind] - shown_of_a_kind) + " more " + names[kind] + '\n');

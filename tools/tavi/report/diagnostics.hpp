@@ -24,7 +24,8 @@ enum class topic {
     damaged_line, // an error: a line of the log that is no frame
     short_frame,  // a warning: a frame with less data than its message
     left_out,     // a warning: a part of a description that is not used
-    description   // a warning: something else about a description
+    description,  // a warning: something else about a description
+    note          // worth knowing, no fault of anything
 };
 
 struct diagnostic {
@@ -40,14 +41,14 @@ struct diagnostic {
 // "file:line:column", as far as known, fit for a terminal.
 std::string place_text(std::string_view file, std::uint64_t line, std::size_t column);
 
-// The whole message, several lines each with its line end; an error for `as_error` whatever its kind.
+// The whole message, several lines each with its line end; for `as_error` a warning is an error.
 std::string format_diagnostic(const diagnostic& message, bool as_error = false);
 
 // Where messages go: to the screen, or first to a place where they wait for those of earlier lines.
 class message_sink {
 public:
     static constexpr std::uint64_t shown_of_a_kind = 10;
-    static constexpr std::size_t kinds = 4;
+    static constexpr std::size_t kinds = 5;
 
     virtual ~message_sink() = default;
 
