@@ -81,7 +81,7 @@ std::string read_by_lines(std::string_view text) {
     history read;
     for (std::uint64_t line = 0; !text.empty(); ++line) {
         const std::size_t size = std::min(text.find('\n'), text.size() - 1) + 1;
-        reader.read_text(text.substr(0, size));
+        reader.read_text(text.substr(0, size), line == 0);
         read.read_all(reader, channels, line);
         text.remove_prefix(size);
     }

@@ -77,15 +77,16 @@ TEST(candump_reader, reads_lines_as_the_page_shows) {
 
 // Lines of a known shape are read on a road of their own: what a line gives must not depend on the line before it.
 TEST(candump_reader, reads_a_line_alike_whatever_came_before) {
-    const auto lines = test::split(
-        "(1.5) can0 001#AA|(2.5) can0 001#AA|(0.5) can0 001#AA|(10.5) can0 001#AA|(01.5) can0 001#AA|"
-        "(1.55) can0 001#AA|(1x5) can0 001#AA|(:.5) can0 001#AA|(x.5) can0 001#AA|(1.5] can0 001#AA|(1.5)  can0 001#AA|"
-        "(1.5) can1 001#AA|(1.5) can01 001#AA|(1.5) c 001#AA| (1.5) can0 001#AA|(1.5) can0\t001#AA|"
-        "(1.5) can0 \t001#AA|(1.5) canbus0 001#AA|(1.5) canbus 001#AA|(1.5) can0 001|(1.5) can0 800#AA|"
-        "(1.5)|(123456789.123456) c 001#|(12345678.1) c 001#|(1234567890123.5) c 1#0|"
-        "(000000000000000001.5) c 001#AA|(999999999999999999.5) c 001#AA|"
-        "(0999999999999999999.5) c 001#AA|(12345678\xB1.1) c 001#",
-        '|');
+    const auto lines =
+        test::split("(1.5) can0 001#AA|(2.5) can0 001#AA|(0.5) can0 001#AA|(10.5) can0 001#AA|(01.5) can0 001#AA|"
+                    "(1.55) can0 001#AA|(1.5)_can0 001#AA|(1x5) can0 001#AA|(:.5) can0 001#AA|(x.5) can0 001#AA|(1.5] "
+                    "can0 001#AA|(1.5)  can0 001#AA|"
+                    "(1.5) can1 001#AA|(1.5) can01 001#AA|(1.5) c 001#AA| (1.5) can0 001#AA|(1.5) can0\t001#AA|"
+                    "(1.5) can0 \t001#AA|(1.5) canbus0 001#AA|(1.5) canbus 001#AA|(1.5) can0 001|(1.5) can0 800#AA|"
+                    "(1.5)|(123456789.123456) c 001#|(12345678.1) c 001#|(1234567890123.5) c 1#0|"
+                    "(000000000000000001.5) c 001#AA|(999999999999999999.5) c 001#AA|"
+                    "(0999999999999999999.5) c 001#AA|(12345678\xB1.1) c 001#",
+                    '|');
     for (const std::string_view before : lines) {
         for (const std::string_view line : lines) {
             const std::string text = std::string(before) + '\n' + std::string(line) + blank_lines;
@@ -97,6 +98,17 @@ TEST(candump_reader, reads_a_line_alike_whatever_came_before) {
 TEST(candump_reader, goes_on_behind_a_damaged_line_and_counts_blank_ones) {
     EXPECT_EQ(told("(1.0) can0 001#AA\r\n\r\n \t\nnoise\n\n(2.0) can1 002#BB"),
               "1 1.0 can0 1 0 1 AA\n4 1 a time in parentheses was expected\n6 2.0 can1 2 0 1 BB\n");
+}
+
+TEST(candump_reader, passes_over_a_byte_order_mark_at_the_beginning_alone) {
+    const std::string mark = "\xEF\xBB\xBF", line = "(1.0) can0 001#AA\n";
+    const std::string damaged = " 1 a time in parentheses was expected\n";
+    EXPECT_EQ(told(mark + line + mark + line), "1 1.0 can0 1 0 1 AA\n2" + damaged);
+    EXPECT_EQ(told(mark + line, 1), "1 1.0 can0 1 0 1 AA\n");
+    EXPECT_EQ(told(mark + "\n" + line), "2 1.0 can0 1 0 1 AA\n");
+    EXPECT_EQ(told(mark), "");
+    EXPECT_EQ(told(mark.substr(0, 2) + line), "1" + damaged);
+    EXPECT_EQ(told("\n" + mark + line), "2" + damaged);
 }
 
 TEST(candump_reader, gives_the_same_wherever_blocks_end) {

@@ -6,8 +6,9 @@
 //     (1436509052.250200) can1 0C0#R8            remote frame, with or without a length
 //     (1436509052.250300) can0 20000080#00000000 error frame: bit 29 of 8 digits is set
 //
-// A letter R or T may follow (direction). Lines end in LF or CRLF; blank lines are passed over. The text is read in
-// blocks and scanned in place: no line is copied, and a line of any length takes no more memory than a block.
+// A letter R or T may follow (direction). Lines end in LF or CRLF; blank lines are passed over, and so is a byte order
+// mark at the beginning of the log. The text is read in blocks and scanned in place: no line is copied, and a line of
+// any length takes no more memory than a block.
 #ifndef TAVI_CANDUMP_READER_HPP
 #define TAVI_CANDUMP_READER_HPP
 
@@ -75,7 +76,8 @@ public:
 
     // Goes on with another piece of the log: whole lines, at most default_block_size bytes. A last line without its end
     // is taken as it is; one that is a whole piece of that size is damaged for its length. Line numbers begin anew.
-    void read_text(std::string_view text) noexcept;
+    // begins_log: it is the first piece, which may begin with a byte order mark.
+    void read_text(std::string_view text, bool begins_log) noexcept;
 
     // The next frame, a line that is none (then see fault(), line_text()), or the end. What the source throws goes
     // through.
@@ -114,6 +116,7 @@ private:
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     bool at_end_ = false;
+    bool begins_log_ = true;
     std::uint64_t bytes_read_ = 0;
     std::uint64_t line_number_ = 0;
     std::string_view line_;

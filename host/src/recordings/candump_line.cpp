@@ -51,6 +51,10 @@ bool parse_time(candump_cursor& line, std::string_view& time) {
 }
 
 bool parse_channel(candump_cursor& line, std::string_view& channel) {
+    // Else a damaged blank would become the first character of an interface that does not exist.
+    if (!line.done() && !is_candump_blank(*line.at)) {
+        return line.fail(line.at, "a blank was expected after the time", candump_line_hint);
+    }
     line.skip_blanks();
     const char* const first = line.at;
     while (line.at < line.end && !is_candump_blank(*line.at)) {

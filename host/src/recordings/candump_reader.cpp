@@ -13,6 +13,8 @@ namespace {
 
 // No frame needs more: what is longer is shown and judged by its beginning.
 constexpr std::size_t longest_line = 4096;
+// Of UTF-8. It is never part of a line that is read in one go, since those begin with '('.
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 } // namespace
 
@@ -26,8 +28,9 @@ candump_reader::candump_reader(channel_numbers numbers)
 
 candump_reader::~candump_reader() = default;
 
-void candump_reader::read_text(std::string_view text) noexcept {
+void candump_reader::read_text(std::string_view text, bool begins_log) noexcept {
     text_ = text.data();
+    begins_log_ = begins_log;
     begin_ = 0;
     end_ = text.size();
     line_number_ = 0;
@@ -93,6 +96,9 @@ bool candump_reader::next_line() {
     }
     if (!line_.empty() && line_.back() == '\r') {
         line_.remove_suffix(1);
+    }
+    if (begins_log_ && line_number_ == 0 && line_.starts_with(byte_order_mark)) {
+        line_.remove_prefix(byte_order_mark.size());
     }
     ++line_number_;
     return true;

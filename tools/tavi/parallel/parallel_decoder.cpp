@@ -64,7 +64,7 @@ public:
     // Throws: abandoned.
     void decode(log_chunk& chunk) {
         chunk_ = &chunk;
-        reader_.read_text(chunk.whole_text());
+        reader_.read_text(chunk.whole_text(), chunk.number == 0);
         try {
             decoder_.decode_all(reader_);
         } catch (const abandoned&) {
