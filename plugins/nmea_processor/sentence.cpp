@@ -54,6 +54,34 @@ std::string_view checked_content(std::string_view piece, bool& has_checksum) noe
     return high >= 0 && low >= 0 && sum == static_cast<unsigned>(16 * high + low) ? content : std::string_view();
 }
 
+bool is_address(std::string_view text) noexcept {
+    return !text.empty() && std::all_of(text.begin(), text.end(), is_letter_or_digit);
+}
+
+size_t find_start(std::string_view line, size_t from) noexcept {
+    return std::min(line.find_first_of("$!", from), line.size());
+}
+
+// Whether a piece is a whole sentence with a checksum that fits, whatever its first character.
+bool is_sealed(std::string_view piece) noexcept {
+    bool has_checksum = false;
+    const std::string_view content = piece.empty() ? piece : checked_content(piece, has_checksum);
+    return has_checksum && is_address(content.substr(0, content.find(',')));
+}
+
+// What is left of a line that begins with '#' without the comment: empty, from a whole sentence on, or all of it when
+// it is a sentence whose first character was damaged.
+std::string_view without_comment(std::string_view line) noexcept {
+    for (size_t at = 0; at < line.size();) {
+        const size_t next = find_start(line, at + 1);
+        if (is_sealed(trimmed(line.substr(at, next - at)))) {
+            return line.substr(at);
+        }
+        at = next;
+    }
+    return {};
+}
+
 void read_address(std::string_view address, sentence& result) {
     if (address.front() == 'P') {
         result.talker = address.substr(0, 1);
@@ -72,7 +100,7 @@ bool sentence_scanner::next_line() noexcept {
         line_ = trimmed(rest_.substr(0, end));
         rest_ = end == npos ? std::string_view() : rest_.substr(end + 1);
         if (line_.starts_with('#')) {
-            continue;
+            line_ = without_comment(line_);
         }
         if (line_.starts_with('\\') && line_.find('\\', 1) != npos) {
             line_ = trimmed(line_.substr(line_.find('\\', 1) + 1));
@@ -88,7 +116,7 @@ bool sentence_scanner::next(std::string_view& piece) noexcept {
     if (line_.empty() && !next_line()) {
         return false;
     }
-    const size_t end = std::min(line_.find_first_of("$!", 1), line_.size());
+    const size_t end = find_start(line_, 1);
     piece = trimmed(line_.substr(0, end));
     line_.remove_prefix(end);
     return true;
@@ -101,7 +129,7 @@ bool read_sentence(std::string_view piece, sentence& result) {
     }
     const std::string_view content = checked_content(piece, result.has_checksum);
     const std::string_view address = content.substr(0, content.find(','));
-    if (address.empty() || !std::all_of(address.begin(), address.end(), is_letter_or_digit)) {
+    if (!is_address(address)) {
         return false;
     }
     read_address(address, result);

@@ -26,9 +26,10 @@ struct sentence {
 // Receivers exceed the 82 characters of the standard, by far with sentences of their own.
 inline constexpr size_t longest_sentence = 1024;
 
-// Walks over what should be sentences. Lines end with LF, CR or both; blank lines and those that begin with '#' are
-// passed over, so is the tag block "\...\" before a sentence. '$' and '!' stand only at the beginning of sentences, so
-// one within a line ends a sentence that was cut there.
+// Walks over what should be sentences. Lines end with LF, CR or both; blank lines are passed over, so is the tag block
+// "\...\" before a sentence. '$' and '!' are only at the beginning of sentences, so one within a line ends a sentence
+// that was cut there. A line that begins with '#' is a comment up to its end, or up to a whole sentence with a checksum
+// that fits; '#' in place of the first character of such a sentence is damage.
 class sentence_scanner {
 public:
     explicit sentence_scanner(std::string_view text) noexcept : rest_(text) {}

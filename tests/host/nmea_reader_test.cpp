@@ -62,15 +62,35 @@ TEST(nmea_reader, tells_where_a_line_is_damaged) {
         {"$GPRMC,2\r$GPGLL,1*4D\r\n\n$GPTXT,cut", "RMC@ GLL@ 4:11 "},
         {"$GPRMC,2$GPGLL,1*4D!AIVDM*57\0 \n \t"s, "1:9 GLL@ VDM@ "},
         {"\xB5\x62 $GPGLL,1*4D", "1:1 GLL@ "},
+        // Comments, and what is none.
+        {"# $GPGLL,1*4D", "GLL@ "},
+        {" #boot $GPRMC$GPGLL,1*4D \0 $GPRMC,2"s, "GLL@ 1:36 "},
+        {"#GPGLL,1*4D\n#GPGLL,1*4E\n#GPGLL,1", "1:1 "},
+        {"# $GPGLL,1*4E\n# $GPGLL,1\n# like $GPGLL,1*4D, say\n# $*00\n#", ""},
+        {"\xEF\xBB\xBF$GPGLL,1*4D\n\xEF\xBB\xBF$GPGLL,1*4D", "GLL@ 2:1 GLL@ "},
     };
     for (const auto& [log, result] : cases) {
         EXPECT_EQ(read(log, 3), result) << log.substr(0, 50);
     }
 }
 
+TEST(nmea_reader, counts_comment_lines) {
+    std::string_view log = "# one\n\n#\r\n#GPGLL,1*4D\n# two $GPGLL,1*4D\n$GPGLL,1*4D\n # three";
+    nmea_reader reader([&](char* buffer, std::size_t room) {
+        const std::size_t count = log.copy(buffer, room);
+        log.remove_prefix(count);
+        return count;
+    });
+    nmea_sentence found;
+    while (reader.next(found) != nmea_reader::outcome::end) {
+    }
+    EXPECT_EQ(reader.comment_lines(), 4u);
+}
+
 TEST(nmea_reader, recognises_its_logs) {
     EXPECT_EQ(nmea_reader::recognise("# (1.0)\r\n\r\n!AIVDM,1"), true);
     EXPECT_EQ(nmea_reader::recognise("1,N*47\r $GPGGA,"), true);
+    EXPECT_EQ(nmea_reader::recognise("\xEF\xBB\xBF$GPGGA,"), true);
     EXPECT_EQ(nmea_reader::recognise("\\s:x,c:1*00\\$GPZDA,"), true);
     EXPECT_EQ(nmea_reader::recognise("(1.0) can0 0C0#"), false);
     EXPECT_EQ(nmea_reader::recognise("# only comments\n# $GPGGA,\r\\\r$,\r(\x10,!\x80WXYZ,"), std::nullopt);

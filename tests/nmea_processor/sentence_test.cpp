@@ -28,6 +28,8 @@ TEST(Sentence, IsFoundInARunOfBytes) {
     EXPECT_THAT(pieces_of("$GPRMC,09$GPGGA,1*7F\njunk$A !B"),
                 ElementsAre("$GPRMC,09", "$GPGGA,1*7F", "junk", "$A", "!B"));
     EXPECT_THAT(pieces_of("\\s:rx,c:15*2B\\$GPGLL*00\n\\s:rx\n\\a\\\n$X"), ElementsAre("$GPGLL*00", "\\s:rx", "$X"));
+    EXPECT_THAT(pieces_of("# boot $B$GPGLL,1*4D $B\n#GPGLL,1*4D\n#GPGLL,1*4E\n# $GPGLL,1*4D!\n# $GPGLL,1\n#$*00"),
+                ElementsAre("$GPGLL,1*4D", "$B", "#GPGLL,1*4D", "$GPGLL,1*4D", "!"));
     EXPECT_THAT(pieces_of(std::string_view("$A\0\0\0", 5)), ElementsAre("$A"));
     EXPECT_THAT(pieces_of(""), ElementsAre());
 }

@@ -4,10 +4,13 @@
 //     $GNGGA,223745.00,3806.62964,N,12237.61382,W,2,12,0.54,83.1,M,-29.5,M,,0000*44
 //     \s:rx1,c:1594507065*2B\$GPGSV,1,1,00,1*65     with a tag block, which is passed over
 //
-// Lines end in LF, CR or both; blank lines and those that begin with '#' are passed over, so are blanks and zero bytes
-// around a sentence. A sentence begins with '$' or '!', holds printable ASCII without these two and ends in a checksum
-// that fits, or in none while no sentence had one. One that begins within a line is read even if what stands before it
-// is damaged.
+// Lines end in LF, CR or both; blank lines are passed over, so are blanks and zero bytes around a sentence and a byte
+// order mark at the beginning. A sentence begins with '$' or '!', contains printable ASCII without these two and ends
+// in a checksum that fits, or in none while no sentence had one. One that begins within a line is read even if what is
+// before it is damaged.
+//
+// A line that begins with '#' is a comment up to its end, or up to a whole sentence with a checksum that fits: then a
+// line end was lost. '#' in place of the first character of such a sentence is damage.
 #ifndef TAVI_NMEA_READER_HPP
 #define TAVI_NMEA_READER_HPP
 
@@ -51,6 +54,9 @@ public:
     bool line_has_end() const noexcept { return line_has_end_; }
     const candump_fault& fault() const noexcept { return fault_; }
 
+    // Comment lines so far.
+    std::uint64_t comment_lines() const noexcept { return comment_lines_; }
+
     // Whether a text looks like the beginning of such a log: a line begins with an address, as "$GPGGA,", before one
     // begins as lines of candump do, with '(' and a digit. Nothing when there is no such line yet.
     static std::optional<bool> recognise(std::string_view beginning);
@@ -68,6 +74,7 @@ private:
     std::size_t begin_ = 0;
     std::string line_;
     std::uint64_t line_number_ = 0;
+    std::uint64_t comment_lines_ = 0;
     bool is_too_long_ = false;
     bool line_has_end_ = false;
     // Whether the last line ended in CR, which LF may follow.

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <numeric>
 #include <utility>
 
 namespace tavi::host {
@@ -13,6 +14,7 @@ namespace {
 constexpr std::size_t block_size = 65536;
 // Recorders fill up their buffers with zeros.
 constexpr std::string_view blanks(" \t\0", 3);
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF"; // of UTF-8
 constexpr const char* form = "a sentence reads $GPGGA,...*hh";
 // No clock of a receiver is older; it makes seconds that are never negative.
 constexpr unsigned first_year = 1970;
@@ -57,13 +59,59 @@ bool is_digit(char character) noexcept {
     return character >= '0' && character <= '9';
 }
 
-// "$GPGGA," and the like: noise has '$' often, but not this behind it.
-bool has_address(std::string_view sentence) {
+// Whether an address follows the first character, "$GPGGA" and the like, up to one of `ends`.
+bool has_address(std::string_view sentence, std::string_view ends) {
     constexpr std::size_t shortest = 3;
     const auto is_of_address = [](char c) { return (c >= 'A' && c <= 'Z') || is_digit(c); };
-    const std::size_t comma = sentence.find(',');
-    return comma != sentence.npos && comma > shortest && (sentence[0] == '$' || sentence[0] == '!') &&
-           std::all_of(sentence.begin() + 1, sentence.begin() + static_cast<std::ptrdiff_t>(comma), is_of_address);
+    const std::size_t end = sentence.find_first_of(ends);
+    return end != sentence.npos && end > shortest &&
+           std::all_of(sentence.begin() + 1, sentence.begin() + static_cast<std::ptrdiff_t>(end), is_of_address);
+}
+
+// "$GPGGA," and the like: noise has '$' often, but not this after it.
+bool begins_sentence(std::string_view text) {
+    return (text.starts_with('$') || text.starts_with('!')) && has_address(text, ",");
+}
+
+std::size_t find_start(std::string_view line, std::size_t from) {
+    return std::min(line.find_first_of("$!", from), line.size());
+}
+
+std::string_view without_blanks_behind(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+unsigned sum_of(std::string_view content) {
+    return std::accumulate(content.begin(), content.end(), 0U,
+                           [](unsigned sum, char character) { return sum ^ static_cast<unsigned char>(character); });
+}
+
+// Two hexadecimal digits and nothing else.
+std::optional<unsigned> checksum_of(std::string_view text) {
+    unsigned value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, failure] = std::from_chars(text.data(), end, value, 16);
+    return text.size() == 2 && failure == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+}
+
+// Whether the text is a whole sentence with a checksum that fits, whatever its first character.
+bool is_sealed(std::string_view text) {
+    const std::size_t star = text.find('*');
+    return star != text.npos && has_address(text, ",*") && checksum_of(text.substr(star + 1)) &&
+           *checksum_of(text.substr(star + 1)) == sum_of(text.substr(1, star - 1));
+}
+
+// Where the comment that begins at `begin` ends: at a whole sentence, since the line end before that may have been
+// lost, or with the line. At `begin` itself when it is a sentence whose first character was damaged.
+std::size_t end_of_comment(std::string_view line, std::size_t begin) {
+    for (std::size_t at = begin; at < line.size();) {
+        const std::size_t next = find_start(line, at + 1);
+        if (is_sealed(without_blanks_behind(line.substr(at, next - at)))) {
+            return at;
+        }
+        at = next;
+    }
+    return line.size();
 }
 
 // Where sentences have their time of day.
@@ -77,6 +125,7 @@ constexpr std::array<time_field, 8> time_fields{
 } // namespace
 
 std::optional<bool> nmea_reader::recognise(std::string_view beginning) {
+    beginning.remove_prefix(beginning.starts_with(byte_order_mark) ? byte_order_mark.size() : 0);
     while (!beginning.empty()) {
         std::string_view line = beginning.substr(0, beginning.find_first_of("\r\n"));
         beginning.remove_prefix(std::min(line.size() + 1, beginning.size()));
@@ -87,7 +136,7 @@ std::optional<bool> nmea_reader::recognise(std::string_view beginning) {
         if (line.starts_with('\\')) {
             line.remove_prefix(std::min(line.find('\\', 1), line.size() - 1) + 1);
         }
-        if (has_address(line)) {
+        if (begins_sentence(line)) {
             return true;
         }
     }
@@ -140,10 +189,15 @@ nmea_reader::outcome nmea_reader::next(nmea_sentence& sentence) {
             fail(line_limit, "the line is longer than any sentence", form);
             return outcome::damaged;
         }
-        line_.resize(line_.find_last_not_of(blanks) + 1);
+        line_.resize(without_blanks_behind(line_).size());
+        if (line_number_ == 1 && line_.starts_with(byte_order_mark)) {
+            line_.erase(0, byte_order_mark.size());
+        }
         at_ = std::min(line_.find_first_not_of(blanks), line_.size());
         if (at_ < line_.size() && line_[at_] == '#') {
-            at_ = line_.size();
+            const std::size_t end = end_of_comment(line_, at_);
+            comment_lines_ += end != at_ ? 1 : 0;
+            at_ = end;
         }
     }
     return take_piece(sentence) ? outcome::sentence : outcome::damaged;
@@ -160,45 +214,36 @@ bool nmea_reader::fail(std::size_t at, const char* cause, const char* hint) {
 // with, so what comes before one is a sentence that was cut, or noise.
 bool nmea_reader::take_piece(nmea_sentence& sentence) {
     std::size_t begin = at_;
-    const auto next_start = [this](std::size_t from) {
-        return from < line_.size() ? std::min(line_.find_first_of("$!", from), line_.size()) : line_.size();
-    };
     if (line_[begin] == '\\') {
         const std::size_t close = line_.find('\\', begin + 1);
         if (close == std::string::npos) {
-            at_ = next_start(begin);
+            at_ = find_start(line_, begin);
             return fail(begin, "the tag block is not closed", "a tag block stands between two backslashes");
         }
         begin = std::min(line_.find_first_not_of(blanks, close + 1), line_.size());
     }
-    at_ = next_start(begin + 1);
-    std::size_t end = at_;
-    while (end > begin && blanks.find(line_[end - 1]) != std::string_view::npos) {
-        --end;
-    }
-    return parse(begin, end, sentence);
+    at_ = find_start(line_, begin + 1);
+    const std::string_view piece = std::string_view(line_).substr(begin, at_ - begin);
+    return parse(begin, begin + without_blanks_behind(piece).size(), sentence);
 }
 
 bool nmea_reader::parse(std::size_t begin, std::size_t end, nmea_sentence& sentence) {
     if (begin >= end || (line_[begin] != '$' && line_[begin] != '!')) {
         return fail(begin, "expected '$' or '!'", form);
     }
-    unsigned sum = 0;
     std::size_t star = begin + 1;
     for (; star < end && line_[star] != '*'; ++star) {
         if (line_[star] < ' ' || line_[star] > '~') {
             return fail(star, "a character that no sentence has", "sentences are printable ASCII");
         }
-        sum ^= static_cast<unsigned char>(line_[star]);
     }
+    const std::string_view line = line_;
     if (star < end) {
-        unsigned told = 0;
-        const char* const stop = line_.data() + end;
-        const auto [read, failure] = std::from_chars(line_.data() + star + 1, stop, told, 16);
-        if (failure != std::errc() || read != stop || end - star != 3) {
+        const auto checksum = checksum_of(line.substr(star + 1, end - star - 1));
+        if (!checksum) {
             return fail(star + 1, "the checksum is no two hexadecimal digits", form);
         }
-        if (told != sum) {
+        if (*checksum != sum_of(line.substr(begin + 1, star - begin - 1))) {
             return fail(star + 1, "the checksum does not fit", "a character was lost or changed on the way");
         }
         checksums_came_ = true;
@@ -207,7 +252,7 @@ bool nmea_reader::parse(std::size_t begin, std::size_t end, nmea_sentence& sente
     } else if (checksums_came_) {
         return fail(end, "the checksum is missing", "sentences before have one: the end of this one was lost");
     }
-    sentence.text = std::string_view(line_).substr(begin, end - begin);
+    sentence.text = line.substr(begin, end - begin);
     take_time(sentence.text);
     sentence.time = time_;
     return true;

@@ -83,7 +83,9 @@ void decode_nmea(const decode_options& options, host::byte_source source, catalo
             } else if (!decode_sentence(sentence, package, decoder, refusals, totals)) {
                 report_damage(reader, refused, options, messages, totals);
             }
+            totals.comment_lines = reader.comment_lines();
         }
+        totals.comment_lines = reader.comment_lines();
     } catch (const host::error& error) {
         throw command_error(place_text(totals.log, reader.line_number(), 0) + ": error: " + printable(error.what()),
                             exit_code::plugin_failed);

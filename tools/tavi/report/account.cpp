@@ -65,7 +65,9 @@ std::string format_account(const account& totals) {
                        ')');
     }
     return "tavi: " + plural(totals.frames, (totals.unit + " read").c_str(), (totals.unit + "s read").c_str()) + ": " +
-           join(frames) + "\ntavi: lost: " + (lost.empty() ? "nothing" : join(lost)) +
+           join(frames) +
+           (totals.comment_lines != 0 ? "; " + plural(totals.comment_lines, "comment line", "comment lines") : "") +
+           "\ntavi: lost: " + (lost.empty() ? "nothing" : join(lost)) +
            "\ntavi: " + plural(totals.values, "value written", "values written") + " in " +
            seconds_text(totals.seconds) + " s" + (totals.interrupted ? ", then interrupted" : "") + '\n';
 }
@@ -82,6 +84,7 @@ std::string account_json(const account& totals) {
                                         {"without_values", totals.without_values},
                                         {"remote", totals.remote},
                                         {"error_frames", totals.error_frames},
+                                        {"comment_lines", totals.comment_lines},
                                         {"short_frames", totals.short_frames},
                                         {"first_short", place(totals.first_short)},
                                         {"damaged_lines", totals.damaged_lines},

@@ -30,6 +30,7 @@ struct account : frame_counts {
     // What is counted; several of it are it and an s.
     std::string unit = "frame";
 
+    std::uint64_t comment_lines = 0; // beside the frames
     std::string first_short;
     std::uint64_t damaged_lines = 0; // no frames
     std::string first_damaged;
