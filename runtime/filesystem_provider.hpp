@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "qorc/filesystem.h"
+#include "qorcpp/filesystem_provider.hpp"
 #include "qorcpp/platform/shared_library.hpp"
 #include "runtime/filesystem.hpp"
 #include "runtime/memory_allocator.hpp"

@@ -1,9 +1,9 @@
 #include "qorc/service_locator.h"
 
 #include "qorc/memory_allocator.h"
-#include "single_service.hpp"
+#include "qorc/single_service.hpp"
 
 qor_service_locator_t* qor_get_default_service_locator(void) {
-    static qorc::single_service allocator("qor_memory_allocator_t", qor_get_default_allocator());
+    static qor::single_service allocator("qor_memory_allocator_t", qor_get_default_allocator());
     return &allocator.locator;
 }

@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <system_error>
 
+#include "library_file.hpp"
 #include "qorcpp/metadata_section.hpp"
+#include "qorcpp/platform/directory.hpp"
 #include "qorcpp/platform/module.hpp"
+#include "unusable_file.hpp"
 
 namespace qor::runtime {
 
@@ -12,49 +16,68 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string utf8_of(const fs::path& path) {
+std::string joined(const std::string& directory, const std::string& name) {
+    const fs::path path =
+        fs::path(std::u8string(directory.begin(), directory.end())) / std::u8string(name.begin(), name.end());
     const std::u8string text = path.u8string();
     return std::string(text.begin(), text.end());
 }
 
-std::vector<std::string> library_names_in(const fs::path& directory) {
+// Full paths, sorted by file name.
+std::vector<std::string> library_paths_in(const std::string& directory) {
     std::vector<std::string> names;
-    std::error_code code;
-    fs::directory_iterator entry(directory, code);
-    while (!code && entry != fs::directory_iterator()) {
-        std::string name = utf8_of(entry->path().filename());
-        if (platform::is_shared_library_file_name(name)) {
-            names.push_back(std::move(name));
+    try {
+        names = platform::names_in_directory(directory);
+    } catch (const std::system_error& error) {
+        if (error.code() != std::errc::no_such_file_or_directory && error.code() != std::errc::not_a_directory) {
+            throw;
         }
-        entry.increment(code);
     }
-    std::sort(names.begin(), names.end());
+    std::erase_if(names, [](const std::string& name) { return !platform::is_shared_library_file_name(name); });
+    for (std::string& name : names) {
+        name = joined(directory, name);
+    }
     return names;
 }
 
-bool is_of_type(const std::string& path, const std::string& word) {
-    const std::optional<std::string> section = read_metadata_section(path);
-    if (!section) {
-        return false;
+// The type word of a library. Throws: unusable_file, std::system_error.
+std::string type_of(const std::string& path) {
+    for (const metadata_entry& entry : parse_metadata(read_library_metadata(path))) {
+        if (entry.key == "qor-library-type") {
+            return entry.value;
+        }
     }
-    const std::vector<metadata_entry> entries = parse_metadata(*section);
-    return std::any_of(entries.begin(), entries.end(), [&](const metadata_entry& entry) {
-        return entry.key == "qor-library-type" && entry.value == word;
-    });
+    throw unusable_file("its metadata block has no line 'qor-library-type'");
 }
 
 } // namespace
 
 std::vector<std::string> search_local_libraries(const std::string& search_path, const std::string& word) {
-    const fs::path directory(std::u8string(search_path.begin(), search_path.end()));
     std::vector<std::string> libraries;
-    for (const std::string& name : library_names_in(directory)) {
-        std::string path = utf8_of(directory / fs::path(std::u8string(name.begin(), name.end())));
-        if (is_of_type(path, word)) {
-            libraries.push_back(std::move(path));
+    for (std::string& path : library_paths_in(search_path)) {
+        try {
+            if (type_of(path) == word) {
+                libraries.push_back(std::move(path));
+            }
+        } catch (const unusable_file&) {
+            continue;
         }
     }
     return libraries;
+}
+
+library_survey survey_local_libraries(const std::string& search_path) {
+    library_survey survey;
+    for (const std::string& path : library_paths_in(search_path)) {
+        try {
+            survey.libraries.push_back({path, type_of(path)});
+        } catch (const unusable_file& error) {
+            survey.passed_over.push_back({path, error.what()});
+        } catch (const std::system_error& error) {
+            survey.passed_over.push_back({path, "cannot be read: " + error.code().message()});
+        }
+    }
+    return survey;
 }
 
 } // namespace qor::runtime

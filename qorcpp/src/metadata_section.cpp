@@ -1,32 +1,21 @@
 #include "qorcpp/metadata_section.hpp"
 
 #include <algorithm>
+#include <system_error>
 
-#include "elf_section.hpp"
+#include "library_file.hpp"
+#include "unusable_file.hpp"
 
 namespace qor::runtime {
 
-namespace {
-
-using section_reader = std::optional<std::string> (*)(bounded_file& file, std::string_view name,
-                                                      std::size_t size_limit);
-
-// One for each format of library files; each passes over files of the others.
-constexpr section_reader readers[] = {read_elf_section};
-
-// A block is 596 bytes; what is far larger is none.
-constexpr std::size_t section_size_limit = 65536;
-
-} // namespace
-
 std::optional<std::string> read_metadata_section(const std::string& path) {
-    bounded_file file(path);
-    for (const section_reader reader : readers) {
-        if (std::optional<std::string> section = reader(file, ".qorrt", section_size_limit)) {
-            return section;
-        }
+    try {
+        return read_library_metadata(path);
+    } catch (const unusable_file&) {
+        return std::nullopt;
+    } catch (const std::system_error&) {
+        return std::nullopt;
     }
-    return std::nullopt;
 }
 
 std::vector<metadata_entry> parse_metadata(std::string_view section) {

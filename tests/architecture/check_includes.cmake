@@ -1,7 +1,7 @@
 # Run as a script: every #include of the rooms below SOURCE_DIR against the table of who may include whom. A file's rule
 # is the first whose folder it lies in. What is not listed is refused; standard and foreign headers are nobody's business,
 # but those of a platform belong behind qor::platform.
-set(c "qorc/(extensibility/)?[a-z_]+\\.h|qorc/exception_status\\.hpp")
+set(c "qorc/(extensibility/)?[a-z_]+\\.h|qorc/(exception_status|single_service)\\.hpp")
 set(cpp "${c}|qorcpp/(platform/)?[a-z_]+\\.hpp|qorcpp/metadata\\.h")
 set(types "introspection/(xtypes|xtypes/signal|generator)/[a-z_]+\\.hpp")
 set(extractor "qor_tavi_extractor/[a-z_]+\\.h")

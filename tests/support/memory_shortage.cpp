@@ -46,6 +46,9 @@ std::atomic<bool> has_struck{false};
 
 #if TAVI_TEST_HEAP
 
+// The build hides symbols by default.
+#pragma GCC visibility push(default)
+
 extern "C" {
 
 void* TAVI_TEST_REAL(malloc)(std::size_t size);
@@ -115,6 +118,8 @@ void operator delete(void* memory, std::size_t) noexcept {
 void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
+
+#pragma GCC visibility pop
 
 #endif
 

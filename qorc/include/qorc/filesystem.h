@@ -1,7 +1,8 @@
 /*
  * Filesystem: the means by which a parser reaches files besides the description that it is given.
  *
- * A provider opens filesystems; a filesystem stays valid after its provider is gone, until its `close`. Paths are
+ * A provider opens filesystems (that of local files: qorcpp/filesystem_provider.hpp); a filesystem stays valid after its
+ * provider is gone, until its `close`. Paths are
  * UTF-8 with '/' between names. A relative path counts from the root that the filesystem was opened with; the empty
  * root is the process's working directory.
  *
@@ -63,17 +64,6 @@ typedef struct qor_filesystem_provider_support_t {
     uint32_t (*open_filesystem)(void* handle, const char* root, qor_filesystem_t** filesystem,
                                 qor_error_details_t** error);
 } qor_filesystem_provider_support_t;
-
-/* Creates the provider of local files. `locator` is not used and may be null. Status 0 is success. */
-QORC_API uint32_t qor_filesystem_provider_create_default(void** handle, qor_service_locator_t* locator,
-                                                         qor_error_details_t** error);
-
-/* Destroys the provider; null is ignored. Filesystems that it opened stay valid. */
-QORC_API void qor_filesystem_provider_destroy_default(void* handle);
-
-/* The provider's own locator, valid until it is destroyed. */
-QORC_API uint32_t qor_filesystem_provider_get_service_locator_default(void* handle, qor_service_locator_t** locator,
-                                                                      qor_error_details_t** error);
 
 #ifdef __cplusplus
 }

@@ -16,8 +16,9 @@ struct metadata_entry {
     std::string value;
 };
 
-// The bytes of the section as they stand in the file, zero fill included. Empty for a file that cannot be read, is no
-// shared library, is cut short, is damaged or has no such section. Reads headers and section only. `path` is UTF-8.
+// The bytes of the section as they are in the file, zero fill included. Empty for a file that cannot be read, is no
+// shared library, is cut short, is damaged or has no such section: survey_local_libraries gives the reason. Reads
+// headers and section only. `path` is UTF-8.
 QORCPP_API std::optional<std::string> read_metadata_section(const std::string& path);
 
 // The lines of a section up to its first zero byte, in their order. A line without '=' is passed over.

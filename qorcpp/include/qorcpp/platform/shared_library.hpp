@@ -15,8 +15,10 @@ using load_mode = std::uint32_t;
 // Thread: an object is to be used by one thread at a time.
 class QORCPP_API shared_library {
 public:
-    // Does not throw for a file that cannot be loaded: the object then tests as false, and get_last_error tells why,
-    // also after each later get_symbol. `path` is UTF-8.
+    // For a file that the loader refuses the object tests as false, and get_last_error gives the reason, also after
+    // each later get_symbol. `path` is UTF-8. Throws: std::runtime_error "cannot load 'PATH': cut short: ..." for a
+    // library that is shorter than its headers say, which the loader would not notice; std::system_error for a file
+    // that exists and cannot be read.
     explicit shared_library(const std::string& path, load_mode mode = 0);
 
     // Leaves `other` unloaded.
@@ -42,7 +44,7 @@ private:
     std::string load_error_;
 };
 
-// What the platform said about the last failure on this thread; empty before the first.
+// What the platform said about the last failure on this thread, at most 1023 bytes; empty before the first.
 QORCPP_API std::string get_last_error();
 
 } // namespace qor::platform

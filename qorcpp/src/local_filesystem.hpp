@@ -1,15 +1,15 @@
 // The filesystem of the machine as a qor_filesystem_t.
-#ifndef QORC_LOCAL_FILESYSTEM_HPP
-#define QORC_LOCAL_FILESYSTEM_HPP
+#ifndef QORCPP_LOCAL_FILESYSTEM_HPP
+#define QORCPP_LOCAL_FILESYSTEM_HPP
 
 #include "qorc/filesystem.h"
 
-namespace qorc {
+namespace qor {
 
 // Owner: the caller, by the table's `close`. `root` is an existing directory or the empty text.
 // Throws: std::system_error when it is neither, std::bad_alloc.
 qor_filesystem_t* open_local_filesystem(const char* root);
 
-} // namespace qorc
+} // namespace qor
 
 #endif

@@ -8,9 +8,10 @@
 #include <memory>
 #include <vector>
 
-#include "boundary.hpp"
+#include "qorcpp/call_frame.hpp"
+#include "qorcpp/platform/directory.hpp"
 
-namespace qorc {
+namespace qor {
 
 namespace {
 
@@ -34,9 +35,11 @@ std::string text_of(const fs::path& path) {
     throw std::system_error(number, std::generic_category(), std::string(what) + " '" + text_of(path) + "'");
 }
 
+// Numbers of the system are reported as the errno value that they mean.
 void check(const std::error_code& code, const char* what, const fs::path& path) {
     if (code) {
-        throw std::system_error(code, std::string(what) + " '" + text_of(path) + "'");
+        const std::error_condition condition = code.default_error_condition();
+        fail(condition.category() == std::generic_category() ? condition.value() : EIO, what, path);
     }
 }
 
@@ -48,11 +51,13 @@ void check(const std::error_code& code, const char* what, const fs::path& path) 
 // Runs body(path) for the full path of `path`.
 template<typename Body>
 uint32_t with_path(void* context, const char* path, qor_error_details_t** error, Body&& body) noexcept {
-    return at_boundary(error, [&] {
-        check_argument(context, "handle");
-        check_argument(path, "path");
-        body(static_cast<const local_filesystem*>(context)->root / path_of(path));
-    });
+    return guarded_call(
+        [&] {
+            check_argument(context, "handle");
+            check_argument(path, "path");
+            body(static_cast<const local_filesystem*>(context)->root / path_of(path));
+        },
+        error);
 }
 
 uint32_t exists(void* context, const char* path, bool* result, qor_error_details_t** error) {
@@ -177,27 +182,13 @@ uint32_t create_directory(void* context, const char* path, qor_error_details_t**
     });
 }
 
-std::vector<std::string> names_in(const fs::path& directory) {
-    std::vector<std::string> names;
-    std::error_code code;
-    fs::directory_iterator entry(directory, code);
-    check(code, "cannot list", directory);
-    while (entry != fs::directory_iterator()) {
-        names.push_back(text_of(entry->path().filename()));
-        entry.increment(code);
-        check(code, "cannot list", directory);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 uint32_t list(void* context, const char* path, qor_memory_allocator_t* allocator,
               qor_runtime_c_string_sequence_t** names, qor_error_details_t** error) {
     return with_path(context, path, error, [&](const fs::path& full) {
         check_argument(allocator, "allocator");
         check_argument(names, "names");
         *names = nullptr;
-        const std::vector<std::string> found = names_in(full);
+        const std::vector<std::string> found = platform::names_in_directory(text_of(full));
         if (qor_runtime_c_string_sequence_create(allocator, found.size(), names, nullptr) != QOR_STATUS_OK) {
             throw std::bad_alloc();
         }
@@ -212,10 +203,12 @@ uint32_t list(void* context, const char* path, qor_memory_allocator_t* allocator
 }
 
 uint32_t close(void* context, qor_error_details_t** error) {
-    return at_boundary(error, [&] {
-        check_argument(context, "handle");
-        delete static_cast<local_filesystem*>(context);
-    });
+    return guarded_call(
+        [&] {
+            check_argument(context, "handle");
+            delete static_cast<local_filesystem*>(context);
+        },
+        error);
 }
 
 } // namespace
@@ -247,4 +240,4 @@ qor_filesystem_t* open_local_filesystem(const char* root) {
     return &opened.release()->table;
 }
 
-} // namespace qorc
+} // namespace qor

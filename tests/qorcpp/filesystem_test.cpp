@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "qorc/filesystem.h"
+#include "qorcpp/filesystem_provider.hpp"
 #include "tests/support/counting_allocator.hpp"
 #include "tests/support/outcome.hpp"
 #include "tests/support/temporary_directory.hpp"
