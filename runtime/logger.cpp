@@ -33,6 +33,12 @@ std::wstring file_name_of(const std::string& path) {
     return runtime::widen(std::string_view(path).substr(last == std::string::npos ? 0 : last + 1));
 }
 
+// Resolved once: the file of a loaded library keeps its name.
+const std::wstring& module_name() {
+    static const std::wstring name = file_name_of(platform::get_current_module_path());
+    return name;
+}
+
 // A converted text that a record can point to; null stays null.
 class narrowed {
 public:
@@ -83,8 +89,7 @@ void statement::operator()(const char* format, ...) const {
     va_start(arguments, format);
     const message_text message = formatted(format, arguments);
     va_end(arguments);
-    target_->send(level_, file_name_of(platform::get_current_module_path()).c_str(), file_name_of(file_).c_str(),
-                  function_, line_, message.data());
+    target_->send(level_, module_name().c_str(), file_name_of(file_).c_str(), function_, line_, message.data());
 }
 
 } // namespace qor::extensibility::log

@@ -8,10 +8,14 @@
 
 namespace qor::runtime::tavi {
 
+// Ends the context and frees its record, also after a commit; a failure of that goes unreported. A record that is null
+// or has no function for it is left alone.
+void end_context(qor_signal_storage_context_t* table) noexcept;
+
 // Always made with make_shared.
 class context : public std::enable_shared_from_this<context> {
 public:
-    // `owned` makes the destructor end the context, also after a commit; a failure of that goes unreported.
+    // `owned` makes the destructor end the context.
     // Throws: std::runtime_error "invalid signal storage context" when a slot that parsers need is missing.
     context(qor_signal_storage_context_t* table, bool owned);
     context(const context&) = delete;

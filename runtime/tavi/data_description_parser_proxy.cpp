@@ -48,6 +48,7 @@ std::vector<qor_data_description_file_format_t> data_description_parser_proxy::g
     check_slot<format_table>(table.get_supported_file_format, "get_supported_file_format");
     std::vector<qor_data_description_file_format_t> formats;
     const size_t count = table.get_supported_file_format_count(handle);
+    check_count<format_table>(count, QOR_PLUGIN_MAX_FORMATS, "get_supported_file_format_count");
     for (size_t index = 0; index < count; ++index) {
         qor_data_description_file_format_t format{};
         details_owner details;

@@ -1,5 +1,7 @@
 #include "runtime/tavi/data_matcher_proxy.hpp"
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "runtime/details_owner.hpp"
@@ -27,16 +29,10 @@ data_matcher_proxy::data_matcher_proxy(platform::shared_library&& library,
     find_batch_support();
 }
 
-// A matcher that knows nothing of this table must not be worse off for being asked, whatever its locator answers.
 void data_matcher_proxy::find_batch_support() {
-    try {
-        if (has_service<qor_data_matcher_batch_support_t>(*service_locator)) {
-            if (const auto* const table = get_service<qor_data_matcher_batch_support_t>(*service_locator)) {
-                batch_support = *table;
-            }
-        }
-    } catch (...) {
-        batch_support = {};
+    const std::string name = demangled_string<qor_data_matcher_batch_support_t>();
+    if (const void* const table = find_optional_table(*service_locator, name)) {
+        batch_support = *static_cast<const qor_data_matcher_batch_support_t*>(table);
     }
 }
 
@@ -46,6 +42,7 @@ std::vector<const char*> data_matcher_proxy::get_supported_formats() const {
                                                   "get_supported_format_count");
     std::vector<const char*> formats;
     const size_t count = format_support.get_supported_format_count(handle);
+    check_count<qor_data_matcher_format_support_t>(count, QOR_PLUGIN_MAX_FORMATS, "get_supported_format_count");
     for (size_t index = 0; index < count; ++index) {
         const char* format = nullptr;
         details_owner details;
@@ -85,9 +82,36 @@ bool data_matcher_proxy::match(uint64_t subscription_handle, const qor_package_t
     return matched;
 }
 
-std::span<const qor_match_outcome_t> data_matcher_proxy::match_batch(std::span<const uint64_t> handles,
-                                                                     const qor_package_t& package, bool lenient,
-                                                                     std::vector<qor_match_outcome_t>& outcomes) const {
+namespace {
+
+// How many of the outcomes, from the first on, are for handles of the list, in its order.
+// Most lists are without gaps, as a source's subscriptions are made one after another: the place of a handle then is
+// its distance from the first one. With gaps that is the last place where it can be.
+size_t count_valid(std::span<const qor_match_outcome_t> outcomes, std::span<const uint64_t> handles) noexcept {
+    for (size_t index = 0; index < outcomes.size(); ++index) {
+        const uint64_t handle = outcomes[index].subscription_handle;
+        if (handles.empty() || handle < handles.front()) {
+            return index;
+        }
+        size_t place = static_cast<size_t>(std::min<uint64_t>(handle - handles.front(), handles.size() - 1));
+        if (handles[place] != handle) {
+            const auto last = handles.begin() + static_cast<std::ptrdiff_t>(place);
+            place = static_cast<size_t>(std::lower_bound(handles.begin(), last, handle) - handles.begin());
+            if (handles[place] != handle) {
+                return index;
+            }
+        }
+        handles = handles.subspan(place + 1);
+    }
+    return outcomes.size();
+}
+
+} // namespace
+
+data_matcher_proxy::batch_answer data_matcher_proxy::match_batch(std::span<const uint64_t> handles,
+                                                                 const qor_package_t& package, bool lenient,
+                                                                 std::vector<qor_match_outcome_t>& outcomes,
+                                                                 details_owner& details) const {
     if (handles.empty()) {
         return {};
     }
@@ -95,15 +119,22 @@ std::span<const qor_match_outcome_t> data_matcher_proxy::match_batch(std::span<c
         outcomes.resize(handles.size());
     }
     size_t count = 0;
-    details_owner details;
     batch_support.match_batch(handle, &package, handles.data(), handles.size(), lenient, outcomes.data(), &count,
                               details.place());
-    details.rethrow();
     if (count > handles.size()) {
+        details.rethrow();
         throw std::runtime_error(
             "invalid qor_data_matcher_batch_support_t interface, more outcomes than subscriptions");
     }
-    return {outcomes.data(), count};
+    const std::span<const qor_match_outcome_t> stored(outcomes.data(), count);
+    const size_t valid = count_valid(stored, handles);
+    return {stored.first(valid), valid == count};
+}
+
+void data_matcher_proxy::throw_invalid_outcome() {
+    throw std::runtime_error(
+        "invalid qor_data_matcher_batch_support_t interface, an outcome for a subscription that the "
+        "call did not name, or out of order");
 }
 
 } // namespace qor::runtime::tavi

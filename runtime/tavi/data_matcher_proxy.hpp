@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "qorc/extensibility/data_matcher.h"
+#include "runtime/details_owner.hpp"
 #include "runtime/tavi/plugin_proxy.hpp"
 
 namespace qor::runtime::tavi {
@@ -29,16 +30,25 @@ public:
     bool match(uint64_t subscription_handle, const qor_package_t& package, bool lenient,
                qor_match_outcome_t& outcome) const;
 
-    // Asks for all subscriptions of a source and calls `visit` with the outcome of each that the package serves, in the
-    // order of `handles`: by one call of a plug-in that offers it, else by one for each, visited before the next is
-    // asked for. `outcomes` is room that the caller keeps between packages.
+    // Calls `visit` with the outcome of each subscription of a source that the package serves, in the order of
+    // `handles`, which is ascending: by one call of a plug-in that has a batch table, else by one call for each
+    // subscription. Either way the first failure wins, be it of `visit` or of the plug-in: `visit` gets the outcomes
+    // before the failing subscription. `outcomes` is a buffer that the caller keeps between packages. A batch does not
+    // use `handles` after the first visit. Throws: what the plug-in and `visit` throw; std::runtime_error for outcomes
+    // that are not of `handles`.
     template<typename Visitor>
     void for_each_match(std::span<const uint64_t> handles, const qor_package_t& package, bool lenient,
                         std::vector<qor_match_outcome_t>& outcomes, Visitor&& visit) const {
         if (batch_support.match_batch != nullptr) {
-            for (const qor_match_outcome_t& outcome : match_batch(handles, package, lenient, outcomes)) {
+            details_owner details;
+            const batch_answer answer = match_batch(handles, package, lenient, outcomes, details);
+            for (const qor_match_outcome_t& outcome : answer.outcomes) {
                 visit(outcome);
             }
+            if (!answer.is_valid) {
+                throw_invalid_outcome();
+            }
+            details.rethrow();
             return;
         }
         qor_match_outcome_t outcome;
@@ -51,8 +61,15 @@ public:
 
 private:
     void find_batch_support();
-    std::span<const qor_match_outcome_t> match_batch(std::span<const uint64_t> handles, const qor_package_t& package,
-                                                     bool lenient, std::vector<qor_match_outcome_t>& outcomes) const;
+
+    struct batch_answer {
+        std::span<const qor_match_outcome_t> outcomes;
+        // False when an outcome follows that is not of the call.
+        bool is_valid = true;
+    };
+    batch_answer match_batch(std::span<const uint64_t> handles, const qor_package_t& package, bool lenient,
+                             std::vector<qor_match_outcome_t>& outcomes, details_owner& details) const;
+    [[noreturn]] static void throw_invalid_outcome();
 
     qor_data_matcher_support_t support;
     qor_data_matcher_format_support_t format_support;

@@ -9,6 +9,8 @@ namespace qor::runtime::tavi {
 
 namespace {
 
+using description_table = qor_data_processor_data_description_support_t;
+
 constexpr plugin_kind processor_kind{
     "qor_data_processor_create",
     "qor_data_processor_destroy",
@@ -41,11 +43,28 @@ private:
     qor_memory_allocator_t* allocator_;
 };
 
-// The array of records that a plug-in gave, freed by the allocator that made it, also when there is none.
-struct records_array {
-    qor_memory_allocator_t* allocator;
-    qor_dynamic_data_t** records = nullptr;
-    ~records_array() { allocator->free(records, allocator->context); }
+// The array of records that a plug-in gave, freed by the allocator that made it, also when it is null, together with
+// the records that were not taken.
+class records_array {
+public:
+    records_array(qor_memory_allocator_t* allocator, qor_dynamic_data_t** records, uint64_t count) noexcept
+        : allocator_(allocator), records_(records), count_(records != nullptr ? count : 0) {}
+    records_array(const records_array&) = delete;
+    records_array& operator=(const records_array&) = delete;
+    ~records_array() {
+        for (uint64_t index = 0; index < count_; ++index) {
+            qor_dynamic_data_destroy(allocator_, records_[index], nullptr);
+        }
+        allocator_->free(records_, allocator_->context);
+    }
+    qor::runtime::dynamic_data_holder take(uint64_t index) noexcept {
+        return wrap_dynamic_data(std::exchange(records_[index], nullptr), allocator_);
+    }
+
+private:
+    qor_memory_allocator_t* allocator_;
+    qor_dynamic_data_t** records_;
+    uint64_t count_;
 };
 
 } // namespace
@@ -70,6 +89,7 @@ std::vector<qor_data_processor_format_t> data_processor_proxy::get_supported_for
     size_t count = 0;
     format_support.get_supported_format_count(handle, &count, details.place());
     details.rethrow();
+    check_count<qor_data_processor_format_support_t>(count, QOR_PLUGIN_MAX_FORMATS, "get_supported_format_count");
     std::vector<qor_data_processor_format_t> formats;
     for (size_t index = 0; index < count; ++index) {
         qor_data_processor_format_t format{};
@@ -82,10 +102,10 @@ std::vector<qor_data_processor_format_t> data_processor_proxy::get_supported_for
 }
 
 std::vector<std::string> data_processor_proxy::get_data_descriptions() const {
-    if (!has_service<qor_data_processor_data_description_support_t>(*service_locator)) {
+    if (!has_service<description_table>(*service_locator)) {
         throw std::logic_error("the underlying processor does not support data descriptions");
     }
-    const auto* const table = get_service<qor_data_processor_data_description_support_t>(*service_locator);
+    const auto* const table = get_service<description_table>(*service_locator);
     if (table == nullptr || table->get_data_descriptions == nullptr) {
         throw std::logic_error("invalid 'qor_data_processor_data_description_support' interface");
     }
@@ -98,10 +118,15 @@ std::vector<std::string> data_processor_proxy::get_data_descriptions() const {
     if (count != 0 && texts.sequence->strings == nullptr) {
         throw std::logic_error("invalid 'qor_data_processor_data_description_support' interface");
     }
+    if (count > QOR_DATA_PROCESSOR_MAX_DESCRIPTIONS) {
+        texts.sequence->count = 0; // not for the owner to walk through
+        check_count<description_table>(count, QOR_DATA_PROCESSOR_MAX_DESCRIPTIONS, "get_data_descriptions");
+    }
     std::vector<std::string> descriptions;
     for (uint64_t index = 0; index < count; ++index) {
         const char* const text = texts.sequence->strings[index].text;
-        descriptions.emplace_back(text != nullptr ? text : "");
+        check_text<description_table>(text, "get_data_descriptions");
+        descriptions.emplace_back(text);
     }
     texts.destroy();
     return descriptions;
@@ -147,18 +172,17 @@ std::vector<qor::runtime::dynamic_data_holder> data_processor_proxy::process(uin
     details_owner details;
     support.process(handle, subscription_handle, &package, &array, &count, allocator, details.place());
     details.rethrow();
-    const records_array records{allocator, array};
-    std::vector<qor::runtime::dynamic_data_holder> holders;
-    if (array == nullptr && count != 0) {
+    const bool is_countable = count <= QOR_DATA_PROCESSOR_MAX_RECORDS;
+    records_array records(allocator, array, is_countable ? count : 0);
+    check_count<qor_data_processor_support_t>(count, QOR_DATA_PROCESSOR_MAX_RECORDS, "process");
+    // Hosts read every record that they receive.
+    if (count != 0 && (array == nullptr || std::find(array, array + count, nullptr) != array + count)) {
         throw std::invalid_argument("invalid dynamic data state");
     }
+    std::vector<qor::runtime::dynamic_data_holder> holders;
     holders.reserve(count);
     for (uint64_t index = 0; index < count; ++index) {
-        holders.push_back(wrap_dynamic_data(array[index], allocator));
-    }
-    // Hosts read every record that they receive. All are owned by now, so that those beside a missing one are freed.
-    if (std::find(holders.begin(), holders.end(), nullptr) != holders.end()) {
-        throw std::invalid_argument("invalid dynamic data state");
+        holders.push_back(records.take(index));
     }
     return holders;
 }

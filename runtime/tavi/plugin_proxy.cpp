@@ -21,6 +21,46 @@ void check_locator_table(const qor_service_locator_t* table, const char* text) {
     }
 }
 
+namespace {
+
+// Calls a function of a locator. False when it reports a failure.
+template<typename Call>
+bool answers(Call&& call) {
+    details_owner details;
+    std::uint32_t status = QOR_STATUS_OK;
+    try {
+        status = call(details.place());
+    } catch (...) {
+        status = translate_current_exception(details.place());
+    }
+    const std::uint32_t code = qor_error_details_get_code(details.get());
+    if (status == QOR_STATUS_OUT_OF_MEMORY || code == QOR_STATUS_OUT_OF_MEMORY) {
+        throw std::bad_alloc();
+    }
+    return details.get() == nullptr || code == QOR_STATUS_INFORMATION;
+}
+
+} // namespace
+
+void* find_optional_table(const qor::runtime::service_locator& locator, const std::string& service_type) {
+    const qor_service_locator_t* const table = locator.table;
+    if (table == nullptr || table->can_resolve == nullptr || table->resolve == nullptr) {
+        return nullptr;
+    }
+    bool known = false;
+    void* found = nullptr;
+    const bool answered = answers([&](qor_error_details_t** error) {
+        return table->can_resolve(table->context, service_type.c_str(), &known, error);
+    });
+    if (!answered || !known) {
+        return nullptr;
+    }
+    const bool resolved = answers([&](qor_error_details_t** error) {
+        return table->resolve(table->context, service_type.c_str(), &found, error);
+    });
+    return resolved ? found : nullptr;
+}
+
 std::string description_or_default(const qor_error_details_t* details) {
     const char* const description = qor_error_details_get_description(details);
     return description != nullptr ? description : "unknwon error";

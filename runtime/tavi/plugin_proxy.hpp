@@ -42,6 +42,15 @@ void check_text(const char* text, const char* slot) {
     }
 }
 
+// Throws: std::runtime_error "invalid TABLE interface, N from 'SLOT' function exceeds the limit of LIMIT".
+template<typename Table>
+void check_count(uint64_t count, uint64_t limit, const char* slot) {
+    if (count > limit) {
+        throw std::runtime_error("invalid " + demangled_string<Table>() + " interface, " + std::to_string(count) +
+                                 " from '" + slot + "' function exceeds the limit of " + std::to_string(limit));
+    }
+}
+
 // A copy of a resolved table. A locator that reports success and stores nothing counts as one without the table.
 // Throws: what the locator reports; std::runtime_error "missing mandatory TABLE interface".
 template<typename Table>
@@ -52,6 +61,11 @@ Table copy_table(const qor::runtime::service_locator& locator) {
     }
     return *table;
 }
+
+// The address of the table that an optional service has, null when the locator does not offer it or reports a failure:
+// a plug-in that does not know the service must not be worse off for the question, whatever its locator answers.
+// Throws: std::bad_alloc when the answer is that there is no memory.
+void* find_optional_table(const qor::runtime::service_locator& locator, const std::string& service_type);
 
 // The description of a record, or the literal that stands for a missing one.
 std::string description_or_default(const qor_error_details_t* details);

@@ -1,5 +1,6 @@
 #include "runtime/tavi/signal_storage_proxy.hpp"
 
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -95,11 +96,14 @@ std::shared_ptr<context> signal_storage_proxy::open_context(const void* buffer, 
     qor_signal_storage_context_t* table = nullptr;
     details_owner details;
     storage.create_context(storage.context, context_type, buffer, size, name.c_str(), &table, details.place());
+    std::unique_ptr<qor_signal_storage_context_t, decltype(&end_context)> created(table, end_context);
     details.rethrow();
     if (table == nullptr) {
         throw std::runtime_error("invalid signal storage context");
     }
-    return std::make_shared<context>(table, true);
+    auto opened = std::make_shared<context>(table, true);
+    created.release();
+    return opened;
 }
 
 void signal_storage_proxy::checkpoint() const {
@@ -128,6 +132,11 @@ type_node_sequence_holder query_nodes(Slot slot, const char* name, void* context
     details_owner details;
     slot(context, argument, &nodes, details.place());
     auto holder = wrap_nodes(nodes, true);
+    if (nodes != nullptr && nodes->count > QOR_SIGNAL_STORAGE_MAX_NODES) {
+        const uint64_t count = std::exchange(nodes->count, 0); // not for the holder to walk through
+        details.rethrow();
+        check_count<qor_signal_storage_access_t>(count, QOR_SIGNAL_STORAGE_MAX_NODES, name);
+    }
     details.rethrow();
     return holder;
 }
@@ -173,13 +182,15 @@ std::string signal_storage_proxy::get_signature(uint64_t description_id) const {
         const uint32_t status =
             access.get_signature(access.context, description_id, text.data(), &size, details.place());
         if (status == QOR_STATUS_OK) {
+            check_count<qor_signal_storage_access_t>(size, text.size(), "get_signature");
             text.resize(size > 0 ? size - 1 : 0);
             return text;
         }
-        // A storage that asks for no more than it had would otherwise be asked for ever.
+        // A size that was there already would make the question endless.
         if (status != QOR_STATUS_BUFFER_TOO_SMALL || size <= text.size()) {
             throw std::runtime_error(description_or_default(details.get()));
         }
+        check_count<qor_signal_storage_access_t>(size, QOR_SIGNAL_STORAGE_MAX_SIGNATURE_SIZE, "get_signature");
         text.resize(size);
     }
 }

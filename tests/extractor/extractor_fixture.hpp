@@ -101,6 +101,7 @@ protected:
     // ---- subscriptions ----------------------------------------------------------------------------------
     // 0 when it fails, which is a failure of the test.
     std::uint64_t subscribe(const std::string& url);
+    void unsubscribe_all() { EXPECT_EQ(call(api.unsubscribe_all, handle), succeeded); }
 
     // ---- packages; what comes back stands in `handles` and `records` too ------------------------------------------
     outcome try_match(const package& unit, bool strict = false);

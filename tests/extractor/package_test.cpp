@@ -96,6 +96,54 @@ TEST_P(packages, serve_the_subscriptions_that_the_matcher_names_in_their_order) 
     EXPECT_EQ(try_process(unit), failed("unknown error"));
 }
 
+// The first failure wins, whether it is the plug-in's or that of a package which is too short.
+TEST_P(packages, fail_as_subscription_by_subscription) {
+    start_with_subscriptions(3); // 2 to 4
+    const match_answer fits = {true, 0, 1, 1};
+    const match_answer beyond = {true, 7, 2, 2};
+    const outcome short_payload = failed("package payload size 8 is less than match size 2 from offset 7");
+    const outcome late = failed("no time", QOR_STATUS_TIMED_OUT);
+    const std::tuple<match_answer, match_answer, std::uint64_t, outcome> rows[] = {
+        {beyond, fits, 3, short_payload}, {beyond, beyond, 4, short_payload},
+        {fits, beyond, 4, short_payload}, {fits, fits, 4, late},
+        {fits, beyond, 3, late},          {beyond, fits, 2, late},
+    };
+    for (const auto& [first, second, failing, expected] : rows) {
+        matcher.match = {{2, first}, {3, second}, {4, fits}};
+        matcher.answers = {{"match/" + std::to_string(failing), reports(QOR_STATUS_TIMED_OUT, "no time")}};
+        EXPECT_EQ(try_process(unit), expected) << failing;
+        EXPECT_EQ(try_match(unit), late) << failing;
+    }
+}
+
+using batches = packages;
+INSTANTIATE_TEST_SUITE_P(at_once, batches, ::testing::Values(true));
+
+TEST_P(batches, with_outcomes_for_other_subscriptions_are_refused) {
+    start_with_subscriptions(3); // 2 to 4 of this source, 5 to 7 of another one
+    unsubscribe_all();
+    for (const char* const url : {"21#2.View.Plain", "22#2.View.Plain", "21#2.View.Plain", "21#2.View.Plain"}) {
+        subscribe(url); // 8, 10 and 11 of this source
+    }
+    const outcome refused = failed("invalid qor_data_matcher_batch_support_t interface, an outcome for a subscription "
+                                   "that the call did not name, or out of order");
+    const std::pair<std::vector<std::uint64_t>, outcome> rows[] = {
+        {{8}, succeeded},     {{10}, succeeded},  {{11}, succeeded},    {{8, 10, 11}, succeeded},
+        {{8, 11}, succeeded}, {{2}, refused},     {{7}, refused},       {{9}, refused},
+        {{12}, refused},      {{0}, refused},     {{maximum}, refused}, {{8, 8}, refused},
+        {{11, 8}, refused},   {{10, 9}, refused}, {{11, 12}, refused},  {{8, 10, 12}, refused}};
+    for (const auto& [outcomes, expected] : rows) {
+        matcher.outcomes = outcomes;
+        EXPECT_EQ(try_match(unit), expected) << ::testing::PrintToString(outcomes);
+        EXPECT_EQ(try_process(unit), expected) << ::testing::PrintToString(outcomes);
+        EXPECT_THAT(handles, ::testing::ElementsAreArray(expected == succeeded ? outcomes : decltype(handles)()));
+    }
+    matcher.outcomes = {8};
+    matcher.counts["match_batch"] = 4;
+    EXPECT_EQ(try_match(unit), failed("invalid qor_data_matcher_batch_support_t interface, more outcomes than "
+                                      "subscriptions"));
+}
+
 // The matcher says: from `offset` on `size` bytes are there of `expected`. The payload is "abcdefgh".
 TEST_P(packages, give_the_bytes_that_the_matcher_names_and_no_others) {
     start_with_subscriptions(1);

@@ -77,14 +77,14 @@ TEST_F(startup, reports_an_exception_with_the_status_of_its_type) {
     };
     for (const auto& [act, expected] : exceptions) {
         for (const auto& [name, function] : places) {
-            plugin(name).answers = {{function, fakes::acts(act)}};
+            plugin(name).call_backs = {{function, act}};
             const outcome created = create();
             EXPECT_EQ(created == succeeded, handle != nullptr);
             EXPECT_EQ(created == succeeded ? register_descriptions(1, 1, "engine", {}) : created, expected)
                 << name << ' ' << function;
             destroy();
             EXPECT_EQ(host.control.instances, 0) << name << ' ' << function;
-            plugin(name).answers = {};
+            plugin(name).call_backs = {};
         }
         static std::function<void()> by_host;
         by_host = act;

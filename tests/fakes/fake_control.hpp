@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <set>
 #include <string>
@@ -28,7 +29,6 @@ struct answer {
     std::optional<std::uint32_t> code = {}; // of a details record; none is made without it
     std::optional<std::string> text = {};   // its description, null when absent
     bool throws = false;                    // a type that no handler knows
-    std::function<void()> act = {};         // done first; its exception leaves the function
 };
 
 inline answer reports(std::uint32_t code, std::optional<std::string> text) {
@@ -39,9 +39,6 @@ inline answer returns(std::uint32_t status) {
 }
 inline answer throws_unknown() {
     return {.throws = true};
-}
-inline answer acts(std::function<void()> action) {
-    return {.act = std::move(action)};
 }
 
 struct format {
@@ -61,7 +58,7 @@ struct match_answer {
 // "match/2" (subscription handle), "resolve/qor_log_t" (service).
 struct script {
     std::map<std::string, answer> answers = {};
-    std::map<std::string, std::function<void()>> call_backs = {}; // by the same keys: what a call does first
+    std::map<std::string, std::function<void()>> call_backs = {}; // by the same keys: what a call does first, or throws
     std::set<std::string> missing = {}; // tables not offered and slots left null; "locator" for the locator itself
     std::vector<format> formats = {};
     std::uint8_t context_type = 0;
@@ -69,9 +66,15 @@ struct script {
     std::map<std::uint64_t, match_answer> match = {}; // by subscription handle; without one nothing matches
     // The bytes of a processor's records, by subscription handle; a record without them stays null.
     std::map<std::uint64_t, std::vector<std::optional<std::string>>> records = {};
-    bool counts_only = false; // a processor counts its records, a storage its nodes, and gives none
-    std::vector<std::string> descriptions = {};
+    bool counts_only = false;                   // a processor counts its records, a storage its nodes, and gives none
+    std::vector<std::string> descriptions = {}; // "null" has no text
+    std::map<std::string, std::uint64_t> counts = {}; // by function: the count or size that it gives, true or not
+    std::vector<std::uint64_t> outcomes = {};         // what a batch gives instead of the subscriptions that match
 
+    std::uint64_t count_of(const std::string& function, std::uint64_t actual) const {
+        const auto found = counts.find(function);
+        return found != counts.end() ? found->second : actual;
+    }
     const answer* find_answer(const std::string& function, const std::string& subject) const {
         return find(answers, function, subject);
     }
@@ -103,9 +106,14 @@ public:
     std::map<std::uint64_t, std::string> signatures;      // others read "signature 7"
     std::atomic<int> instances{0};                        // plug-in instances and description contexts alive
 
+    // What there is no memory for is left out: a destructor may be the one that calls.
     void record(const std::string& library, const std::string& function, const std::string& arguments) {
         const std::lock_guard lock(mutex_);
-        trace_.emplace_back(function, library + "." + function + (arguments.empty() ? "" : " ") + arguments);
+        try {
+            trace_.emplace_back(function, library + "." + function + (arguments.empty() ? "" : " ") + arguments);
+        } catch (const std::bad_alloc&) {
+            return;
+        }
     }
 
     // The calls of these functions, or of all, so far, "library.function arguments" each; then the record starts anew.

@@ -70,9 +70,6 @@ fake_plugin::~fake_plugin() {
 }
 
 std::uint32_t fake_plugin::give(const answer& scripted, details error) {
-    if (scripted.act) {
-        scripted.act();
-    }
     if (scripted.throws) {
         throw failure_of_its_own();
     }
@@ -100,7 +97,8 @@ std::uint32_t unregister_type(void* handle, std::uint64_t subscription, details 
 }
 
 std::size_t get_format_count(void* handle) {
-    return fake_plugin::of(handle).own.formats.size();
+    const script& own = fake_plugin::of(handle).own;
+    return own.count_of("get_supported_format_count", own.formats.size());
 }
 
 namespace {

@@ -51,10 +51,10 @@ std::uint32_t create_context(void* context, std::uint8_t type, const void* buffe
         table.commit = commit;
         table.destroy = self.slot("context_destroy", destroy_context);
         table.context = self.own.missing.contains("context_context") ? nullptr : made.get();
-        *result = &table;
-        // A context with a hole is nobody's to destroy, so it does not count.
-        self.shared.instances += table.add_1 != nullptr && table.destroy != nullptr && table.context != nullptr;
         self.contexts.push_back(made);
+        // One that cannot be destroyed is not counted.
+        self.shared.instances += table.destroy != nullptr && table.context != nullptr;
+        *result = &table;
     });
 }
 
@@ -105,7 +105,7 @@ std::uint32_t give(const char* function, void* context, std::uint64_t id, qor_ty
             status = qor_type_node_sequence_put(allocator, *result, i, &list[i], error);
         }
         if (status == QOR_STATUS_OK) {
-            (*result)->count = list.size();
+            (*result)->count = self.own.count_of(function, list.size());
         }
         return status;
     });
@@ -144,11 +144,11 @@ std::uint32_t get_signature(void* context, std::uint64_t description, char* buff
         const auto& own = self.shared.signatures;
         const std::string text = own.contains(description) ? own.at(description) : "signature " + subject;
         const bool fits = *size > text.size();
-        *size = text.size() + 1;
+        *size = self.own.count_of("get_signature", text.size() + 1);
         if (!fits) {
             return QOR_STATUS_BUFFER_TOO_SMALL;
         }
-        std::memcpy(buffer, text.c_str(), *size);
+        std::memcpy(buffer, text.c_str(), text.size() + 1);
         return QOR_STATUS_OK;
     });
 }

@@ -36,12 +36,21 @@ std::uint32_t match_batch(void* handle, const qor_package_t*, const std::uint64_
     }
     return self.perform("match_batch", arguments, error, [&] {
         *outcome_count = 0;
-        for (std::size_t i = 0; i < count; ++i) {
+        for (const std::uint64_t handle : self.own.outcomes) {
+            outcomes[(*outcome_count)++] = {handle, 0, 1, 1};
+        }
+        for (std::size_t i = 0; i < count && self.own.outcomes.empty(); ++i) {
+            if (const auto failing = self.own.answers.find("match/" + std::to_string(handles[i]));
+                failing != self.own.answers.end()) {
+                return fake_plugin::give(failing->second, error);
+            }
             const match_answer given = answer_for(self, handles[i]);
             if (given.matched) {
                 outcomes[(*outcome_count)++] = {handles[i], given.offset, given.size, given.expected_size};
             }
         }
+        *outcome_count = self.own.count_of("match_batch", *outcome_count);
+        return std::uint32_t{QOR_STATUS_OK};
     });
 }
 
@@ -82,8 +91,8 @@ std::uint32_t process(void* handle, std::uint64_t subscription, const qor_packag
     const bool preset = *records == nullptr && *count == 0;
     return self.perform("process", std::to_string(subscription) + (preset ? "" : " not preset"), error, [&] {
         const auto found = self.own.records.find(subscription);
-        *count = found != self.own.records.end() ? found->second.size() : 0;
-        if (self.own.counts_only) {
+        *count = self.own.count_of("process", found != self.own.records.end() ? found->second.size() : 0);
+        if (self.own.counts_only || self.own.counts.contains("process")) {
             return;
         }
         *records = static_cast<qor_dynamic_data_t**>(
@@ -133,7 +142,11 @@ std::uint32_t get_data_descriptions(void* handle, qor_memory_allocator_t* alloca
         const auto& texts = self.own.descriptions;
         std::uint32_t status = qor_runtime_c_string_sequence_create(allocator, texts.size(), result, error);
         for (std::size_t i = 0; status == QOR_STATUS_OK && i < texts.size(); ++i) {
-            status = qor_runtime_c_string_sequence_put(allocator, *result, i, texts[i].c_str(), error);
+            const char* const text = texts[i] != "null" ? texts[i].c_str() : nullptr;
+            status = qor_runtime_c_string_sequence_put(allocator, *result, i, text, error);
+        }
+        if (status == QOR_STATUS_OK) {
+            (*result)->count = self.own.count_of("get_data_descriptions", texts.size());
         }
         return status;
     });

@@ -3,6 +3,7 @@
 #include "qorcpp/errors.hpp"
 #include "runtime/enable_service_locator.hpp"
 #include "runtime/filesystem_provider.hpp"
+#include "tests/support/memory_shortage.hpp"
 #include "tests/support/thrown.hpp"
 
 namespace {
@@ -71,6 +72,32 @@ TEST(filesystem_provider, tells_what_is_wrong_and_leaves_no_instance) {
     }
     const fake_provider fake;
     EXPECT_EQ(thrown<file_exists_error>(open_one), "there");
+}
+
+TEST(filesystem_provider, without_memory_leaves_no_filesystem_open) {
+    fake_provider fake;
+    static int open_filesystems = 0;
+    fake.support.open_filesystem = [](void*, const char*, qor_filesystem_t** filesystem, qor_error_details_t**) {
+        static qor_filesystem_t table = {};
+        table.close = [](void*, qor_error_details_t**) -> std::uint32_t { return --open_filesystems, QOR_STATUS_OK; };
+        table.context = &table;
+        ++open_filesystems;
+        *filesystem = &table;
+        return std::uint32_t{QOR_STATUS_OK};
+    };
+    for (tavi::test::memory_shortage::sweep sweep; sweep.next();) {
+        const bool opened = sweep.during([] {
+            try {
+                open_one();
+                return true;
+            } catch (const std::exception&) {
+                return false;
+            }
+        });
+        EXPECT_TRUE(opened || sweep.struck());
+        EXPECT_EQ(open_filesystems, 0) << sweep.number();
+        EXPECT_EQ(fake.alive, 0) << sweep.number();
+    }
 }
 
 TEST(filesystem, closes_what_it_owns_and_swallows_what_closing_reports) {

@@ -6,6 +6,7 @@
 #include "runtime/holders.hpp"
 #include "runtime/memory_allocator.hpp"
 #include "runtime/sanitize_source_name.hpp"
+#include "tests/support/memory_shortage.hpp"
 #include "tests/support/thrown.hpp"
 
 namespace {
@@ -33,6 +34,27 @@ TEST(holders, own_or_leave_alone) {
     EXPECT_EQ(thrown<std::invalid_argument>([&] { make_sequence(nodes); }), "argument 'node' was not initialized");
     EXPECT_EQ(thrown<std::invalid_argument>([&] { clone_node(nullptr); }), "argument 'source' was not initialized");
     EXPECT_EQ(thrown<std::runtime_error>([&] { make_sequence(UINT64_MAX / 2); }), "memory allocation failed");
+}
+
+// Callers read every name of a sequence: one that could not be copied must not look like a node without a name.
+TEST(holders, without_memory_throw) {
+    qor_type_node_t original = {};
+    original.name = "a name that is too long for the buffer inside of a string";
+    const auto copied = [&] {
+        try {
+            std::vector<type_node_holder> nodes;
+            nodes.push_back(clone_node(&original));
+            nodes.push_back(clone_node(&original));
+            const auto sequence = make_sequence(nodes);
+            return std::string_view(sequence->nodes[1].name) == original.name ? 1 : -1;
+        } catch (const std::exception&) {
+            return 0;
+        }
+    };
+    for (tavi::test::memory_shortage::sweep sweep; sweep.next();) {
+        const int result = sweep.during(copied);
+        EXPECT_EQ(result, sweep.struck() ? 0 : 1) << sweep.number();
+    }
 }
 
 TEST(default_memory_allocator, serves_through_its_record) {

@@ -1,10 +1,21 @@
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+
 #include <filesystem>
 #include <string>
 
 #include "runtime/logger.hpp"
 #include "tests/support/thrown.hpp"
+
+// Takes the C library's place in all libraries of the process, and counts.
+static int module_look_ups = 0;
+extern "C" __attribute__((visibility("default"))) int dladdr1(const void* address, Dl_info* info, void** extra,
+                                                              int flags) noexcept {
+    ++module_look_ups;
+    static auto* const real = reinterpret_cast<decltype(&dladdr1)>(dlsym(RTLD_NEXT, "dladdr1"));
+    return real(address, info, extra, flags);
+}
 
 namespace {
 
@@ -63,6 +74,11 @@ TEST(log_statement, tells_its_place_by_file_names_and_evaluates_nothing_without_
     EXPECT_EQ(host.place, "300 " + module + " logger_test.cpp qor::tavi::detail::extractor::register_source " +
                               std::to_string(line));
     EXPECT_FALSE((statement{nullptr, QOR_LOG_LEVEL_ERROR, L"f"}));
+    const int look_ups = module_look_ups;
+    EXPECT_GT(look_ups, 0);
+    statement{target, QOR_LOG_LEVEL_ERROR, L"f"}("again");
+    EXPECT_TRUE(host.place.starts_with("200 " + module)) << host.place;
+    EXPECT_EQ(module_look_ups, look_ups) << "the module's path is resolved once";
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <functional>
 #include <mutex>
+#include <new>
 #include <set>
 #include <utility>
 #include <vector>
@@ -24,8 +25,7 @@ public:
             return of(context).keep(std::realloc(memory, size));
         };
         calloc = [](std::size_t count, std::size_t size, void* context) {
-            of(context).callocs.emplace_back(count, size);
-            return of(context).keep(std::calloc(count, size));
+            return of(context).note(count, size) ? of(context).keep(std::calloc(count, size)) : nullptr;
         };
         aligned_malloc = [](std::size_t alignment, std::size_t size, void* context) {
             return of(context).keep(std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment));
@@ -54,15 +54,29 @@ private:
             copy();
         }
     }
+    // Both give null or false where the test itself is without memory.
+    bool note(std::size_t count, std::size_t size) {
+        const std::lock_guard lock(mutex_);
+        try {
+            callocs.emplace_back(count, size);
+            return true;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    }
     void* keep(void* memory) {
         call_host_back();
         const std::lock_guard lock(mutex_);
-        if (++allocations == fail_at) {
-            std::free(memory);
-            return nullptr;
+        try {
+            if (++allocations != fail_at && memory != nullptr) {
+                blocks_.insert(memory);
+                return memory;
+            }
+        } catch (const std::bad_alloc&) {
+            // as a failure of this allocator
         }
-        blocks_.insert(memory);
-        return memory;
+        std::free(memory);
+        return nullptr;
     }
     void forget(void* memory) {
         const std::lock_guard lock(mutex_);

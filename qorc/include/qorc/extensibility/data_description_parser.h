@@ -52,6 +52,7 @@ typedef struct qor_data_description_file_format_t {
 
 /* Service "qor_data_description_parser_format_support_t", resolved anew for each use. */
 typedef struct qor_data_description_parser_format_support_t {
+    /* At most QOR_PLUGIN_MAX_FORMATS. */
     size_t (*get_supported_file_format_count)(void* handle);
     uint32_t (*get_supported_file_format)(void* handle, size_t index, qor_data_description_file_format_t* format,
                                           qor_error_details_t** error);

@@ -51,6 +51,7 @@ typedef struct qor_data_matcher_support_t {
 
 /* Service "qor_data_matcher_format_support_t", mandatory. */
 typedef struct qor_data_matcher_format_support_t {
+    /* At most QOR_PLUGIN_MAX_FORMATS. */
     size_t (*get_supported_format_count)(void* handle);
     /* A format type specifier as it stands in packages; valid as long as the plug-in is loaded. */
     uint32_t (*get_supported_format)(void* handle, size_t index, const char** format, qor_error_details_t** error);
@@ -74,10 +75,12 @@ typedef struct qor_data_matcher_batch_support_t {
      * handles        the source's subscriptions, ascending, `handle_count` of them; valid and unchanged until the
      *                function returns, also when it calls back
      * outcomes       room for `handle_count` outcomes
-     * outcome_count  receives how many were stored
+     * outcome_count  preset to 0, receives how many were stored
      *
      * Stores, in the order of `handles`, an outcome for each that qor_data_matcher_support_t::match would call matched,
-     * with the same values. Details fail the whole package, exactly when one of those calls would.
+     * with the same values. An outcome for a handle that is not in `handles`, or out of order, fails the whole package.
+     * Details fail it too, exactly when one of those calls would: the outcomes that are stored then are those of the
+     * handles before the failing one, and a package that is too short for one of them is reported as such.
      */
     uint32_t (*match_batch)(void* handle, const qor_package_t* package, const uint64_t* handles, size_t handle_count,
                             bool lenient, qor_match_outcome_t* outcomes, size_t* outcome_count,

@@ -20,6 +20,10 @@
 extern "C" {
 #endif
 
+/* Limits of what one call gives. A processor that counts more is refused: the call fails. */
+#define QOR_DATA_PROCESSOR_MAX_RECORDS 16777216  /* records of `process` */
+#define QOR_DATA_PROCESSOR_MAX_DESCRIPTIONS 4096 /* texts of `get_data_descriptions` */
+
 /* Service "qor_data_processor_support_t", mandatory. Each slot is tested when it is used. */
 typedef struct qor_data_processor_support_t {
     /*
@@ -36,10 +40,11 @@ typedef struct qor_data_processor_support_t {
      *
      * records  receives an array of pointers, allocated with `allocator`, or null; the caller frees it with that
      *          allocator's `free`, also when count is 0
-     * count    receives the number of records
+     * count    receives the number of records, at most QOR_DATA_PROCESSOR_MAX_RECORDS
      *
      * Records are made with `allocator` and used as they are: the processor sets handle and sizes. It is called for
-     * each handle of the source, also for those that it declined or that have ended: it gives no records for them.
+     * each handle of the source, also for those that it declined or that have ended: it gives no records for them. With
+     * details nothing is taken over: the processor frees what it made.
      */
     uint32_t (*process)(void* handle, uint64_t subscription_handle, const qor_package_t* package,
                         qor_dynamic_data_t*** records, uint64_t* count, qor_memory_allocator_t* allocator,
@@ -59,6 +64,7 @@ typedef struct qor_data_processor_format_t {
 
 /* Service "qor_data_processor_format_support_t", mandatory. Unlike a matcher's, the count comes through a parameter. */
 typedef struct qor_data_processor_format_support_t {
+    /* At most QOR_PLUGIN_MAX_FORMATS. */
     uint32_t (*get_supported_format_count)(void* handle, size_t* count, qor_error_details_t** error);
     uint32_t (*get_supported_format)(void* handle, size_t index, qor_data_processor_format_t* format,
                                      qor_error_details_t** error);
@@ -84,7 +90,10 @@ typedef struct qor_data_processor_data_source_binding_t {
  * language "sdl". A processor that takes a source must have it, with an empty list when it brings none.
  */
 typedef struct qor_data_processor_data_description_support_t {
-    /* The caller frees the sequence with the same allocator. */
+    /*
+     * The caller frees the sequence with the same allocator. It has at most QOR_DATA_PROCESSOR_MAX_DESCRIPTIONS texts,
+     * none of which is null: one without text fails the registration.
+     */
     uint32_t (*get_data_descriptions)(void* handle, qor_memory_allocator_t* allocator,
                                       qor_runtime_c_string_sequence_t** descriptions, qor_error_details_t** error);
 } qor_data_processor_data_description_support_t;

@@ -35,6 +35,12 @@ extern "C" {
 #endif
 
 /*
+ * Limit of the formats that one plug-in gives. A plug-in that counts more of them is refused: it fails the start of the
+ * extractor (of the registration, for processors).
+ */
+#define QOR_PLUGIN_MAX_FORMATS 4096
+
+/*
  * handle        receives the instance
  * host_locator  the locator that the host gave to the extractor, null when it gave none; valid as long as the instance
  *

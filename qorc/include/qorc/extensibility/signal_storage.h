@@ -48,6 +48,10 @@ extern "C" {
 #define QOR_SIGNAL_STORAGE_READ_ONLY UINT32_C(1)  /* as the open mode: for hosts, who cannot choose that */
 #define QOR_SIGNAL_STORAGE_MUST_EXIST UINT32_C(2) /* a file that is missing is an error, it is not created */
 
+/* Limits of what one query gives. A storage that counts more is refused: the query fails. */
+#define QOR_SIGNAL_STORAGE_MAX_NODES 16777216       /* nodes of a sequence */
+#define QOR_SIGNAL_STORAGE_MAX_SIGNATURE_SIZE 65536 /* bytes of a signature, terminator counted */
+
 /*
  * A description context: one description on its way into the storage. The record lives in the storage and is handed to
  * the parser as it stands. All nodes enter in one transaction.
@@ -123,7 +127,7 @@ typedef struct qor_signal_storage_t {
 
 /*
  * Service "qor_signal_storage_access_t": thirteen fields. Nodes and sequences that come back belong to the caller, who
- * frees them under the default allocator.
+ * frees them under the default allocator. A sequence has at most QOR_SIGNAL_STORAGE_MAX_NODES nodes.
  */
 typedef struct qor_signal_storage_access_t {
     /* The node of the last level of a path, names joined by '.', the view first. Id 0 searches all descriptions. */
@@ -146,7 +150,7 @@ typedef struct qor_signal_storage_access_t {
     void* reserved_8;
     /*
      * The signature of a description. `*size` is the room in bytes and becomes what is needed, terminator counted. Too
-     * little room: QOR_STATUS_BUFFER_TOO_SMALL without details.
+     * little room: QOR_STATUS_BUFFER_TOO_SMALL without details. At most QOR_SIGNAL_STORAGE_MAX_SIGNATURE_SIZE.
      */
     uint32_t (*get_signature)(void* context, uint64_t description_id, char* buffer, size_t* size,
                               qor_error_details_t** error);
