@@ -126,6 +126,40 @@ TEST_F(parallel, writes_rows_of_one_chunk_that_are_too_many_to_keep) {
     EXPECT_TRUE(one == run(2));
 }
 
+TEST_F(parallel, counts_unknown_ids_as_one_thread) {
+    std::string log;
+    for (int frame = 0; frame < 3000; ++frame) {
+        char line[64];
+        std::snprintf(line, sizeof line, "(%d.0) can%d 18FE%02X%02X#00\n", frame, frame % 3, frame % 7, frame % 11);
+        log += line;
+    }
+    write("x.log", log);
+    options.chunk_size = 1000;
+    const outcome one = run(1);
+    EXPECT_NE(one.messages.find("most frequent: 18FE0000 (39 frames), 18FE0001 (39 frames)"), std::string::npos)
+        << one.messages;
+    EXPECT_TRUE(one == run(3));
+}
+
+// What one thread and several read until the output fails differs; each account adds up.
+TEST_F(parallel, accounts_for_all_frames_when_the_output_fails) {
+    std::string log;
+    for (int frame = 0; frame < 30000; ++frame) {
+        log += "(" + std::to_string(frame) + ".0) can0 0C0#0400\n";
+    }
+    write("x.log", log);
+    options.output = "/dev/full";
+    for (const std::size_t jobs : {1, 3}) {
+        const outcome ended = run(jobs);
+        std::smatch counts;
+        ASSERT_TRUE(std::regex_search(ended.report, counts, std::regex("\"frames\":([0-9]+),\"matched\":([0-9]+)")));
+        EXPECT_EQ(counts[1], counts[2]);
+        EXPECT_NE(ended.report.find("\"output\":\"failed\""), std::string::npos);
+        EXPECT_EQ(ended.messages.find("written in"), std::string::npos) << ended.messages;
+        EXPECT_EQ(ended.messages.find("lost: nothing"), std::string::npos);
+    }
+}
+
 // A pipe that brings nothing for a while must not keep back what went wrong.
 TEST_F(parallel, ends_a_wait_for_more_when_the_run_has_failed) {
     shell("mkfifo in");

@@ -75,9 +75,9 @@ TEST_P(transcript, is_what_the_commands_print) {
 INSTANTIATE_TEST_SUITE_P(pages, transcript,
                          ::testing::Values("README.md", "tests/tavi/transcripts/decode.md",
                                            "tests/tavi/transcripts/endings.md", "tests/tavi/transcripts/files.md",
-                                           "tests/tavi/transcripts/j1939.md", "tests/tavi/transcripts/malformed.md",
-                                           "tests/tavi/transcripts/messages.md", "tests/tavi/transcripts/sources.md",
-                                           "tests/tavi/transcripts/streams.md"));
+                                           "tests/tavi/transcripts/formats.md", "tests/tavi/transcripts/j1939.md",
+                                           "tests/tavi/transcripts/malformed.md", "tests/tavi/transcripts/messages.md",
+                                           "tests/tavi/transcripts/sources.md", "tests/tavi/transcripts/streams.md"));
 
 } // namespace
 } // namespace tavi::test

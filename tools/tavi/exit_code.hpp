@@ -27,6 +27,12 @@ public:
     const std::string hint;
 };
 
+// The output cannot be written.
+class output_error : public command_error {
+public:
+    using command_error::command_error;
+};
+
 } // namespace tavi::tool
 
 #endif

@@ -13,12 +13,13 @@
 
 #include "qorcpp/platform/stream.hpp"
 #include "tavi/candump_reader.hpp"
-#include "tavi/nmea_reader.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/decode/frame_decoder.hpp"
+#include "tools/tavi/decode/log_input.hpp"
 #include "tools/tavi/decode/memory_input.hpp"
 #include "tools/tavi/decode/nmea_input.hpp"
 #include "tools/tavi/decode/selection.hpp"
+#include "tools/tavi/decode/unknown_ids.hpp"
 #include "tools/tavi/output/row_writer.hpp"
 #include "tools/tavi/output/written_files.hpp"
 #include "tools/tavi/parallel/parallel_decoder.hpp"
@@ -31,15 +32,6 @@ namespace tavi::tool {
 
 namespace {
 
-std::unique_ptr<qor::platform::input_stream> open_log(const decode_options& options) {
-    try {
-        return options.log == "-" ? std::make_unique<qor::platform::input_stream>()
-                                  : std::make_unique<qor::platform::input_stream>(options.log);
-    } catch (const std::system_error& error) {
-        throw command_error(printable(options.log) + ": error: cannot be read: " + error.code().message());
-    }
-}
-
 decode_options with_jobs(decode_options options) {
     if (options.jobs == 0) {
         options.jobs = std::max(1U, std::thread::hardware_concurrency());
@@ -47,14 +39,24 @@ decode_options with_jobs(decode_options options) {
     return options;
 }
 
+// "a, b and c"
+std::string listed(const std::vector<std::string>& names) {
+    constexpr std::size_t shown = 10;
+    std::string text;
+    for (std::size_t at = 0; at < std::min(names.size(), shown); ++at) {
+        const bool last = at != 0 && at + 1 == names.size();
+        text += (at == 0 ? "" : last ? " and " : ", ") + printable(names[at]);
+    }
+    return names.size() <= shown ? text : text + " and " + std::to_string(names.size() - shown) + " more";
+}
+
 // One decode, from the opened files to the account.
 class decode_run {
 public:
     explicit decode_run(const decode_options& options)
-        : options_(with_jobs(options)), messages_(options.catalogue.strict), input_(open_log(options)),
-          progress_(input_->size()) {
+        : options_(with_jobs(options)), messages_(options.catalogue.strict) {
         totals_.log = log_name(options);
-        messages_.set_before_print([this] { progress_.clear(); });
+        messages_.set_before_print([this] { clear_progress(); });
         if (!options.report.empty()) {
             report_.emplace(options.report);
         }
@@ -62,30 +64,24 @@ public:
 
     exit_code run() {
         const auto start = std::chrono::steady_clock::now();
-        bool wanted = true;
         try {
             decode();
             close_output();
         } catch (const qor::platform::closed_pipe_error&) {
-            wanted = false;
+            totals_.rows = account::output::closed;
             totals_.interrupted = qor::platform::interrupted();
+        } catch (const output_error& error) {
+            totals_.rows = account::output::failed;
+            fail(error);
         } catch (const command_error& error) {
-            failure_.emplace(error);
-            close_after_failure();
-        } catch (...) {
-            close_after_failure();
-            print_part();
-            throw;
+            fail(error);
+        } catch (const std::exception& error) {
+            fail(command_error(std::string("tavi: error: ") + printable(error.what())));
         }
         totals_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        totals_.damaged_lines = messages_.count(topic::damaged_line);
-        totals_.first_damaged = messages_.first_place(topic::damaged_line);
-        totals_.first_short = messages_.first_place(topic::short_frame);
-        totals_.left_out = messages_.count(topic::left_out);
-        totals_.first_left_out = messages_.first_place(topic::left_out);
-        totals_.description_warnings = messages_.count(topic::description) + totals_.left_out;
+        count_messages();
         totals_.code = result();
-        close(wanted);
+        close();
         if (failure_) {
             throw command_error(*failure_);
         }
@@ -94,17 +90,20 @@ public:
 
 private:
     void decode();
+    void open_log();
+    void count_messages();
+    void fail(const command_error& error);
     void close_output();
     void close_after_failure() noexcept;
     void print_part();
-    bool is_nmea();
     bool is_parallel() const;
-    std::size_t read_head_or_log(char* buffer, std::size_t room);
     std::size_t read_log(char* buffer, std::size_t room, block_output& output);
     void read_frames(catalogue& known, selection& wanted, row_writer& rows, block_output& output);
     void read_frames_in_parallel(catalogue& known, selection& wanted, block_output& output);
     void read_memory(catalogue& known, selection& wanted, row_writer& rows);
-    void note_unused_descriptions(const std::function<bool(const std::string&)>& has_interface);
+    void note_unused_descriptions(const std::vector<std::string>& interfaces);
+    void note_unknown_ids(const id_counts& ids, const std::vector<std::string>& interfaces, const catalogue& known,
+                          selection& wanted);
 
     exit_code result() const {
         if (failure_) {
@@ -113,12 +112,20 @@ private:
         if (totals_.interrupted) {
             return exit_code::interrupted;
         }
-        return totals_.lost_something() ? exit_code::incomplete : exit_code::done;
+        const bool incomplete = totals_.lost_something() && totals_.rows != account::output::closed;
+        return incomplete ? exit_code::incomplete : exit_code::done;
     }
 
-    void close(bool wanted) {
-        progress_.clear();
-        if (started_ && wanted) {
+    void clear_progress() {
+        if (progress_) {
+            progress_->clear();
+        }
+    }
+
+    // A run whose output was closed ends quietly.
+    void close() {
+        clear_progress();
+        if (started_ && totals_.rows != account::output::closed) {
             messages_.print_rest();
             messages_.print(format_account(totals_));
             print_part();
@@ -143,22 +150,22 @@ private:
     const decode_options options_;
     diagnostics messages_;
     account totals_;
-    std::unique_ptr<qor::platform::input_stream> input_;
-    progress_bar progress_;
+    std::optional<log_input> log_;
+    std::optional<progress_bar> progress_;
     std::optional<block_output> report_;
     std::optional<block_output> output_;
     // Where rows of a run that was not ended are kept; empty for none.
     std::string part_;
     std::optional<command_error> failure_;
     bool started_ = false;
-    // What was read of the log to see what it is, and how much of that was used again.
-    std::string head_;
-    std::size_t head_used_ = 0;
     std::uint64_t done_ = 0;
 };
 
 void decode_run::decode() {
-    const bool nmea = is_nmea();
+    open_log();
+    // What is wrong with a description is reported before a pipe is waited for.
+    const bool late = log_->is_pipe_with_descriptions();
+    const bool nmea = !late && log_->is_nmea();
     const bool parallel = !nmea && options_.memory.empty() && is_parallel();
     catalogue known(options_.catalogue, messages_, parallel);
     if (nmea) {
@@ -170,8 +177,15 @@ void decode_run::decode() {
 
     block_output& output = output_.emplace(options_.output);
     row_writer rows(output, options_.format);
+    if (late && log_->is_nmea()) {
+        throw command_error("tavi: error: the log is NMEA 0183, it needs no description", exit_code::usage,
+                            "--input nmea reads it, without -d");
+    }
     started_ = true;
     rows.write_header();
+    if (!log_->size()) {
+        output.flush();
+    }
     if (nmea) {
         totals_.unit = "sentence";
         const auto source = [&](char* buffer, std::size_t room) { return read_log(buffer, room, output); };
@@ -183,6 +197,31 @@ void decode_run::decode() {
     } else {
         read_memory(known, wanted, rows);
     }
+    totals_.complete = !qor::platform::interrupted();
+    if (totals_.complete) {
+        count_messages();
+        log_->check_something_read(totals_);
+    }
+}
+
+void decode_run::open_log() {
+    log_.emplace(options_);
+    progress_.emplace(log_->size());
+}
+
+void decode_run::count_messages() {
+    totals_.damaged_lines = messages_.count(topic::damaged_line);
+    totals_.first_damaged = messages_.first_place(topic::damaged_line);
+    totals_.first_short = messages_.first_place(topic::short_frame);
+    totals_.left_out = messages_.count(topic::left_out);
+    totals_.first_left_out = messages_.first_place(topic::left_out);
+    totals_.description_warnings = messages_.count(topic::description) + totals_.left_out;
+}
+
+void decode_run::fail(const command_error& error) {
+    failure_.emplace(error);
+    totals_.error = error.what();
+    close_after_failure();
 }
 
 // Rows of an interrupted run do not replace those of a whole one.
@@ -214,52 +253,18 @@ void decode_run::print_part() {
     }
 }
 
-// Looks at the beginning of the log where nothing else tells what it is. A pipe that comes with descriptions is not
-// waited for.
-bool decode_run::is_nmea() {
-    if (options_.input != input_kind::automatic || !options_.memory.empty()) {
-        return options_.input == input_kind::nmea;
-    }
-    const catalogue_options& given = options_.catalogue;
-    if (!input_->size() && !(given.descriptions.empty() && given.storage.empty())) {
-        return false;
-    }
-    constexpr std::size_t looked_at = 65536;
-    std::optional<bool> found;
-    for (std::size_t count = 1; !found && count != 0 && head_.size() < looked_at;) {
-        const std::size_t used = head_.size();
-        head_.resize(looked_at);
-        try {
-            count = input_->read(head_.data() + used, looked_at - used);
-        } catch (const std::system_error& error) {
-            throw command_error(printable(totals_.log) + ": error: cannot be read: " + error.code().message());
-        }
-        head_.resize(used + count);
-        found = host::nmea_reader::recognise(head_);
-    }
-    return found.value_or(false);
-}
-
 // Whether more than one thread may decode. A log that is small has no time to win.
 bool decode_run::is_parallel() const {
-    return options_.jobs > 1 &&
-           input_->size().value_or(options_.shortest_parallel_log) >= options_.shortest_parallel_log;
-}
-
-std::size_t decode_run::read_head_or_log(char* buffer, std::size_t room) {
-    const std::size_t count = std::min(room, head_.size() - head_used_);
-    head_.copy(buffer, count, head_used_);
-    head_used_ += count;
-    return count != 0 ? count : input_->read(buffer, room);
+    return options_.jobs > 1 && log_->size().value_or(options_.shortest_parallel_log) >= options_.shortest_parallel_log;
 }
 
 std::size_t decode_run::read_log(char* buffer, std::size_t room, block_output& output) {
-    if (head_used_ == head_.size() && !input_->size()) {
+    if (log_->may_wait()) {
         output.flush();
     }
-    const std::size_t count = read_head_or_log(buffer, room);
+    const std::size_t count = log_->read(buffer, room);
     done_ += count;
-    progress_.advance(done_, totals_.values);
+    progress_->advance(done_, totals_.values);
     return count;
 }
 
@@ -273,25 +278,27 @@ void decode_run::read_frames(catalogue& known, selection& wanted, row_writer& ro
     } catch (...) {
         rethrow_with_place(std::current_exception(), totals_.log, reader.line_number());
     }
-    note_unused_descriptions(
-        [&](const std::string& name) { return std::find(names.begin(), names.end(), name) != names.end(); });
+    note_unused_descriptions(names);
+    note_unknown_ids(decoder.unknown_ids(), names, known, wanted);
 }
 
 void decode_run::read_frames_in_parallel(catalogue& known, selection& wanted, block_output& output) {
     output.flush();
-    chunk_cutter cutter([&](char* buffer, std::size_t room) { return read_head_or_log(buffer, room); }, !input_->size(),
-                        options_.chunk_size, [&] { input_->end(); });
+    chunk_cutter cutter([&](char* buffer, std::size_t room) { return log_->read(buffer, room); }, !log_->size(),
+                        options_.chunk_size, [&] { log_->end(); });
     parallel_decoder decoder(options_, known, wanted, output, messages_, totals_,
-                             [&](std::uint64_t bytes) { progress_.advance(bytes, totals_.values); });
+                             [&](std::uint64_t bytes) { progress_->advance(bytes, totals_.values); });
     decoder.run(cutter);
-    note_unused_descriptions([&](const std::string& name) { return decoder.interfaces().find(name).has_value(); });
+    const std::vector<std::string> names = decoder.interfaces().names();
+    note_unused_descriptions(names);
+    note_unknown_ids(decoder.unknown_ids(), names, known, wanted);
 }
 
 void decode_run::read_memory(catalogue& known, selection& wanted, row_writer& rows) {
     totals_.unit = "memory block";
     try {
-        decode_memory(options_, *input_, known, wanted, rows, messages_, totals_);
-        note_unused_descriptions([](const std::string& name) { return name == memory_source_name; });
+        decode_memory(options_, log_->stream(), known, wanted, rows, messages_, totals_);
+        note_unused_descriptions({memory_source_name});
     } catch (const host::error& error) {
         throw command_error(printable(totals_.log) + ": error: " + printable(error.what()), exit_code::plugin_failed);
     } catch (const std::system_error& error) {
@@ -300,13 +307,23 @@ void decode_run::read_memory(catalogue& known, selection& wanted, row_writer& ro
 }
 
 // A description for an interface that never came is a slip of the pen more often than not.
-void decode_run::note_unused_descriptions(const std::function<bool(const std::string&)>& has_interface) {
-    for (const std::string& text : options_.catalogue.descriptions) {
+void decode_run::note_unused_descriptions(const std::vector<std::string>& interfaces) {
+    std::vector<std::string> arguments = options_.catalogue.descriptions;
+    arguments.insert(arguments.end(), options_.catalogue.signatures.begin(), options_.catalogue.signatures.end());
+    for (const std::string& text : arguments) {
         const std::string source = parse_description(text).source;
-        if (!qor::platform::interrupted() && !source.empty() && !has_interface(source)) {
+        const bool came = std::find(interfaces.begin(), interfaces.end(), source) != interfaces.end();
+        if (!qor::platform::interrupted() && !source.empty() && !came) {
             messages_.print("tavi: note: " + printable(text) + " was not used: the log has no interface " +
-                            printable(source) + '\n');
+                            printable(source) + (interfaces.empty() ? "" : ", it has " + listed(interfaces)) + '\n');
         }
+    }
+}
+
+void decode_run::note_unknown_ids(const id_counts& ids, const std::vector<std::string>& interfaces,
+                                  const catalogue& known, selection& wanted) {
+    if (totals_.unknown_ids != 0 && !totals_.has_known_ids()) {
+        messages_.print(unknown_ids_note(ids, interfaces, known, wanted));
     }
 }
 

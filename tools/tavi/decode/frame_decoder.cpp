@@ -47,7 +47,6 @@ frame_decoder::frame_decoder(const decode_options& options, catalogue& catalogue
 
 // Most frames of most runs end here: nobody asked for them.
 inline void frame_decoder::decode(const host::candump_reader& reader, const host::candump_frame& frame) {
-    ++totals_.frames;
     if ((frame.id & (qor::can_remote_bit | qor::can_error_bit)) != 0) {
         ++((frame.id & qor::can_error_bit) != 0 ? totals_.error_frames : totals_.remote);
         return;
@@ -58,7 +57,15 @@ inline void frame_decoder::decode(const host::candump_reader& reader, const host
     interface_routes& interface = *interfaces_[frame.channel];
     const std::uint32_t number = interface.find(frame.id);
     if (number == interface_routes::not_selected || number == interface_routes::unknown) {
-        ++(number == interface_routes::unknown ? totals_.unknown_ids : totals_.not_selected);
+        if (number == interface_routes::unknown) {
+            ++totals_.unknown_ids;
+            // Of use only as long as nothing else comes.
+            if (!totals_.has_known_ids()) {
+                unknown_ids_.add(frame.id);
+            }
+            return;
+        }
+        ++totals_.not_selected;
         return;
     }
     decode_wanted(reader, frame, interface, interface[number]);

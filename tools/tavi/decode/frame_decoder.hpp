@@ -16,6 +16,7 @@
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/decode/interface_routes.hpp"
 #include "tools/tavi/decode/selection.hpp"
+#include "tools/tavi/decode/unknown_ids.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/output/row_writer.hpp"
 #include "tools/tavi/report/account.hpp"
@@ -36,6 +37,9 @@ public:
     // All frames that the reader gives. Throws: command_error, in a strict run at the first line that is damaged or
     // frame that is too short; host::error when a plug-in fails; what the reader throws.
     void decode_all(host::candump_reader& reader);
+
+    // Ids that no description of their interface has, all of them while `totals` had none that are known.
+    const id_counts& unknown_ids() const noexcept { return unknown_ids_; }
 
 private:
     void decode(const host::candump_reader& reader, const host::candump_frame& frame);
@@ -67,6 +71,7 @@ private:
     // Numbers of messages.
     std::set<std::size_t> told_unreadable_;
     std::set<std::size_t> told_shared_;
+    id_counts unknown_ids_;
     host::can_package package_;
     host::record_list records_;
     std::vector<host::reading> readings_;

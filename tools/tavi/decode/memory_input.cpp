@@ -59,7 +59,6 @@ std::string range_text(const memory_place& place, std::size_t size) {
 }
 
 void count_values(account& totals, std::uint64_t values) {
-    ++totals.frames;
     totals.values = values;
     ++(values != 0 ? totals.matched : totals.without_values);
 }

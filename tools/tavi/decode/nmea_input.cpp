@@ -51,7 +51,6 @@ bool decode_sentence(const host::nmea_sentence& sentence, host::package_builder&
     if (decoder.served(refusals)) {
         return false;
     }
-    ++totals.frames;
     ++(values != 0 ? totals.matched : totals.without_values);
     return true;
 }

@@ -17,10 +17,10 @@ void checked(const std::string& name, Action action) {
     try {
         action();
     } catch (const qor::platform::folder_error& error) {
-        throw command_error(printable(name) + ": error: cannot be written: " + error.code().message(),
-                            exit_code::failed, "a file can only be written where its folder takes new files");
+        throw output_error(printable(name) + ": error: cannot be written: " + error.code().message(), exit_code::failed,
+                           "a file can only be written where its folder takes new files");
     } catch (const std::system_error& error) {
-        throw command_error(printable(name) + ": error: cannot be written: " + error.code().message());
+        throw output_error(printable(name) + ": error: cannot be written: " + error.code().message());
     }
 }
 

@@ -86,13 +86,13 @@ protected:
 // that, nothing of it is left when the object ends.
 class block_output final : public row_output {
 public:
-    // Standard output for an empty path. Throws: command_error when the file cannot be written.
+    // Standard output for an empty path. Throws: output_error when the file cannot be written.
     explicit block_output(const std::string& path);
 
     // Lines past the block, behind what stands in it. Throws: as flush.
     void write_through(std::string_view lines);
 
-    // Throws: qor::platform::closed_pipe_error, command_error when writing fails.
+    // Throws: qor::platform::closed_pipe_error, output_error when writing fails.
     void flush();
 
     // Flushes, closes and gives the file its name. Throws: as flush.

@@ -38,6 +38,12 @@ public:
         return names_[number];
     }
 
+    // All of them, in order.
+    std::vector<std::string> names() const {
+        const std::lock_guard lock(mutex_);
+        return names_;
+    }
+
 private:
     mutable std::mutex mutex_;
     std::vector<std::string> names_;

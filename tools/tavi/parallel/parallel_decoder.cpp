@@ -57,7 +57,10 @@ public:
           reader_([this](std::string_view name) { return number_of(name); }) {
         known_.report_to(messages_);
     }
-    ~worker() { known_.report_to(owner_.messages_); }
+    ~worker() {
+        known_.report_to(owner_.messages_);
+        owner_.keep(decoder_.unknown_ids());
+    }
     worker(const worker&) = delete;
     worker& operator=(const worker&) = delete;
 
@@ -165,15 +168,34 @@ void parallel_decoder::start_another() {
 
 // One at a time, in the order of the log.
 void parallel_decoder::write(log_chunk& chunk) {
-    output_.write_through(chunk.whole_rows());
+    std::exception_ptr failure;
+    try {
+        output_.write_through(chunk.whole_rows());
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    // It was read and decoded all the same.
     totals_ += chunk.counts;
     report(chunk);
     lines_ += chunk.lines;
+    if (failure != nullptr) {
+        std::rethrow_exception(failure);
+    }
     if (chunk.failure != nullptr) {
         rethrow_with_place(chunk.failure, totals_.log, lines_);
     }
     bytes_ += chunk.bytes_read;
     written_(bytes_);
+}
+
+// Counts that there is no memory for are left out: they are for a hint only.
+void parallel_decoder::keep(const id_counts& unknown) noexcept {
+    try {
+        const std::lock_guard lock(ids_mutex_);
+        unknown_ids_.add(unknown);
+    } catch (const std::exception&) {
+        return;
+    }
 }
 
 void parallel_decoder::report(const log_chunk& chunk) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
@@ -14,6 +15,7 @@
 
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/decode/selection.hpp"
+#include "tools/tavi/decode/unknown_ids.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/parallel/chunk_queue.hpp"
@@ -40,6 +42,8 @@ public:
     void run(chunk_cutter& cutter);
 
     const interface_names& interfaces() const noexcept { return interfaces_; }
+    // See frame_decoder. To be asked after `run`.
+    const id_counts& unknown_ids() const noexcept { return unknown_ids_; }
 
 private:
     class worker;
@@ -47,6 +51,7 @@ private:
     void work(worker& decoder, const std::function<void()>& on_full_chunk) noexcept;
     void start_another();
     void write(log_chunk& chunk);
+    void keep(const id_counts& unknown) noexcept;
     void report(const log_chunk& chunk);
 
     const decode_options& options_;
@@ -58,6 +63,8 @@ private:
     std::function<void(std::uint64_t)> written_;
     interface_names interfaces_;
     silent_kinds silent_{};
+    std::mutex ids_mutex_;
+    id_counts unknown_ids_;
     std::unique_ptr<chunk_queue> chunks_;
     std::vector<std::thread> threads_;
     // Of the chunks that are written.

@@ -27,12 +27,16 @@ std::string seconds_text(double seconds) {
     return std::string(buffer, end);
 }
 
+const char* output_text(account::output rows) {
+    return rows == account::output::written ? "written" : rows == account::output::closed ? "closed" : "failed";
+}
+
 } // namespace
 
 frame_counts& frame_counts::operator+=(const frame_counts& other) noexcept {
-    for (const auto count : {&frame_counts::frames, &frame_counts::matched, &frame_counts::unknown_ids,
-                             &frame_counts::not_selected, &frame_counts::without_values, &frame_counts::remote,
-                             &frame_counts::error_frames, &frame_counts::short_frames, &frame_counts::values}) {
+    for (const auto count : {&frame_counts::matched, &frame_counts::unknown_ids, &frame_counts::not_selected,
+                             &frame_counts::without_values, &frame_counts::remote, &frame_counts::error_frames,
+                             &frame_counts::short_frames, &frame_counts::values}) {
         this->*count += other.*count;
     }
     return *this;
@@ -64,12 +68,24 @@ std::string format_account(const account& totals) {
         lost.push_back(plural(totals.left_out, "part", "parts") + " of descriptions (first: " + totals.first_left_out +
                        ')');
     }
-    return "tavi: " + plural(totals.frames, (totals.unit + " read").c_str(), (totals.unit + "s read").c_str()) + ": " +
-           join(frames) +
+    const bool failed = totals.rows == account::output::failed;
+    if (failed) {
+        lost.push_back("rows that could not be written");
+    }
+    if (!totals.complete && !totals.interrupted) {
+        lost.push_back("the rest of the log");
+    }
+    return "tavi: " + plural(totals.frames(), (totals.unit + " read").c_str(), (totals.unit + "s read").c_str()) +
+           ": " + join(frames) +
            (totals.comment_lines != 0 ? "; " + plural(totals.comment_lines, "comment line", "comment lines") : "") +
-           "\ntavi: lost: " + (lost.empty() ? "nothing" : join(lost)) +
-           "\ntavi: " + plural(totals.values, "value written", "values written") + " in " +
-           seconds_text(totals.seconds) + " s" + (totals.interrupted ? ", then interrupted" : "") + '\n';
+           "\ntavi: lost: " + (lost.empty() ? "nothing" : join(lost)) + "\ntavi: " +
+           (failed ? plural(totals.values, "value decoded", "values decoded")
+                   : plural(totals.values, "value written", "values written")) +
+           " in " + seconds_text(totals.seconds) + " s" +
+           (failed               ? ", the output is incomplete"
+            : totals.interrupted ? ", then interrupted"
+                                 : "") +
+           '\n';
 }
 
 std::string account_json(const account& totals) {
@@ -77,7 +93,7 @@ std::string account_json(const account& totals) {
         return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
     };
     const nlohmann::ordered_json report{{"log", totals.log},
-                                        {"frames", totals.frames},
+                                        {"frames", totals.frames()},
                                         {"matched", totals.matched},
                                         {"unknown_ids", totals.unknown_ids},
                                         {"not_selected", totals.not_selected},
@@ -95,6 +111,8 @@ std::string account_json(const account& totals) {
                                         {"values", totals.values},
                                         {"seconds", totals.seconds},
                                         {"interrupted", totals.interrupted},
+                                        {"output", output_text(totals.rows)},
+                                        {"error", place(totals.error)},
                                         {"exit_code", static_cast<int>(totals.code)}};
     // Foreign names may hold bytes that are no UTF-8.
     return report.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';

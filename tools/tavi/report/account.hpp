@@ -11,7 +11,6 @@ namespace tavi::tool {
 
 // Each frame read is counted once among matched, unknown_ids, not_selected, without_values, remote and error_frames.
 struct frame_counts {
-    std::uint64_t frames = 0;
     std::uint64_t matched = 0;        // gave at least one value
     std::uint64_t unknown_ids = 0;    // no description of their interface has the id
     std::uint64_t not_selected = 0;   // of messages of which nothing was asked for
@@ -21,6 +20,14 @@ struct frame_counts {
 
     std::uint64_t short_frames = 0; // with less data than the message has, signals were left out
     std::uint64_t values = 0;
+
+    // All that were read.
+    std::uint64_t frames() const noexcept {
+        return matched + unknown_ids + not_selected + without_values + remote + error_frames;
+    }
+
+    // Whether a frame of a message of the descriptions was among them.
+    bool has_known_ids() const noexcept { return (matched | not_selected | without_values) != 0; }
 
     frame_counts& operator+=(const frame_counts& other) noexcept;
 };
@@ -40,6 +47,11 @@ struct account : frame_counts {
 
     double seconds = 0;
     bool interrupted = false;
+    // Whether the log was read to its end.
+    bool complete = false;
+    // What became of the rows: all written, not all since the output's reader closed it, not all since writing failed.
+    enum class output { written, closed, failed } rows = output::written;
+    std::string error; // what ended the run, one line without line end; empty for none
     exit_code code = exit_code::done;
 
     bool lost_something() const noexcept { return short_frames != 0 || damaged_lines != 0 || left_out != 0; }
