@@ -13,9 +13,9 @@ namespace qor::storage {
 std::unique_ptr<catalogue> catalogue::open(const std::string& uri, const open_options& options) {
     auto connection = std::make_unique<database>(uri, options);
     if (connection->in_memory()) {
-        return std::make_unique<memory_catalogue>(std::move(connection));
+        return std::make_unique<memory_catalogue>(std::move(connection), options.must_exist);
     }
-    return std::make_unique<sqlite_catalogue>(std::move(connection));
+    return std::make_unique<sqlite_catalogue>(std::move(connection), options.must_exist);
 }
 
 std::uint64_t catalogue::description_id(std::string_view signature) {

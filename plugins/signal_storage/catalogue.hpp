@@ -21,14 +21,14 @@ namespace qor::storage {
 class catalogue {
 public:
     // `uri` is a URI as SQLite reads it, or a plain path. The parameter "busy_timeout" gives the milliseconds for which
-    // a lock of another process is waited for, 5000 without it.
+    // a lock of another process is waited for, 5000 without it. What is refused leaves no file that was not there.
     static std::unique_ptr<catalogue> open(const std::string& uri, const open_options& options);
 
     virtual ~catalogue() = default;
 
-    // The caller owns the node. Description 0: the lowest id that has the path. Of equal paths in one description the
+    // Description 0: the lowest id that has the path. Of equal paths in one description the
     // one that was added first.
-    virtual qor_type_node_t* find_node(std::uint64_t description_id, std::string_view path) = 0;
+    virtual owned_node find_node(std::uint64_t description_id, std::string_view path) = 0;
 
     virtual node_sequence roots(std::uint64_t description_id) = 0;
     virtual node_sequence children(std::uint64_t node_id) = 0;

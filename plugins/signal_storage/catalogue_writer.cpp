@@ -5,36 +5,16 @@
 #include <string_view>
 #include <utility>
 
+#include "plugins/signal_storage/checked_row.hpp"
+#include "plugins/signal_storage/description_row.hpp"
+#include "plugins/signal_storage/description_table.hpp"
 #include "plugins/signal_storage/node_id.hpp"
 #include "plugins/signal_storage/node_row.hpp"
+#include "plugins/signal_storage/path_bucket.hpp"
 
 namespace qor::storage {
 
 namespace {
-
-// By number, 0 unused. `order` receives the numbers in the order of the walk.
-std::vector<catalogue_writer::position_range> walk_depth_first(const std::vector<pending_node>& nodes,
-                                                               std::vector<std::uint32_t>& order) {
-    std::vector<catalogue_writer::position_range> ranges(nodes.size());
-    order.reserve(nodes.size());
-    std::uint32_t node = nodes[0].first_child;
-    std::uint32_t position = 0;
-    while (node != 0) {
-        ranges[node].position = ++position;
-        order.push_back(node);
-        if (nodes[node].first_child != 0) {
-            node = nodes[node].first_child;
-            continue;
-        }
-        ranges[node].last = position;
-        while (node != 0 && nodes[node].next_sibling == 0) {
-            node = nodes[node].parent;
-            ranges[node].last = position;
-        }
-        node = nodes[node].next_sibling; // that of number 0 is 0
-    }
-    return ranges;
-}
 
 void append_json_text(std::string& json, std::string_view text) {
     constexpr char digits[] = "0123456789ABCDEF";
@@ -57,62 +37,89 @@ void append_json_text(std::string& json, std::string_view text) {
 
 } // namespace
 
+// Where the nodes are when the tree is walked depth first, counted from 1. By number, 0 unused.
+struct catalogue_writer::tree {
+    explicit tree(const std::vector<pending_node>& nodes) : positions(nodes.size()), lasts(nodes.size()) {
+        order.reserve(nodes.size());
+        std::uint32_t node = nodes[0].first_child;
+        std::uint32_t position = 0;
+        while (node != 0) {
+            positions[node] = ++position;
+            order.push_back(node);
+            if (nodes[node].first_child != 0) {
+                node = nodes[node].first_child;
+                continue;
+            }
+            lasts[node] = position;
+            while (node != 0 && nodes[node].next_sibling == 0) {
+                node = nodes[node].parent;
+                lasts[node] = position;
+            }
+            node = nodes[node].next_sibling; // that of number 0 is 0
+        }
+    }
+
+    node_row row(const std::vector<pending_node>& nodes, std::uint64_t description_id, std::uint32_t number) const {
+        const pending_node& node = nodes[number];
+        node_row row;
+        row.place = {make_node_id(description_id, positions[number]), make_node_id(description_id, lasts[number]),
+                     node.depth, node.child_count};
+        row.node = make_record(node, description_id, number);
+        if (node.kind == QOR_TYPE_NODE_SIGNAL && node.signal.signal_suffix_length != 0) {
+            row.suffix = {node.signal.signal_suffix, node.signal.signal_suffix_length};
+        }
+        return row;
+    }
+
+    std::vector<std::uint32_t> order; // the numbers in the order of the walk
+    std::vector<std::uint32_t> positions;
+    std::vector<std::uint32_t> lasts; // position of the last node below; the node's own when there is none
+};
+
 catalogue_writer::catalogue_writer(database& owner)
-    : insert_description_(owner, "INSERT INTO description (id, signature, name, context_type, content_size, "
-                                 "node_count, view_count) VALUES (?,?,?,?,?,?,?)"),
-      insert_node_(owner, insert_node_sql),
-      insert_path_(owner, "INSERT INTO node_path_hash (hash, node, position) VALUES (?,?,?)"),
-      insert_text_(owner, "INSERT INTO description_text (description, texts) VALUES (?,?)") {}
+    : insert_description_(owner, insert_sql("description", columns_of<description_row>())),
+      insert_node_(owner, insert_sql("node", columns_of<node_row>())),
+      insert_path_bucket_(owner, insert_sql("path_bucket", columns_of<path_bucket_row>())),
+      insert_text_(owner, "INSERT INTO description_text (description, texts) VALUES (?,?)"),
+      count_description_(owner, "UPDATE catalogue SET description_count = description_count + 1") {}
 
 void catalogue_writer::write(const description_identity& identity, std::uint64_t description_id,
                              const pending_description& content) {
-    write_description(identity, description_id, content);
-    write_nodes(description_id, content);
+    const std::vector<pending_node>& nodes = content.nodes();
+    const tree tree(nodes);
+    std::vector<row_digest> hashes;
+    hashes.reserve(tree.order.size());
+    for (const std::uint32_t number : tree.order) {
+        hashes.push_back(hash_row(tree.row(nodes, description_id, number)));
+    }
+    description_row row{description_id,        identity.signature.c_str(), identity.name.c_str(), identity.context_type,
+                        identity.content_size, tree.order.size(),          nodes[0].child_count,  {}};
+    const digest whole = digest_of(row, hashes);
+    row.digest = whole;
+    execution insertion(insert_description_);
+    insert_row(insertion, row, hash_row(row), 0);
+    execution(count_description_).run();
+    write_nodes(description_id, content, tree, hashes, seal_of(whole));
+    write_paths(description_id, content, tree.positions, seal_of(whole));
     write_texts(description_id, content);
 }
 
-void catalogue_writer::write_description(const description_identity& identity, std::uint64_t description_id,
-                                         const pending_description& content) {
-    execution insertion(insert_description_);
-    insertion.bind(1, description_id);
-    insertion.bind(2, std::string_view(identity.signature));
-    insertion.bind(3, std::string_view(identity.name));
-    insertion.bind(4, std::uint64_t{identity.context_type});
-    insertion.bind(5, identity.content_size);
-    insertion.bind(6, std::uint64_t{content.nodes().size() - 1});
-    insertion.bind(7, std::uint64_t{content.nodes()[0].child_count});
-    insertion.run();
-}
-
-void catalogue_writer::write_nodes(std::uint64_t description_id, const pending_description& content) {
-    const std::vector<pending_node>& nodes = content.nodes();
-    std::vector<std::uint32_t> order;
-    const std::vector<position_range> ranges = walk_depth_first(nodes, order);
+void catalogue_writer::write_nodes(std::uint64_t description_id, const pending_description& content, const tree& tree,
+                                   const std::vector<row_digest>& hashes, row_digest seal) {
     execution insertion(insert_node_);
-    for (const std::uint32_t number : order) {
-        const pending_node& node = nodes[number];
-        write_node_row(insertion, make_record(node, description_id, number),
-                       {make_node_id(description_id, ranges[number].position),
-                        make_node_id(description_id, ranges[number].last), node.depth, node.child_count});
+    auto hash = hashes.begin();
+    for (const std::uint32_t number : tree.order) {
+        insert_row(insertion, tree.row(content.nodes(), description_id, number), *hash++, seal);
     }
-    write_paths(description_id, nodes, ranges);
 }
 
-// In the order of the index, so that entries are appended: half the time of any other order.
-void catalogue_writer::write_paths(std::uint64_t description_id, const std::vector<pending_node>& nodes,
-                                   const std::vector<position_range>& ranges) {
-    std::vector<std::pair<std::int64_t, std::uint32_t>> entries; // hash as SQLite compares it, number
-    entries.reserve(nodes.size());
-    for (std::uint32_t number = 1; number < nodes.size(); ++number) {
-        entries.emplace_back(static_cast<std::int64_t>(nodes[number].path_hash), number);
-    }
-    std::sort(entries.begin(), entries.end());
-    execution insertion(insert_path_);
-    for (const auto& [hash, number] : entries) {
-        insertion.bind(1, static_cast<std::uint64_t>(hash));
-        insertion.bind(2, make_node_id(description_id, number));
-        insertion.bind(3, make_node_id(description_id, ranges[number].position));
-        insertion.run();
+void catalogue_writer::write_paths(std::uint64_t description_id, const pending_description& content,
+                                   const std::vector<std::uint32_t>& positions, row_digest seal) {
+    execution insertion(insert_path_bucket_);
+    std::uint64_t number = 0;
+    for (const std::vector<std::uint8_t>& entries : make_path_buckets(content.nodes(), positions)) {
+        const path_bucket_row row{make_node_id(description_id, number++), entries};
+        insert_row(insertion, row, hash_row(row), seal);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "plugins/signal_storage/description_identity.hpp"
+#include "plugins/signal_storage/digest.hpp"
 #include "plugins/signal_storage/pending_description.hpp"
 #include "plugins/signal_storage/statement.hpp"
 
@@ -13,12 +14,6 @@ namespace qor::storage {
 
 class catalogue_writer {
 public:
-    // Where a node stands when the tree is walked depth first, counted from 1.
-    struct position_range {
-        std::uint32_t position;
-        std::uint32_t last; // of the nodes below; the node's own when there are none
-    };
-
     explicit catalogue_writer(database& owner);
 
     // Inserts the description with this id, all its nodes and texts.
@@ -26,17 +21,19 @@ public:
     void write(const description_identity& identity, std::uint64_t description_id, const pending_description& content);
 
 private:
-    void write_description(const description_identity& identity, std::uint64_t description_id,
-                           const pending_description& content);
-    void write_nodes(std::uint64_t description_id, const pending_description& content);
-    void write_paths(std::uint64_t description_id, const std::vector<pending_node>& nodes,
-                     const std::vector<position_range>& ranges);
+    struct tree;
+
+    void write_nodes(std::uint64_t description_id, const pending_description& content, const tree& tree,
+                     const std::vector<row_digest>& hashes, row_digest seal);
+    void write_paths(std::uint64_t description_id, const pending_description& content,
+                     const std::vector<std::uint32_t>& positions, row_digest seal);
     void write_texts(std::uint64_t description_id, const pending_description& content);
 
     statement insert_description_;
     statement insert_node_;
-    statement insert_path_;
+    statement insert_path_bucket_;
     statement insert_text_;
+    statement count_description_;
 };
 
 } // namespace qor::storage

@@ -1,10 +1,14 @@
 #include "plugins/signal_storage/database.hpp"
 
+#include <charconv>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
 #include "plugins/signal_storage/statement.hpp"
+#include "plugins/signal_storage/uri_parameter.hpp"
 #include "qorcpp/errors.hpp"
 
 namespace qor::storage {
@@ -14,9 +18,8 @@ namespace {
 constexpr int default_busy_timeout_ms = 5000;
 constexpr int longest_busy_timeout_ms = 86400000;
 
-bool asks_for_reading_only(const char* filename) {
-    const char* const mode = sqlite3_uri_parameter(filename, "mode");
-    return (mode != nullptr && std::string_view(mode) == "ro") || sqlite3_uri_boolean(filename, "immutable", 0) != 0;
+bool asks_for_reading_only(const std::string& uri) {
+    return uri_parameter(uri, "mode") == "ro" || is_true(uri_parameter(uri, "immutable").value_or(""));
 }
 
 } // namespace
@@ -39,10 +42,13 @@ database::~database() {
     sqlite3_close_v2(handle_);
 }
 
+// Parameters are looked at before SQLite opens the file, since opening makes one that is missing.
 void database::open(const std::string& uri, const open_options& options) {
+    const int busy_timeout = busy_timeout_of(uri);
+    read_only_ = options.read_only || asks_for_reading_only(uri);
     // Calls are serialised by the owner of the connection, so that SQLite need not lock once more.
     int flags = SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
-    if (options.read_only) {
+    if (read_only_) {
         flags |= SQLITE_OPEN_READONLY;
     } else {
         flags |= SQLITE_OPEN_READWRITE | (options.must_exist ? 0 : SQLITE_OPEN_CREATE);
@@ -53,24 +59,30 @@ void database::open(const std::string& uri, const open_options& options) {
     }
     const char* const filename = sqlite3_db_filename(handle_, "main");
     in_memory_ = filename == nullptr || *filename == '\0';
-    bool reading_asked = options.read_only;
-    sqlite3_int64 busy_timeout = default_busy_timeout_ms;
     if (!in_memory_) {
         const char* const file_system = sqlite3_uri_parameter(filename, "vfs");
         in_memory_ = file_system != nullptr && std::string_view(file_system) == "memdb";
         name_ = filename;
-        reading_asked = reading_asked || asks_for_reading_only(filename);
-        busy_timeout = sqlite3_uri_int64(filename, "busy_timeout", busy_timeout);
     }
-    if (busy_timeout < 0 || busy_timeout > longest_busy_timeout_ms) {
-        fail("the URI's busy_timeout is not between 0 and 86400000 milliseconds");
-    }
-    sqlite3_busy_timeout(handle_, static_cast<int>(busy_timeout));
+    sqlite3_busy_timeout(handle_, busy_timeout);
     // Without the right to write SQLite opens for reading and fails at the first write only.
-    if (!reading_asked && sqlite3_db_readonly(handle_, "main") == 1) {
+    if (!read_only_ && sqlite3_db_readonly(handle_, "main") == 1) {
         fail("the file cannot be written; add '?mode=ro' to its URI to read it only");
     }
-    read_only_ = reading_asked;
+}
+
+int database::busy_timeout_of(const std::string& uri) const {
+    const std::optional<std::string> text = uri_parameter(uri, "busy_timeout");
+    if (!text) {
+        return default_busy_timeout_ms;
+    }
+    int value = -1;
+    const char* const end = text->data() + text->size();
+    const auto [stop, fault] = std::from_chars(text->data(), end, value);
+    if (fault != std::errc() || stop != end || value < 0 || value > longest_busy_timeout_ms) {
+        fail("the URI's busy_timeout is not a number of milliseconds between 0 and 86400000");
+    }
+    return value;
 }
 
 void database::configure() {
@@ -89,10 +101,23 @@ void database::execute(const char* sql) {
     }
 }
 
+void database::roll_back() noexcept {
+    // SQLite ends a transaction by itself after some failures; a second ROLLBACK would be an error of no interest.
+    if (sqlite3_get_autocommit(handle_) == 0) {
+        sqlite3_exec(handle_, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}
+
 std::int64_t database::query_integer(const char* sql) {
     statement query(*this, sql);
     execution row(query);
     return row.next() ? row.integer(0) : 0;
+}
+
+std::uint32_t database::data_version() const noexcept {
+    std::uint32_t version = 0;
+    sqlite3_file_control(handle_, "main", SQLITE_FCNTL_DATA_VERSION, &version);
+    return version;
 }
 
 void database::fail(int status) const {
@@ -111,13 +136,13 @@ void database::fail(const std::string& text) const {
 }
 
 transaction::transaction(database& owner) : database_(owner) {
+    database_.roll_back();
     database_.execute("BEGIN IMMEDIATE");
 }
 
 transaction::~transaction() {
-    // SQLite ends a transaction by itself after some failures; a second ROLLBACK would be an error of no interest.
-    if (open_ && sqlite3_get_autocommit(database_.handle()) == 0) {
-        sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    if (open_) {
+        database_.roll_back();
     }
 }
 

@@ -32,8 +32,14 @@ public:
     // Runs statements that give no rows; what they give is dropped.
     void execute(const char* sql);
 
+    // Ends a transaction that is open, also one that an earlier failure left open.
+    void roll_back() noexcept;
+
     // The first column of the first row, 0 without a row.
     std::int64_t query_integer(const char* sql);
+
+    // Changes with each commit of this or another connection. Requires: a transaction that has read something.
+    std::uint32_t data_version() const noexcept;
 
     // Throws for a status of SQLite other than success: runtime::timed_out_error for a lock that was not released in
     // time, std::bad_alloc, std::runtime_error "signal storage 'NAME': TEXT".
@@ -42,6 +48,7 @@ public:
 
 private:
     void open(const std::string& uri, const open_options& options);
+    int busy_timeout_of(const std::string& uri) const;
     void configure();
 
     sqlite3* handle_ = nullptr;
@@ -50,8 +57,8 @@ private:
     bool read_only_ = false;
 };
 
-// BEGIN to COMMIT; what was not committed when it goes out of scope is rolled back. An immediate one takes the write
-// lock at once.
+// BEGIN IMMEDIATE, which takes the write lock at once, to COMMIT; what was not committed when it goes out of scope is
+// rolled back.
 class transaction {
 public:
     explicit transaction(database& owner);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "plugins/signal_storage/node_id.hpp"
+#include "plugins/signal_storage/open_options.hpp"
 #include "qorcpp/fnv.hpp"
 
 namespace qor::storage {
@@ -78,12 +79,16 @@ std::vector<std::uint32_t> walk(node_reference top) {
 
 } // namespace
 
-memory_catalogue::memory_catalogue(std::unique_ptr<database> connection) : connection_(std::move(connection)) {
-    const bool shared = is_shared(connection_->name());
-    descriptions_ = shared ? memory_descriptions::of_name(connection_->name(), read_only())
-                           : std::make_shared<memory_descriptions>();
-    if (read_only() && (!shared || descriptions_ == nullptr)) {
-        fail("there is no catalogue, and the storage is opened for reading only");
+memory_catalogue::memory_catalogue(std::unique_ptr<database> connection, bool must_exist)
+    : connection_(std::move(connection)) {
+    const bool must_be_there = must_exist || read_only();
+    if (is_shared(connection_->name())) {
+        descriptions_ = memory_descriptions::of_name(connection_->name(), must_be_there);
+    } else if (!must_be_there) {
+        descriptions_ = std::make_shared<memory_descriptions>();
+    }
+    if (descriptions_ == nullptr) {
+        fail(no_catalogue_text(must_exist));
     }
 }
 
@@ -104,7 +109,7 @@ memory_catalogue::node_reference memory_catalogue::find(std::uint64_t node_id) c
     return {found, static_cast<std::uint32_t>(number)};
 }
 
-qor_type_node_t* memory_catalogue::find_node(std::uint64_t description_id, std::string_view path) {
+owned_node memory_catalogue::find_node(std::uint64_t description_id, std::string_view path) {
     const std::uint64_t hash = fnv1a(path);
     node_reference found{nullptr, 0};
     if (description_id != 0) {

@@ -19,10 +19,10 @@ class memory_catalogue final : public catalogue {
 public:
     // Of the connection only name and mode are used. With a name behind a '/' ("file:/name?vfs=memdb") all that are
     // open in the process under that name at a time are one catalogue, else each is its own.
-    // Throws: what fail() throws when there is nothing to read and it may not write.
-    explicit memory_catalogue(std::unique_ptr<database> connection);
+    // Throws: what fail() throws when none is open under that name and it `must_exist` or is only to be read.
+    memory_catalogue(std::unique_ptr<database> connection, bool must_exist);
 
-    qor_type_node_t* find_node(std::uint64_t description_id, std::string_view path) override;
+    owned_node find_node(std::uint64_t description_id, std::string_view path) override;
     node_sequence roots(std::uint64_t description_id) override;
     node_sequence children(std::uint64_t node_id) override;
     node_sequence hierarchy(std::uint64_t node_id) override;

@@ -3,6 +3,7 @@
 #define PLUGINS_SIGNAL_STORAGE_NODE_SEQUENCE_HPP
 
 #include <cstdint>
+#include <memory>
 #include <utility>
 
 #include "qorc/type_node.h"
@@ -10,13 +11,20 @@
 
 namespace qor::storage {
 
+struct node_destroyer {
+    void operator()(qor_type_node_t* node) const noexcept {
+        qor_type_node_destroy(qor_get_default_allocator(), node, nullptr);
+    }
+};
+using owned_node = std::unique_ptr<qor_type_node_t, node_destroyer>;
+
 // A deep copy of a node.
-inline qor_type_node_t* clone(const qor_type_node_t& node) {
+inline owned_node clone(const qor_type_node_t& node) {
     qor_type_node_t* copy = nullptr;
     qor_error_details_t* details = nullptr;
     qor_type_node_clone(qor_get_default_allocator(), &node, &copy, &details);
     rethrow_details(details);
-    return copy;
+    return owned_node(copy);
 }
 
 // Owns a sequence until it is released to the caller.

@@ -2,70 +2,24 @@
 
 #include <string>
 
+#include "plugins/signal_storage/checked_row.hpp"
+#include "plugins/signal_storage/description_row.hpp"
+#include "plugins/signal_storage/node_row.hpp"
+#include "plugins/signal_storage/open_options.hpp"
+#include "plugins/signal_storage/path_bucket.hpp"
+
 namespace qor::storage {
 
 namespace {
 
-// A node's id is (description id << 32) + its number in the order of adding. Its position is the same for the order
-// in which a reader walks the tree, parents first: below a node stand the positions up to `last`. Both are equal when
-// a parser adds depth first, so that only other nodes need the index from id to position. A view has depth 1.
-//
-// The column "presence" of an object has its group_ids.
-//
-// Columns without a type keep doubles as they are: a REAL column would make 0.0 of -0.0.
-constexpr const char* tables_sql = R"sql(
-CREATE TABLE description (
-    id           INTEGER PRIMARY KEY,
-    signature    TEXT    NOT NULL UNIQUE,
-    name         TEXT    NOT NULL,
-    context_type INTEGER NOT NULL,
-    content_size INTEGER NOT NULL,
-    node_count   INTEGER NOT NULL,
-    view_count   INTEGER NOT NULL
+constexpr std::int64_t version_without_digests = 1;
+
+constexpr const char* other_tables_sql = R"sql(
+CREATE TABLE catalogue (
+    description_count INTEGER NOT NULL
 );
-CREATE TABLE node (
-    position       INTEGER PRIMARY KEY,
-    id             INTEGER NOT NULL,
-    last           INTEGER NOT NULL,
-    depth          INTEGER NOT NULL,
-    child_count    INTEGER NOT NULL,
-    parent         INTEGER NOT NULL,
-    kind           INTEGER NOT NULL,
-    name           TEXT    NOT NULL,
-    comment        TEXT,
-    cycle          INTEGER,
-    address        INTEGER,
-    flags          INTEGER,
-    offset         INTEGER,
-    element_count  INTEGER,
-    element_size   INTEGER,
-    bit_offset     INTEGER,
-    bit_length     INTEGER,
-    raw_kind       INTEGER,
-    converted_kind INTEGER,
-    encoding       INTEGER,
-    byte_order     INTEGER,
-    multiplexing   INTEGER,
-    presence       TEXT,
-    numerator_x2,
-    numerator_x1,
-    numerator_x0,
-    denominator_x2,
-    denominator_x1,
-    denominator_x0,
-    minimum,
-    maximum,
-    unit           TEXT,
-    value_table    TEXT,
-    suffix         TEXT
-);
+INSERT INTO catalogue VALUES (0);
 CREATE UNIQUE INDEX node_by_id ON node (id) WHERE id <> position;
-CREATE TABLE node_path_hash (
-    hash     INTEGER NOT NULL,
-    node     INTEGER NOT NULL,
-    position INTEGER NOT NULL,
-    PRIMARY KEY (hash, node)
-) WITHOUT ROWID;
 CREATE TABLE description_text (
     description INTEGER PRIMARY KEY,
     texts       TEXT    NOT NULL
@@ -87,6 +41,15 @@ CREATE VIEW node_path AS
     FROM node AS n;
 )sql";
 
+// A node's id is (description id << 32) + its number in the order of adding. Its position is the same for the order
+// in which a reader walks the tree, parents first: below a node are the positions up to `last`. Both are equal when a
+// parser adds depth first, so that only other nodes need the index from id to position.
+std::string tables_sql() {
+    return create_table_sql("description", columns_of<description_row>()) + ";\n" +
+           create_table_sql("node", columns_of<node_row>()) + ";\n" +
+           create_table_sql("path_bucket", columns_of<path_bucket_row>()) + ";\n" + other_tables_sql;
+}
+
 bool is_empty(database& database) {
     return database.query_integer("SELECT count(*) FROM sqlite_schema") == 0;
 }
@@ -99,7 +62,7 @@ void create_tables(database& database) {
     transaction writing(database);
     // Another process may have done it since the first look.
     if (is_unmarked(database) && is_empty(database)) {
-        database.execute(tables_sql);
+        database.execute(tables_sql().c_str());
         database.execute(("PRAGMA application_id = " + std::to_string(application_id)).c_str());
         database.execute(("PRAGMA user_version = " + std::to_string(schema_version)).c_str());
     }
@@ -115,19 +78,23 @@ void check_marks(database& database) {
         database.fail("the file has schema version " + std::to_string(version) +
                       ", this program knows versions up to " + std::to_string(schema_version));
     }
+    if (version == version_without_digests) {
+        database.fail("the file has schema version 1, which has no digests that show damage; register its descriptions "
+                      "into a new catalogue");
+    }
     if (version != schema_version ||
         database.query_integer("SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND name IN "
-                               "('description', 'node', 'node_path_hash', 'description_text')") != 4) {
+                               "('catalogue', 'description', 'node', 'path_bucket', 'description_text')") != 5) {
         database.fail("the file is damaged: tables of the catalogue are missing");
     }
 }
 
 } // namespace
 
-void prepare_schema(database& database) {
+void prepare_schema(database& database, bool must_exist) {
     if (is_unmarked(database) && is_empty(database)) {
-        if (database.read_only()) {
-            database.fail("there is no catalogue, and the storage is opened for reading only");
+        if (must_exist || database.read_only()) {
+            database.fail(no_catalogue_text(must_exist));
         }
         create_tables(database);
     }

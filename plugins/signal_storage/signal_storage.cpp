@@ -64,7 +64,7 @@ void signal_storage::find_node(std::uint64_t description_id, const char* path, q
     check_argument(path, "path");
     check_argument(node, "node");
     *node = nullptr;
-    *node = storage_->ask(&catalogue::find_node, description_id, path);
+    *node = storage_->ask(&catalogue::find_node, description_id, path).release();
 }
 
 void signal_storage::get_root_nodes(std::uint64_t description_id, qor_type_node_sequence_t** nodes) {

@@ -11,18 +11,19 @@
 #include "plugins/signal_storage/catalogue.hpp"
 #include "plugins/signal_storage/catalogue_writer.hpp"
 #include "plugins/signal_storage/database.hpp"
-#include "plugins/signal_storage/node_row.hpp"
+#include "plugins/signal_storage/description_table.hpp"
+#include "plugins/signal_storage/node_table.hpp"
 #include "plugins/signal_storage/statement.hpp"
 
 namespace qor::storage {
 
-// Throws besides: what database::fail throws.
+// Throws besides: what database::fail throws; std::runtime_error that names the description for one that is damaged.
 class sqlite_catalogue final : public catalogue {
 public:
-    // Makes the tables where there are none.
-    explicit sqlite_catalogue(std::unique_ptr<database> connection);
+    // Makes the tables where there are none, unless the catalogue `must_exist`.
+    sqlite_catalogue(std::unique_ptr<database> connection, bool must_exist);
 
-    qor_type_node_t* find_node(std::uint64_t description_id, std::string_view path) override;
+    owned_node find_node(std::uint64_t description_id, std::string_view path) override;
     node_sequence roots(std::uint64_t description_id) override;
     node_sequence children(std::uint64_t node_id) override;
     node_sequence hierarchy(std::uint64_t node_id) override;
@@ -36,10 +37,10 @@ public:
 
     bool read_only() const noexcept override { return database_.read_only(); }
 
-    // Moves what stands in a write-ahead log into the file; the journal that new files use leaves nothing behind.
+    // Moves what is in a write-ahead log into the file; the journal that new files use leaves nothing to move.
     void checkpoint() override;
 
-    // Throws: std::runtime_error that tells the first damage that was found.
+    // Throws: std::runtime_error that names the first damage that was found.
     void compact() override;
 
     [[noreturn]] void fail(const std::string& text) const override { database_.fail(text); }
@@ -50,26 +51,19 @@ private:
     std::uint64_t highest_description_id() override;
     bool has_description(std::uint64_t description_id) override;
 
-    bool seek(execution& row, std::uint64_t node_id);
-    bool has_path(const qor_type_node_t& node, std::string_view path);
-    node_sequence siblings(std::uint64_t first_position, std::uint64_t count);
-    void check_count(std::uint64_t first_position, std::uint64_t last_position, std::uint64_t count);
-    [[noreturn]] void fail_damaged(std::uint64_t position) const;
+    using node_question = std::optional<node_sequence> (node_table::*)(const stored_description& description,
+                                                                       std::uint64_t node_id);
+    const stored_description& open(std::uint64_t description_id);
+    node_sequence ask(node_question question, std::uint64_t node_id);
 
     const std::unique_ptr<database> connection_;
     database& database_;
-    catalogue_writer writer_;
     statement begin_;
     statement end_;
-    statement by_path_;
-    statement by_position_;
-    statement range_;
-    statement range_count_;
-    statement link_;
-    statement moved_;
-    statement description_;
-    statement by_signature_;
-    statement highest_id_;
+    bool in_snapshot_ = false;
+    description_table descriptions_;
+    node_table nodes_;
+    catalogue_writer writer_;
 };
 
 } // namespace qor::storage

@@ -1,5 +1,7 @@
 #include "plugins/signal_storage/statement.hpp"
 
+#include <new>
+
 namespace qor::storage {
 
 statement::~statement() {
@@ -9,7 +11,7 @@ statement::~statement() {
 sqlite3_stmt* statement::prepared() {
     if (handle_ == nullptr) {
         const int status =
-            sqlite3_prepare_v3(database_.handle(), sql_, -1, SQLITE_PREPARE_PERSISTENT, &handle_, nullptr);
+            sqlite3_prepare_v3(database_.handle(), sql_.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &handle_, nullptr);
         if (status != SQLITE_OK) {
             database_.fail(status);
         }
@@ -51,7 +53,12 @@ void execution::bind(int parameter, const char* text) {
 }
 
 void execution::bind(int parameter, std::span<const std::uint8_t> blob) {
-    check(sqlite3_bind_blob64(handle_, parameter, blob.data(), blob.size(), SQLITE_STATIC));
+    const void* const bytes = blob.data() != nullptr ? static_cast<const void*>(blob.data()) : "";
+    check(sqlite3_bind_blob64(handle_, parameter, bytes, blob.size(), SQLITE_STATIC));
+}
+
+void execution::bind_copy(int parameter, std::span<const std::uint8_t> blob) {
+    check(sqlite3_bind_blob64(handle_, parameter, blob.data(), blob.size(), SQLITE_TRANSIENT));
 }
 
 void execution::clear() {
@@ -72,16 +79,31 @@ void execution::run() {
     sqlite3_reset(handle_);
 }
 
-const char* execution::text(int column) const noexcept {
-    return reinterpret_cast<const char*>(sqlite3_column_text(handle_, column));
+// SQLite copies what a page holds in parts or without a zero at its end.
+void execution::check_memory() const {
+    if (sqlite3_errcode(database_.handle()) == SQLITE_NOMEM) {
+        throw std::bad_alloc();
+    }
+}
+
+const char* execution::text(int column) const {
+    const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(handle_, column));
+    if (text == nullptr) {
+        check_memory();
+    }
+    return text;
+}
+
+const std::uint8_t* execution::blob(int column) const {
+    const auto* const bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(handle_, column));
+    if (bytes == nullptr) {
+        check_memory();
+    }
+    return bytes;
 }
 
 std::size_t execution::size(int column) const noexcept {
     return static_cast<std::size_t>(sqlite3_column_bytes(handle_, column));
-}
-
-const std::uint8_t* execution::blob(int column) const noexcept {
-    return static_cast<const std::uint8_t*>(sqlite3_column_blob(handle_, column));
 }
 
 } // namespace qor::storage

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include <sqlite3.h>
 
@@ -12,22 +14,22 @@
 
 namespace qor::storage {
 
-// Prepared at its first run, so that opening a storage costs nothing for what is not asked.
+// Prepared at its first run, so that opening a storage costs nothing for questions that do not come.
 class statement {
 public:
-    // `sql` is a literal: it must outlive the object.
-    statement(database& owner, const char* sql) noexcept : database_(owner), sql_(sql) {}
+    statement(database& owner, std::string sql) noexcept : database_(owner), sql_(std::move(sql)) {}
     ~statement();
     statement(const statement&) = delete;
     statement& operator=(const statement&) = delete;
 
+    // Prepares it already: a later run then needs no memory for that.
+    sqlite3_stmt* prepared();
+
 private:
     friend class execution;
 
-    sqlite3_stmt* prepared();
-
     database& database_;
-    const char* sql_;
+    const std::string sql_;
     sqlite3_stmt* handle_ = nullptr;
 };
 
@@ -47,6 +49,7 @@ public:
     void bind(int parameter, std::string_view text);
     void bind(int parameter, const char* text); // null gives NULL
     void bind(int parameter, std::span<const std::uint8_t> blob);
+    void bind_copy(int parameter, std::span<const std::uint8_t> blob); // for one that does not live so long
     void clear();
 
     // True with a row, false at the end.
@@ -61,14 +64,15 @@ public:
     int type(int column) const noexcept { return sqlite3_column_type(handle_, column); }
     std::int64_t integer(int column) const noexcept { return sqlite3_column_int64(handle_, column); }
     double real(int column) const noexcept { return sqlite3_column_double(handle_, column); }
-    // Null for NULL; valid until the next row.
-    const char* text(int column) const noexcept;
-    // The bytes of the text or blob that was asked for last in this column.
+    // Null for NULL; valid until the next row. Throws: std::bad_alloc.
+    const char* text(int column) const;
+    const std::uint8_t* blob(int column) const; // null for an empty blob too
+    // The bytes of the text or blob that was read last from this column.
     std::size_t size(int column) const noexcept;
-    const std::uint8_t* blob(int column) const noexcept;
 
 private:
     void check(int status) const;
+    void check_memory() const;
 
     database& database_;
     sqlite3_stmt* handle_;

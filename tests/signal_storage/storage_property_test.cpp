@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/signal_storage/catalogue_answers.hpp"
 #include "tests/signal_storage/opened_storage.hpp"
 #include "tests/support/temporary_directory.hpp"
 
@@ -121,24 +122,9 @@ private:
     std::deque<std::string> texts_;
 };
 
-// Texts by content, all other bytes of the record as they are.
-bool equal(qor_type_node_t a, qor_type_node_t b) {
-    const auto equal_texts = [](const char*& one, const char*& other) {
-        const bool same = one == nullptr || other == nullptr ? one == other : std::strcmp(one, other) == 0;
-        one = other = nullptr;
-        return same;
-    };
-    bool same = equal_texts(a.name, b.name) && equal_texts(a.comment, b.comment);
-    for (const auto place : signal_texts) {
-        same = same && equal_texts(a.signal.*place, b.signal.*place);
-    }
-    a.texts = b.texts = nullptr;
-    return same && std::memcmp(&a, &b, sizeof a) == 0;
-}
-
 bool equal(const owned<qor_type_node_sequence_t>& found, const node_list& expected) {
     return std::equal(found->nodes, found->nodes + found->count, expected.begin(), expected.end(),
-                      [](const auto& a, const auto& b) { return equal(a, b); });
+                      [](const auto& a, const auto& b) { return bytes_of(a) == bytes_of(b); });
 }
 
 void check(opened_storage& storage, const random_description& model) {

@@ -2,8 +2,10 @@
 #include <thread>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "qorcpp/fnv.hpp"
 #include "tests/signal_storage/opened_storage.hpp"
 #include "tests/support/temporary_directory.hpp"
 
@@ -183,6 +185,20 @@ TEST_P(Storage, KeepsLongNamesAndDeepTrees) {
     EXPECT_EQ(storage_.subtree(above->nodes[0].id)->count, 5002u);
 }
 
+// These two names have one hash.
+TEST_P(Storage, APathIsMoreThanItsHash) {
+    open_description car = storage_.begin("content");
+    const char* const names[] = {"8yn0iYCKYHlIj4-BwPqk", "GReLUrM4wMqfg9yzV3KQ"};
+    ASSERT_EQ(qor::fnv1a(names[0]), qor::fnv1a(names[1]));
+    const std::uint64_t ids[] = {car.add(QOR_TYPE_NODE_VIEW, names[0]), car.add(QOR_TYPE_NODE_VIEW, names[1])};
+    car.commit();
+    EXPECT_EQ(storage_.find(0, names[0])->id, ids[0]);
+    EXPECT_EQ(storage_.find(1, names[1])->id, ids[1]);
+    open_description van = storage_.begin("other");
+    van.add(QOR_TYPE_NODE_VIEW, names[1]);
+    EXPECT_EQ(storage_.try_find(van.commit(), names[0]).status, QOR_STATUS_INVALID_ARGUMENT);
+}
+
 TEST_P(Storage, CheckpointsBesideOtherCalls) {
     const std::jthread beside([&](const std::stop_token& end) {
         while (!end.stop_requested()) {
@@ -195,15 +211,19 @@ TEST_P(Storage, CheckpointsBesideOtherCalls) {
     }
 }
 
-// Those who hold it at a time: nothing of it stays behind.
+// Those that hold it at a time: nothing of it stays after them.
 TEST(MemoryStorage, IsSharedByItsName) {
     for (int round = 0; round < 2; ++round) {
         const std::uint32_t reading = QOR_SIGNAL_STORAGE_READ_ONLY;
+        for (const char* uri : {shared_memory_uri, memory_uri}) {
+            EXPECT_THAT(*outcome_of([&] { opened_storage(uri, 0, QOR_SIGNAL_STORAGE_MUST_EXIST); }).text,
+                        ::testing::EndsWith("': there is no catalogue, and it must exist"));
+        }
         EXPECT_EQ(outcome_of([&] { opened_storage(shared_memory_uri, 0, reading); }).text,
                   "signal storage '/shared': there is no catalogue, and the storage is opened for reading only");
         opened_storage first(shared_memory_uri);
         open_description late = first.begin("late");
-        opened_storage second(shared_memory_uri);
+        opened_storage second(shared_memory_uri, 0, QOR_SIGNAL_STORAGE_MUST_EXIST);
         open_description taken = second.begin("taken");
         EXPECT_EQ(enter_car(second), 2u);
         EXPECT_EQ(taken.commit(), 1u);
