@@ -82,6 +82,7 @@ private:
             return fill(node.view.cycle);
         }
         if (node.kind == QOR_TYPE_NODE_OBJECT) {
+            node.group_ids = text_or_null(1);
             return fill(node.object.address, node.object.element_count, node.object.element_size, node.object.flags);
         }
         if (node.kind == QOR_TYPE_NODE_GROUP) {

@@ -17,7 +17,8 @@
  * functions of one description context come one at a time.
  * Calling back: see plugin.h.
  * Errors: through details only. A description, node, path or signature that is not there is
- * QOR_STATUS_INVALID_ARGUMENT with a text that names it.
+ * QOR_STATUS_INVALID_ARGUMENT with a text that names it. What the storage cannot read as it was written is
+ * QOR_STATUS_FAILURE with a text that names it and the storage's file, never an answer that may be wrong.
  */
 #ifndef QORC_EXTENSIBILITY_SIGNAL_STORAGE_H
 #define QORC_EXTENSIBILITY_SIGNAL_STORAGE_H
@@ -46,7 +47,7 @@ extern "C" {
 
 /* Bits of signal_storage_flags; an unknown bit is QOR_STATUS_INVALID_ARGUMENT. */
 #define QOR_SIGNAL_STORAGE_READ_ONLY UINT32_C(1)  /* as the open mode: for hosts, who cannot choose that */
-#define QOR_SIGNAL_STORAGE_MUST_EXIST UINT32_C(2) /* a file that is missing is an error, it is not created */
+#define QOR_SIGNAL_STORAGE_MUST_EXIST UINT32_C(2) /* a catalogue that is missing is an error, it is not created */
 
 /* Limits of what one query gives. A storage that counts more is refused: the query fails. */
 #define QOR_SIGNAL_STORAGE_MAX_NODES 16777216       /* nodes of a sequence */
