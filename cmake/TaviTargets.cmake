@@ -11,10 +11,23 @@ set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
-# Libraries and plug-ins live side by side: the extractor looks for plug-ins in its own directory.
-set(TAVI_LIBRARY_DIR "${CMAKE_BINARY_DIR}/lib/tavi")
+# Libraries and plug-ins live side by side: the extractor looks for plug-ins in its own directory. A build has the layout
+# of an installation, so that programs find the libraries by one relative path in both.
 set(TAVI_INSTALL_LIBRARY_DIR "${CMAKE_INSTALL_LIBDIR}/tavi")
+file(RELATIVE_PATH TAVI_LIBRARIES_FROM_PROGRAMS
+  "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}/tavi")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+cmake_path(SET TAVI_LIBRARY_DIR NORMALIZE "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${TAVI_LIBRARIES_FROM_PROGRAMS}")
+cmake_path(IS_PREFIX CMAKE_BINARY_DIR "${TAVI_LIBRARY_DIR}" libraries_in_build)
+if(NOT libraries_in_build)
+  message(FATAL_ERROR "CMAKE_INSTALL_LIBDIR '${CMAKE_INSTALL_LIBDIR}' and CMAKE_INSTALL_BINDIR "
+    "'${CMAKE_INSTALL_BINDIR}' have to be below one prefix, beside each other")
+endif()
+
+# RPATHs that CMake rewrites at installation end in an empty entry, which is the current directory for the loader.
+set(CMAKE_NO_BUILTIN_CHRPATH ON)
+
+include(TaviHardening)
 
 add_library(tavi_compile_options INTERFACE)
 if(MSVC)
@@ -22,6 +35,7 @@ if(MSVC)
 else()
   # Decoding promises two roundings for factor and offset, so the compiler may not fuse them into one.
   target_compile_options(tavi_compile_options INTERFACE -Wall -Wextra -Wpedantic -Werror -ffp-contract=off)
+  target_link_libraries(tavi_compile_options INTERFACE tavi_hardening)
   if(TAVI_SANITIZE)
     target_compile_options(tavi_compile_options INTERFACE
       -fsanitize=${TAVI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
