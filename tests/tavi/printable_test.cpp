@@ -27,6 +27,9 @@ TEST(printable, escapes_what_a_terminal_would_obey) {
     for (const auto& [text, expected] : texts) {
         EXPECT_EQ(printable(text), expected);
     }
+    EXPECT_EQ(printable_lines("a\r\n\n\x1B"), "a\\r\n\n\\x1B");
+    EXPECT_EQ(printable_lines("a\n"), "a\n");
+    EXPECT_EQ(without_controls("\xB0 \xE2\x80\xAE\n\xC2\x9B\x7F"), "\xB0 \xE2\x80\xAE\\n\\xC2\\x9B\\x7F");
 }
 
 TEST(make_excerpt, keeps_the_column_in_view) {

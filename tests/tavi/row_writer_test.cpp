@@ -6,23 +6,6 @@
 namespace tavi::tool {
 namespace {
 
-TEST(csv_field, is_quoted_only_where_needed) {
-    EXPECT_EQ(csv_field(""), "");
-    EXPECT_EQ(csv_field("km/h"), "km/h");
-    EXPECT_EQ(csv_field("a,b"), "\"a,b\"");
-    EXPECT_EQ(csv_field("5\" pipe"), "\"5\"\" pipe\"");
-    EXPECT_EQ(csv_field("a\nb"), "\"a\nb\"");
-    EXPECT_EQ(csv_field("a\rb"), "\"a\rb\"");
-}
-
-TEST(json_text, escapes_and_mends) {
-    EXPECT_EQ(json_text("a\"b\\\n"), "\"a\\\"b\\\\\\n\"");
-    EXPECT_EQ(json_text("\xB0"
-                        "C"),
-              "\"\xEF\xBF\xBD"
-              "C\"");
-}
-
 TEST(padded_text, copies_exactly_and_is_used_again) {
     padded_text text;
     for (const std::size_t size : {0U, 1U, 31U, 32U, 33U, 64U, 200U, 5U}) {

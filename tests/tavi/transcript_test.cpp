@@ -7,8 +7,11 @@
 //      [CODE]              the exit code unless it is 0; the README shows none
 //
 // Times that a run took may differ. What a page takes from the folder of measurement data it finds in `data`.
+#include <algorithm>
 #include <fstream>
 #include <regex>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -22,7 +25,7 @@ std::string without_seconds(const std::string& text) {
     return std::regex_replace(text, time, "$1N");
 }
 
-class transcript : public ::testing::TestWithParam<const char*>, public workplace {
+class transcript : public ::testing::TestWithParam<std::string>, public workplace {
 protected:
     transcript() {
         std::filesystem::create_directory_symlink(source_path("examples"), path() / "examples");
@@ -34,7 +37,7 @@ protected:
         const ended run = shell("PATH=\"$(dirname \"$TAVI\"):$PATH\"\n(" + command + here + "\n)");
         std::string printed = run.out + run.err;
         printed += printed.empty() || printed.ends_with('\n') ? "" : "\n";
-        if (run.code != 0 && GetParam() != std::string_view("README.md")) {
+        if (run.code != 0 && GetParam() != "README.md") {
             printed.append("[").append(std::to_string(run.code)).append("]\n");
         }
         EXPECT_EQ(without_seconds(printed), without_seconds(expected)) << "$ " << command;
@@ -44,7 +47,7 @@ protected:
 TEST_P(transcript, is_what_the_commands_print) {
     if (const auto data = shared_data()) {
         std::filesystem::create_directory_symlink(*data, path() / "data");
-    } else if (GetParam() == std::string_view("tests/tavi/transcripts/malformed.md")) {
+    } else if (GetParam() == "tests/tavi/transcripts/malformed.md") {
         GTEST_SKIP() << "needs the folder of measurement data (TAVI_SHARED_DATA)";
     }
     std::ifstream page(source_path(GetParam()));
@@ -72,12 +75,18 @@ TEST_P(transcript, is_what_the_commands_print) {
     EXPECT_GE(commands, 8);
 }
 
-INSTANTIATE_TEST_SUITE_P(pages, transcript,
-                         ::testing::Values("README.md", "tests/tavi/transcripts/decode.md",
-                                           "tests/tavi/transcripts/endings.md", "tests/tavi/transcripts/files.md",
-                                           "tests/tavi/transcripts/formats.md", "tests/tavi/transcripts/j1939.md",
-                                           "tests/tavi/transcripts/malformed.md", "tests/tavi/transcripts/messages.md",
-                                           "tests/tavi/transcripts/sources.md", "tests/tavi/transcripts/streams.md"));
+// The README and all pages here.
+std::vector<std::string> pages() {
+    std::vector<std::string> names{"README.md"};
+    const std::string folder = "tests/tavi/transcripts/";
+    for (const auto& page : std::filesystem::directory_iterator(source_path(folder))) {
+        names.push_back(folder + page.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(pages, transcript, ::testing::ValuesIn(pages()));
 
 } // namespace
 } // namespace tavi::test

@@ -24,7 +24,7 @@ exit_code show(const CLI::App& app, const CLI::ParseError& error) {
     std::ostringstream text;
     std::ostringstream fault;
     const bool done = app.exit(error, text, fault) == 0;
-    std::fputs(fault.str().c_str(), stderr);
+    std::fputs(printable_lines(fault.str()).c_str(), stderr);
     block_output output("");
     output.write(text.str());
     output.close();

@@ -114,6 +114,8 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         ->type_name("PLACE")
         ->check(not_empty())
         ->excludes(&input);
+    command.add_flag("--no-formula-guard", options.no_formula_guard,
+                     "Write texts that a spreadsheet would run as a formula without a ' in front");
     command.add_option("-o,--output", options.output, "File to write instead of standard output, which is -")
         ->type_name("FILE")
         ->transform(written_file(true));

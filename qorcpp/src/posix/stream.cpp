@@ -129,6 +129,10 @@ output_stream::~output_stream() {
     }
 }
 
+bool output_stream::is_terminal() const noexcept {
+    return ::isatty(descriptor_) == 1;
+}
+
 void output_stream::write(const char* bytes, std::size_t count) {
     while (count != 0) {
         const auto written = ::write(descriptor_, bytes, count);

@@ -115,6 +115,10 @@ output_stream::~output_stream() {
     }
 }
 
+bool output_stream::is_terminal() const noexcept {
+    return _isatty(descriptor_) != 0;
+}
+
 void output_stream::write(const char* bytes, std::size_t count) {
     while (count != 0) {
         const int written = _write(descriptor_, bytes, static_cast<unsigned>(std::min<std::size_t>(count, INT_MAX)));

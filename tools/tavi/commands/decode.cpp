@@ -176,7 +176,7 @@ void decode_run::decode() {
     selection wanted(known, options_.patterns);
 
     block_output& output = output_.emplace(options_.output);
-    row_writer rows(output, options_.format);
+    row_writer rows(output, row_style_of(options_, output));
     if (late && log_->is_nmea()) {
         throw command_error("tavi: error: the log is NMEA 0183, it needs no description", exit_code::usage,
                             "--input nmea reads it, without -d");

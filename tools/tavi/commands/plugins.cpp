@@ -50,8 +50,8 @@ exit_code list_plugins() {
         if (summary.type.empty()) {
             continue; // not of this system
         }
-        std::string line =
-            padded(file.filename().string(), 28) + padded(summary.type, 25) + padded(summary.version, 24);
+        std::string line = padded(printable(file.filename().string()), 28) + padded(summary.type, 25) +
+                           padded(printable(summary.version), 24);
         line += joined(summary.formats);
         if (!summary.failure.empty()) {
             line += "cannot be used: " + printable(summary.failure);

@@ -21,7 +21,9 @@ exit_code run_register(const register_options& options) {
     }
     block_output output("");
     for (std::size_t description = 0; description < known.descriptions().size(); ++description) {
-        output.write(known.signature(description) + '\t' + known.descriptions()[description].path + '\n');
+        const std::string& path = known.descriptions()[description].path;
+        output.write(known.signature(description) + '\t' +
+                     (output.is_terminal() ? printable(path) : without_controls(path)) + '\n');
     }
     output.close();
     return end_of(messages);

@@ -5,6 +5,7 @@
 
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/output/block_output.hpp"
+#include "tools/tavi/output/cell_text.hpp"
 #include "tools/tavi/output/written_files.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
 #include "tools/tavi/report/printable.hpp"
@@ -23,7 +24,7 @@ exit_code run_schema(const schema_options& options) {
                 known.expression(description, options.expression),
                 {.layout = options.catalogue.strict ? host::strict : host::lenient, .annotate = true, .indent = true});
             block_output output("");
-            output.write(schema + '\n');
+            output.write(escape_json(schema) + '\n');
             output.close();
             return end_of(messages);
         } catch (const host::error& error) {

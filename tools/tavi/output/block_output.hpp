@@ -89,6 +89,8 @@ public:
     // Standard output for an empty path. Throws: output_error when the file cannot be written.
     explicit block_output(const std::string& path);
 
+    bool is_terminal() const noexcept { return standard_ ? standard_->is_terminal() : file_->is_terminal(); }
+
     // Lines past the block, behind what stands in it. Throws: as flush.
     void write_through(std::string_view lines);
 

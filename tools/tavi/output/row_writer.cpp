@@ -3,27 +3,14 @@
 #include <cmath>
 #include <stdexcept>
 
-#include <nlohmann/json.hpp>
-
 namespace tavi::tool {
 
-std::string csv_field(std::string_view text) {
-    if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
-        return std::string(text);
-    }
-    std::string field = "\"";
-    for (const char character : text) {
-        field += character == '"' ? std::string("\"\"") : std::string(1, character);
-    }
-    return field + '"';
-}
-
-std::string json_text(std::string_view text) {
-    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+row_style row_style_of(const decode_options& options, const block_output& output) {
+    return {options.format, {!options.no_formula_guard, output.is_terminal()}};
 }
 
 void row_writer::write_header() {
-    if (format_ == output_format::csv) {
+    if (style_.format == output_format::csv) {
         output_.write("timestamp,signal,value,unit\n");
     }
 }
@@ -41,15 +28,15 @@ void row_texts::add(std::string_view before, std::string_view behind) {
 }
 
 void row_writer::add_row(row_texts& texts, std::string_view signal, std::string_view unit) const {
-    if (format_ == output_format::csv) {
-        texts.add(',' + csv_field(signal) + ',', ',' + csv_field(unit) + '\n');
+    if (style_.format == output_format::csv) {
+        texts.add(',' + csv_field(signal, style_.cells) + ',', ',' + csv_field(unit, style_.cells) + '\n');
     } else {
         texts.add(",\"signal\":" + json_text(signal) + ",\"value\":", ",\"unit\":" + json_text(unit) + "}\n");
     }
 }
 
 void row_writer::set_time(std::string_view time) {
-    if (format_ == output_format::csv) {
+    if (style_.format == output_format::csv) {
         time_.assign(time);
     } else {
         time_.assign("{\"timestamp\":", time.empty() ? std::string_view("null") : time);
@@ -58,7 +45,7 @@ void row_writer::set_time(std::string_view time) {
 
 // JSON has no numbers that are none: they are texts there.
 char* row_writer::write_floating(char* at, const host::record_plan& plan, const host::reading& value) const {
-    if (format_ == output_format::csv || std::isfinite(value.floating_value)) {
+    if (style_.format == output_format::csv || std::isfinite(value.floating_value)) {
         return plan.write_text(value, at);
     }
     *at++ = '"';

@@ -10,6 +10,7 @@
 #include "tavi/record_plan.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/output/block_output.hpp"
+#include "tools/tavi/output/cell_text.hpp"
 
 namespace tavi::tool {
 
@@ -36,15 +37,18 @@ private:
     std::string bytes_;
 };
 
-// A field of CSV: in quotes where it holds a comma, a quote or a line end.
-std::string csv_field(std::string_view text);
-// A text of JSON with its quotes; bytes that are no UTF-8 become the replacement character.
-std::string json_text(std::string_view text);
+struct row_style {
+    output_format format = output_format::csv;
+    cell_rules cells; // of CSV
+};
+
+// As the options say, for what is written there.
+row_style row_style_of(const decode_options& options, const block_output& output);
 
 // Thread: one at a time.
 class row_writer {
 public:
-    row_writer(row_output& output, output_format format) : output_(output), format_(format) {}
+    row_writer(row_output& output, const row_style& style) : output_(output), style_(style) {}
 
     // What goes before all rows.
     void write_header();
@@ -72,7 +76,7 @@ private:
     char* write_floating(char* at, const host::record_plan& plan, const host::reading& value) const;
 
     row_output& output_;
-    output_format format_;
+    row_style style_;
     padded_text time_;
 };
 

@@ -51,7 +51,7 @@ public:
               owner_.chunks_->wait_for_turn(*chunk_, [] { return false; });
               owner_.output_.write_through(rows);
           }),
-          writer_(rows_, owner.options_.format),
+          writer_(rows_, row_style_of(owner.options_, owner.output_)),
           decoder_(owner.options_, known, owner.wanted_, writer_, messages_, counts_,
                    [this](std::size_t number) { return owner_.interfaces_.name(number); }),
           reader_([this](std::string_view name) { return number_of(name); }) {

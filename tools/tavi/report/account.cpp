@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tools/tavi/output/cell_text.hpp"
+
 namespace tavi::tool {
 
 namespace {
@@ -115,7 +117,7 @@ std::string account_json(const account& totals) {
                                         {"error", place(totals.error)},
                                         {"exit_code", static_cast<int>(totals.code)}};
     // Foreign names may hold bytes that are no UTF-8.
-    return report.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+    return escape_json(report.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) + '\n';
 }
 
 } // namespace tavi::tool

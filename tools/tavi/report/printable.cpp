@@ -1,53 +1,18 @@
 #include "tools/tavi/report/printable.hpp"
 
 #include <algorithm>
-#include <cstdint>
 #include <numeric>
 #include <vector>
+
+#include "tools/tavi/report/text_character.hpp"
 
 namespace tavi::tool {
 
 namespace {
 
-// Bytes of the UTF-8 character at the beginning of `text`, 0 when there is none.
-std::size_t character_length(std::string_view text) {
-    const auto lead = static_cast<unsigned char>(text[0]);
-    if (lead < 0x80) {
-        return 1;
-    }
-    const std::size_t length = lead >= 0xC2 && lead <= 0xDF   ? 2
-                               : lead >= 0xE0 && lead <= 0xEF ? 3
-                               : lead >= 0xF0 && lead <= 0xF4 ? 4
-                                                              : 0;
-    if (length == 0 || text.size() < length) {
-        return 0;
-    }
-    std::uint32_t value = lead & (0xFFU >> (length + 1));
-    for (std::size_t at = 1; at < length; ++at) {
-        const auto byte = static_cast<unsigned char>(text[at]);
-        if ((byte & 0xC0) != 0x80) {
-            return 0;
-        }
-        value = value << 6 | (byte & 0x3F);
-    }
-    const bool overlong = (length == 3 && value < 0x800) || (length == 4 && value < 0x10000);
-    const bool surrogate = value >= 0xD800 && value <= 0xDFFF;
-    // Marks of direction make the rest of a line read in another order than it stands.
-    const bool turns = value == 0x200E || value == 0x200F || value == 0x061C || (value >= 0x202A && value <= 0x202E) ||
-                       (value >= 0x2066 && value <= 0x2069);
-    // The second block of control characters moves cursors as the first does, and so do both ends of lines.
-    const bool moves = value < 0xA0 || value == 0x2028 || value == 0x2029;
-    return overlong || surrogate || value > 0x10FFFF || turns || moves ? 0 : length;
-}
-
-// What stands for the text's first character, and how many bytes that took.
-std::string escape_one(std::string_view text, std::size_t& length) {
-    length = character_length(text);
-    const auto byte = static_cast<unsigned char>(text[0]);
-    if (length > 1 || (length == 1 && byte >= ' ' && byte != 0x7F)) {
-        return std::string(text.substr(0, length));
-    }
-    length = 1;
+// A byte as \n, \t or \x1B.
+std::string escape(char character) {
+    const auto byte = static_cast<unsigned char>(character);
     switch (byte) {
     case '\n':
         return "\\n";
@@ -61,6 +26,14 @@ std::string escape_one(std::string_view text, std::size_t& length) {
     }
 }
 
+// What is shown for the text's first character; `length` is how many bytes that took. A character of several bytes that
+// is escaped is so byte by byte.
+std::string show_first(std::string_view text, std::size_t& length) {
+    const text_character next = first_character(text);
+    length = next.kind == character_kind::visible ? next.length : 1;
+    return next.kind == character_kind::visible ? std::string(text.substr(0, length)) : escape(text[0]);
+}
+
 std::size_t shown_width(const std::string& piece) {
     return static_cast<unsigned char>(piece[0]) >= 0x80 ? 1 : piece.size();
 }
@@ -71,8 +44,33 @@ std::string printable(std::string_view text) {
     std::string result;
     while (!text.empty()) {
         std::size_t length = 0;
-        result += escape_one(text, length);
+        result += show_first(text, length);
         text.remove_prefix(length);
+    }
+    return result;
+}
+
+std::string printable_lines(std::string_view text) {
+    std::string result;
+    for (std::size_t stop = 0; stop != std::string_view::npos;) {
+        stop = text.find('\n');
+        result += printable(text.substr(0, stop));
+        if (stop != std::string_view::npos) {
+            result += '\n';
+            text.remove_prefix(stop + 1);
+        }
+    }
+    return result;
+}
+
+std::string without_controls(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const text_character next = first_character(text);
+        for (const char byte : text.substr(0, next.length)) {
+            result += next.kind == character_kind::control ? escape(byte) : std::string(1, byte);
+        }
+        text.remove_prefix(next.length);
     }
     return result;
 }
@@ -87,7 +85,7 @@ excerpt make_excerpt(std::string_view line, std::size_t column, std::size_t widt
     std::size_t caret = 0;
     for (std::size_t at = first, length = 0; at < last; at += length) {
         caret += at < target ? 1 : 0;
-        pieces.push_back(escape_one(line.substr(at), length));
+        pieces.push_back(show_first(line.substr(at), length));
     }
     const auto width_of = [&](std::size_t from, std::size_t to) {
         return std::accumulate(pieces.begin() + static_cast<std::ptrdiff_t>(from),

@@ -8,8 +8,15 @@
 
 namespace tavi::tool {
 
-// Control characters and bytes that are no UTF-8 become \n, \t, \\x1B and the like; the rest stays.
+// For screens: control characters, characters that are invisible or change the direction of writing, and bytes that are
+// no UTF-8 become \n, \t, \x1B and the like; the rest stays.
 std::string printable(std::string_view text);
+
+// The same for a text of several lines, whose ends stay.
+std::string printable_lines(std::string_view text);
+
+// For files: only control characters become such texts.
+std::string without_controls(std::string_view text);
 
 // The line of a text that a message points at, and where its caret stands.
 struct excerpt {

@@ -37,6 +37,8 @@ public:
     output_file(const output_file&) = delete;
     output_file& operator=(const output_file&) = delete;
 
+    bool is_terminal() const noexcept { return stream_->is_terminal(); }
+
     // Writes all of it. Throws: as output_stream::write.
     void write(const char* bytes, std::size_t count);
 

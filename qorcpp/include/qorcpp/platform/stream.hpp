@@ -64,6 +64,8 @@ public:
     output_stream(const output_stream&) = delete;
     output_stream& operator=(const output_stream&) = delete;
 
+    bool is_terminal() const noexcept;
+
     // Writes all of it, also when an interrupt comes meanwhile. Throws: closed_pipe_error, std::system_error.
     void write(const char* bytes, std::size_t count);
 
