@@ -62,9 +62,6 @@ TEST_F(routes, tell_unknown_ids_from_those_not_asked_for) {
     EXPECT_EQ(of(0x102), "-");
     EXPECT_EQ(of(0x80000100), "c ");
     EXPECT_EQ(of(0x80000101), "-");
-    interface_routes bus(0, "can0", false);
-    EXPECT_TRUE(bus.add(messages.front()));
-    EXPECT_FALSE(bus.add(messages.front())) << "a path that is there already";
 }
 
 TEST_F(routes, follow_the_group_for_ids_that_no_message_of_the_description_has) {
@@ -111,8 +108,16 @@ TEST_F(routes, let_each_description_speak_for_itself) {
     EXPECT_EQ(of(0x98FEF121), "a_id b ");
     EXPECT_EQ(of(0x98FEF142), "a b_id ");
     EXPECT_EQ(of(0x98FEF1FF), "a b ");
+    description = 2;
+    add("a", 0x98FEF100, true, group); // the same as before
+    add("c", 0x98FEF1AA, true, group);
+    messages.back().layer = 1;
+    EXPECT_EQ(of(0x98FEF100), "a b ");
+    EXPECT_EQ(of(0x98FEF1AA), "a b c ");
     interface_routes bus(0, "can0", false);
     make_routes(bus);
+    EXPECT_THAT(bus[bus.find(0x98FEF100)].layers, ::testing::ElementsAre(0));
+    EXPECT_THAT(bus[bus.find(0x98FEF1AA)].layers, ::testing::ElementsAre(0, 1));
     EXPECT_EQ(bus[bus.find(0x98FEF100)].by_group.size(), 1u);
     EXPECT_EQ(bus[bus.find(0x98FEF142)].by_group.size(), 1u);
     EXPECT_EQ(bus[bus.find(0x98FEF1FF)].by_group.size(), 2u);

@@ -1,4 +1,4 @@
-// Exit code 4: a plug-in that cannot start. Transcripts show the other codes.
+// What other plug-ins than ours lead to. Transcripts show the rest.
 #include <gtest/gtest.h>
 
 #include "tests/support/paths.hpp"
@@ -27,6 +27,23 @@ TEST(refusal, of_a_plugin_ends_the_run_with_its_text) {
         EXPECT_EQ(run.code, 4);
         EXPECT_EQ(run.err, "tavi: error: no licence for this matcher\n");
     }
+}
+
+// A parser that does not see to it that paths are different: only the first of a path can be subscribed to.
+TEST(refusal, of_the_second_message_of_a_path_in_a_description) {
+    const workplace here;
+    here.write("twice.lines", "E 192 a 0 8\nF 193 b 0 8\nE 194 c 0 8\n");
+    here.write("once.lines", "F 195 b 0 8\n");
+    const std::string decode =
+        "printf '(1.0) can0 0C0#01\\n(1.1) can0 0C2#02\\n(1.2) can0 0C3#03\\n' | LD_LIBRARY_PATH=" +
+        std::string(TAVI_EXAMPLE_LIBRARIES) + " \"$TAVI\" decode - -d twice.lines -d once.lines -s 'Lines.*'";
+    const ended run = here.shell(decode);
+    EXPECT_EQ(run.code, 3);
+    EXPECT_EQ(run.out, "timestamp,signal,value,unit\n1.0,can0.Lines.E.a,1,\n1.2,can0.Lines.F_1.b,3,\n");
+    EXPECT_NE(run.err.find("twice.lines: warning: 'Lines.E' is left out: another one before it has the path\n"),
+              std::string::npos)
+        << run.err;
+    EXPECT_EQ(here.shell(decode + " --strict").code, 1);
 }
 
 } // namespace

@@ -35,8 +35,8 @@ extern "C" {
 #define QOR_ENCODING_TWOS_COMPLEMENT 3
 
 /*
- * Bits of qor_object_node_t::flags. An object with a 29-bit CAN id is matched by that id, and may also be matched by its
- * J1939 parameter group: with the first bit in all packages, without the second in packages of the format "j1939".
+ * Bits of qor_object_node_t::flags. An object with a 29-bit CAN id is matched by that id, and may also be matched by
+ * its J1939 parameter group: with the first bit in all packages, without the second in packages of the format "j1939".
  */
 #define QOR_OBJECT_PARAMETER_GROUP UINT32_C(1) /* by group in all packages */
 #define QOR_OBJECT_ID_ALONE UINT32_C(2)        /* by id alone in "j1939": another of the description has the group */
@@ -198,8 +198,7 @@ static_assert(offsetof(qor_type_node_t, id) == 0 && offsetof(qor_type_node_t, pa
 static_assert(offsetof(qor_type_node_t, view.cycle) == 72);
 static_assert(offsetof(qor_type_node_t, object.address) == 144 &&
               offsetof(qor_type_node_t, object.element_count) == 156 &&
-              offsetof(qor_type_node_t, object.element_size) == 160 &&
-              offsetof(qor_type_node_t, group_ids) == 168);
+              offsetof(qor_type_node_t, object.element_size) == 160 && offsetof(qor_type_node_t, group_ids) == 168);
 static_assert(offsetof(qor_type_node_t, group.offset) == 240 && offsetof(qor_type_node_t, group.element_count) == 244 &&
               offsetof(qor_type_node_t, group.element_size) == 248);
 static_assert(offsetof(qor_type_node_t, signal.offset) == 284 && offsetof(qor_type_node_t, signal.bit_offset) == 288 &&

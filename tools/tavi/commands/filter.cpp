@@ -1,10 +1,12 @@
 #include "tools/tavi/commands/commands.hpp"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <unordered_set>
 
 #include "tools/tavi/decode/catalogue.hpp"
+#include "tools/tavi/decode/message_names.hpp"
 #include "tools/tavi/decode/selection.hpp"
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/output/written_files.hpp"
@@ -12,6 +14,40 @@
 #include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
+
+namespace {
+
+// Of the messages selected in one layer of an interface, as the library gives it for the first interface of a log.
+std::string filter_of_layer(catalogue& known, selection& wanted, std::size_t layer, const std::string& interface) {
+    known.extractor().unregister_sources();
+    if (!known.register_layer(layer, 0, interface, "source")) {
+        return {};
+    }
+    const std::string source = std::to_string(catalogue::interface_source_id) + "#0.";
+    std::unordered_set<std::string_view> paths;
+    for (const message& candidate : wanted.messages()) {
+        if (candidate.selected && candidate.layer == layer && known.serves(candidate.description, interface) &&
+            paths.insert(candidate.path).second) {
+            known.extractor().subscribe(source + candidate.own_path, host::lenient);
+        }
+    }
+    return known.extractor().reader_filter();
+}
+
+// Adds the terms of a filter that another does not have yet.
+void append_terms(std::string& filter, std::string_view added) {
+    constexpr std::string_view separator = " OR ";
+    while (!added.empty()) {
+        const std::size_t end = std::min(added.find(separator), added.size());
+        const std::string_view term = added.substr(0, end);
+        if (filter.find(term) == filter.npos) {
+            filter.append(filter.empty() ? "" : separator).append(term);
+        }
+        added.remove_prefix(std::min(end + separator.size(), added.size()));
+    }
+}
+
+} // namespace
 
 exit_code run_filter(const filter_options& options) {
     check_written_files(options.catalogue);
@@ -21,16 +57,9 @@ exit_code run_filter(const filter_options& options) {
     selection wanted(known, options.patterns);
     std::string filter;
     try {
-        known.register_interface(0, options.source, "source");
-        const std::string source = std::to_string(catalogue::interface_source_id) + "#0.";
-        std::unordered_set<std::string_view> paths;
-        for (const message& candidate : wanted.messages()) {
-            if (candidate.selected && known.serves(candidate.description, options.source) &&
-                paths.insert(candidate.path).second) {
-                known.extractor().subscribe(source + candidate.path, host::lenient);
-            }
+        for (std::size_t layer = 0; layer < known.names().layer_count(); ++layer) {
+            append_terms(filter, filter_of_layer(known, wanted, layer, options.source));
         }
-        filter = known.extractor().reader_filter();
     } catch (const host::error& error) {
         throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
     }

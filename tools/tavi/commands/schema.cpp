@@ -4,6 +4,7 @@
 #include <string>
 
 #include "tools/tavi/decode/catalogue.hpp"
+#include "tools/tavi/decode/message_names.hpp"
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/output/cell_text.hpp"
 #include "tools/tavi/output/written_files.hpp"
@@ -19,9 +20,13 @@ exit_code run_schema(const schema_options& options) {
     known.load();
     std::optional<host::error> first_failure;
     for (std::size_t description = 0; description < known.descriptions().size(); ++description) {
+        const auto expression = known.names().own_expression(description, options.expression);
+        if (!expression) {
+            continue;
+        }
         try {
             const std::string schema = known.extractor().schema(
-                known.expression(description, options.expression),
+                known.expression(description, *expression),
                 {.layout = options.catalogue.strict ? host::strict : host::lenient, .annotate = true, .indent = true});
             block_output output("");
             output.write(escape_json(schema) + '\n');

@@ -8,6 +8,7 @@
 #include "tavi/nodes.hpp"
 #include "tavi/value_text.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
+#include "tools/tavi/decode/message_names.hpp"
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/output/written_files.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
@@ -98,7 +99,7 @@ std::string signal_text(const qor_signal_node_t& signal) {
 
 void print_node(block_output& output, catalogue& known, const qor_type_node_t& node, int depth, bool of_frames) {
     std::string line(static_cast<std::size_t>(depth) * indent_width, ' ');
-    line += host::text_of(node.name);
+    line += node.kind == QOR_TYPE_NODE_OBJECT ? known.names().name_of(node) : host::text_of(node.name);
     if (node.kind == QOR_TYPE_NODE_VIEW && node.view.cycle != 0) {
         line += "  (cycle " + std::to_string(node.view.cycle) + ')';
     } else if (node.kind == QOR_TYPE_NODE_OBJECT) {

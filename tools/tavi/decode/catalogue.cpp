@@ -9,6 +9,7 @@
 #include "qorc/extensibility/signal_storage.h"
 #include "qorcpp/platform/stream.hpp"
 #include "tavi/stored_descriptions.hpp"
+#include "tools/tavi/decode/message_names.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/report/printable.hpp"
 
@@ -126,8 +127,9 @@ catalogue::catalogue(const catalogue_options& options, message_sink& messages, b
 catalogue::catalogue(const catalogue& original)
     : messages_(original.messages_), strict_(original.strict_), storage_(original.storage_), uri_(original.uri_),
       file_count_(original.file_count_), arguments_(original.arguments_), signatures_(original.signatures_),
-      log_(messages_), extractor_(uri_, QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST,
-                                  [this](const qor_log_info_t& message) { log_.receive(message); }) {}
+      names_(original.names_), log_(messages_),
+      extractor_(uri_, QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST,
+                 [this](const qor_log_info_t& message) { log_.receive(message); }) {}
 
 std::unique_ptr<catalogue> catalogue::another() const {
     return std::unique_ptr<catalogue>(new catalogue(*this));
@@ -231,6 +233,11 @@ void catalogue::refuse_if_strict(std::size_t description) const {
     }
 }
 
+void catalogue::report_left_out(std::size_t description, std::string_view cause) const {
+    messages_.report({topic::left_out, arguments_[description].path, 0, 0, cause, {}, {}});
+    refuse_if_strict(description);
+}
+
 host::nodes catalogue::views(std::size_t description) {
     return extractor_.roots(description_source_id, static_cast<std::uint32_t>(description));
 }
@@ -244,16 +251,28 @@ bool catalogue::serves(std::size_t description, std::string_view name) const {
     return source.empty() || source == name;
 }
 
-bool catalogue::is_repeated(std::size_t description) const {
-    const auto end = signatures_.begin() + static_cast<std::ptrdiff_t>(description);
-    return std::find(signatures_.begin(), end, *end) != end;
+const message_names& catalogue::names() {
+    if (names_ == nullptr) {
+        names_ = std::make_shared<const message_names>(*this);
+        names_->report(*this, messages_);
+    }
+    return *names_;
 }
 
 bool catalogue::register_interface(std::size_t interface, const std::string& name, const std::string& source_name) {
+    bool has_descriptions = false;
+    for (std::size_t layer = 0; layer < names().layer_count(); ++layer) {
+        has_descriptions = register_layer(layer, instance_of(interface, layer), name, source_name) || has_descriptions;
+    }
+    return has_descriptions;
+}
+
+bool catalogue::register_layer(std::size_t layer, std::uint32_t instance, const std::string& name,
+                               const std::string& source_name) {
     std::vector<std::string> signatures;
     for (std::size_t description = 0; description < arguments_.size(); ++description) {
         const std::string& signature = signatures_[description];
-        if (serves(description, name) &&
+        if (names().layer_of(description) == layer && serves(description, name) &&
             std::find(signatures.begin(), signatures.end(), signature) == signatures.end()) {
             signatures.push_back(signature);
         }
@@ -261,8 +280,7 @@ bool catalogue::register_interface(std::size_t interface, const std::string& nam
     if (signatures.empty()) {
         return false;
     }
-    extractor_.register_source_from_storage(interface_source_id, static_cast<std::uint32_t>(interface), source_name,
-                                            signatures);
+    extractor_.register_source_from_storage(interface_source_id, instance, source_name, signatures);
     return true;
 }
 

@@ -9,12 +9,15 @@
 #include <string_view>
 #include <vector>
 
+#include "tavi/candump_reader.hpp"
 #include "tavi/extractor.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/report/description_log.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
 
 namespace tavi::tool {
+
+class message_names;
 
 // Thread: one at a time.
 class catalogue {
@@ -48,6 +51,9 @@ public:
     // In a strict run: ends it for a warning about a description, which was reported. Throws: command_error.
     void refuse_if_strict(std::size_t description) const;
 
+    // Reports a part of a description that is not used. Throws: command_error in a strict run.
+    void report_left_out(std::size_t description, std::string_view cause) const;
+
     // Of a description that was loaded.
     const std::string& signature(std::size_t description) const { return signatures_[description]; }
 
@@ -57,18 +63,31 @@ public:
     // A URL expression for a path ("View.Object") in a description that needs no interface to be known.
     std::string expression(std::size_t description, std::string_view path) const;
 
-    // Makes an interface of the log known as a source, with the descriptions that are meant for it; false when there
-    // is none. `interface` is its number, `name` as the log has it. Nothing is parsed again.
+    // How messages are called where interfaces may have several descriptions. The first call reads them and reports
+    // those that have other names than in their description; it comes before register_interface and another. Throws:
+    // host::error.
+    const message_names& names();
+
+    // Makes an interface of the log known as a source for each layer (see message_names) that it has descriptions of;
+    // false when there is none. `interface` is its number, `name` as the log has it. Nothing is parsed again.
     bool register_interface(std::size_t interface, const std::string& name, const std::string& source_name);
+
+    // Makes one layer of an interface of that name known as the source of an instance; false when it has no description
+    // for the interface.
+    bool register_layer(std::size_t layer, std::uint32_t instance, const std::string& name,
+                        const std::string& source_name);
 
     // Whether a description is meant for an interface of that name.
     bool serves(std::size_t description, std::string_view name) const;
 
-    // Whether one before it on the command line has the same content and name.
-    bool is_repeated(std::size_t description) const;
-
-    // Whom packages of an interface are from; the instance is the interface's number.
+    // The source that packages of an interface are from: its id, and the instance for a layer.
     static constexpr std::uint16_t interface_source_id = 0x0010;
+    static constexpr std::uint32_t instance_of(std::size_t interface, std::size_t layer) noexcept {
+        return static_cast<std::uint32_t>(interface + layer * host::candump_reader::channel_limit);
+    }
+    static constexpr std::size_t interface_of(std::uint32_t instance) noexcept {
+        return instance % host::candump_reader::channel_limit;
+    }
 
 private:
     catalogue(const catalogue& original);
@@ -95,6 +114,7 @@ private:
     std::vector<std::string> contents_;
     std::vector<description_argument> arguments_;
     std::vector<std::string> signatures_;
+    std::shared_ptr<const message_names> names_;
     description_log log_;
     host::extractor extractor_;
 };

@@ -105,18 +105,20 @@ void frame_decoder::decode_wanted(const host::candump_reader& reader, const host
         prepare(interface, found);
         report_shared_groups(reader, frame, found);
     }
-    package_.set_source(catalogue::interface_source_id, static_cast<std::uint32_t>(interface.number()));
-    catalogue_.extractor().process(package_.build(frame.id, frame.flags, {frame.data.data(), frame.length}),
-                                   host::lenient, records_);
     rows_.set_time(frame.time);
     bool has_values = false;
     const std::uint64_t short_before = totals_.short_frames;
-    for (const qor_dynamic_data_t& record : records_) {
-        const auto wanted = std::find_if(found.targets.begin(), found.targets.end(), [&](const target* candidate) {
-            return candidate->handle == record.subscription_handle;
-        });
-        if (wanted != found.targets.end()) {
-            has_values = write_values(reader, frame, **wanted, record) || has_values;
+    for (const std::size_t layer : found.layers) {
+        package_.set_source(catalogue::interface_source_id, catalogue::instance_of(interface.number(), layer));
+        catalogue_.extractor().process(package_.build(frame.id, frame.flags, {frame.data.data(), frame.length}),
+                                       host::lenient, records_);
+        for (const qor_dynamic_data_t& record : records_) {
+            const auto wanted = std::find_if(found.targets.begin(), found.targets.end(), [&](const target* candidate) {
+                return candidate->handle == record.subscription_handle;
+            });
+            if (wanted != found.targets.end()) {
+                has_values = write_values(reader, frame, **wanted, record) || has_values;
+            }
         }
     }
     ++(has_values ? totals_.matched : totals_.without_values);
@@ -136,12 +138,8 @@ interface_routes& frame_decoder::add_interface(const std::string& name) {
     messages_.set_subject(subject_of(added.number(), 0));
     catalogue_.register_interface(added.number(), name, source_name);
     for (message& known : selection_.messages()) {
-        if (catalogue_.serves(known.description, name) && !added.add(known) &&
-            !catalogue_.is_repeated(known.description)) {
-            const std::string& path = catalogue_.descriptions()[known.description].path;
-            const std::string cause = "another description or line gave " + known.path + " on " + name +
-                                      " before; this one is left out there";
-            messages_.report({topic::description, path, 0, 0, cause, {}, {}});
+        if (catalogue_.serves(known.description, name)) {
+            added.add(known);
         }
     }
     messages_.set_subject(0);
@@ -233,8 +231,9 @@ void frame_decoder::report_shared_groups(const host::candump_reader& reader, con
 void frame_decoder::subscribe(const interface_routes& interface, target& wanted) {
     const message& subscribed = *wanted.wanted;
     messages_.set_subject(subject_of(interface.number(), subscribed.number));
+    const std::uint32_t instance = catalogue::instance_of(interface.number(), subscribed.layer);
     wanted.handle = catalogue_.extractor().subscribe(std::to_string(catalogue::interface_source_id) + '#' +
-                                                         std::to_string(interface.number()) + '.' + subscribed.path,
+                                                         std::to_string(instance) + '.' + subscribed.own_path,
                                                      host::lenient);
     messages_.set_subject(0);
 }

@@ -1,7 +1,7 @@
 #include "tools/tavi/decode/interface_routes.hpp"
 
 #include <algorithm>
-#include <unordered_map>
+#include <unordered_set>
 
 #include "qorc/type_node.h"
 
@@ -15,20 +15,17 @@ bool is_extended(std::uint32_t id) noexcept {
 
 } // namespace
 
-bool interface_routes::add(message& added) {
-    if (!paths_.insert(added.path).second) {
-        return false;
-    }
+void interface_routes::add(message& added) {
     messages_.push_back(&added);
+    const auto [place, is_new] = paths_.try_emplace(added.path, nullptr);
     if (added.address > UINT32_MAX) {
-        return true;
+        return;
     }
-    if (added.selected) {
-        targets_.emplace_back(std::make_unique<target>())->wanted = &added;
+    if (is_new && added.selected) {
+        place->second = targets_.emplace_back(std::make_unique<target>()).get();
+        place->second->wanted = &added;
     }
-    members_.push_back(
-        {static_cast<std::uint32_t>(added.address), &added, added.selected ? targets_.back().get() : nullptr});
-    return true;
+    members_.push_back({static_cast<std::uint32_t>(added.address), &added, place->second});
 }
 
 void interface_routes::close() {
@@ -83,18 +80,29 @@ void interface_routes::append(id_table& table, std::uint32_t key, target* wanted
         routes_.resize(std::max<std::size_t>(routes_.size(), number + std::size_t{1}));
         table.put(key, number);
     }
-    if (wanted != nullptr) {
-        routes_[number].targets.push_back(wanted);
-        if (by_group) {
-            routes_[number].by_group.push_back(wanted);
-        }
+    if (wanted == nullptr) {
+        return;
+    }
+    route& frames = routes_[number];
+    if (std::find(frames.targets.begin(), frames.targets.end(), wanted) != frames.targets.end()) {
+        return;
+    }
+    frames.targets.push_back(wanted);
+    if (by_group) {
+        frames.by_group.push_back(wanted);
+    }
+    const std::size_t layer = wanted->wanted->layer;
+    const auto place = std::lower_bound(frames.layers.begin(), frames.layers.end(), layer);
+    if (place == frames.layers.end() || *place != layer) {
+        frames.layers.insert(place, layer);
     }
 }
 
 void interface_routes::exclude(const host::reader_filter& filter, std::uint16_t source_id) {
     id_table accepted;
     for (const host::reader_filter::term& term : filter.terms()) {
-        if (term.source_id.value_or(source_id) != source_id || term.instance.value_or(number_) != number_) {
+        if (term.source_id.value_or(source_id) != source_id ||
+            (term.instance && catalogue::interface_of(*term.instance) != number_)) {
             continue;
         }
         if (!term.address) {

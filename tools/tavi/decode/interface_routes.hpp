@@ -11,7 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -37,6 +37,8 @@ struct target {
 struct route {
     // In the order of the descriptions.
     std::vector<target*> targets;
+    // Those of the targets, ascending: a package goes to the source of each.
+    std::vector<std::size_t> layers;
     // Those whose description has the parameter group of the id, not the id.
     std::vector<const target*> by_group;
     // Whether all targets are subscribed to.
@@ -54,9 +56,9 @@ public:
     std::size_t number() const noexcept { return number_; }
     const std::string& source_name() const noexcept { return source_name_; }
 
-    // Adds a message of a description that is meant for the interface, in order; false when another description has
-    // given one of the same path already.
-    bool add(message& added);
+    // Adds a message of a description that is meant for the interface, in order. One of the path of another is the same
+    // and is not decoded a second time.
+    void add(message& added);
     // Requires: all messages are added. To be called once, before anything below.
     void close();
 
@@ -105,7 +107,7 @@ private:
     // All that were added, asked for or not.
     std::vector<const message*> messages_;
     std::vector<std::unique_ptr<target>> targets_;
-    std::unordered_set<std::string_view> paths_;
+    std::unordered_map<std::string_view, target*> paths_;
     // In the order in which they were added; empty once the tables are made.
     std::vector<member> members_;
     // The first is that of all ids that were not asked for.

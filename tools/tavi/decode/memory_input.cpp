@@ -109,7 +109,7 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
     std::copy(bytes.begin(), bytes.end(), payload.begin() + header_size);
 
     const std::uint64_t values = decoder.decode(
-        package.package(), {}, [&](const message& object, std::size_t size, std::size_t whole_size, std::size_t lost) {
+        package, {}, [&](const message& object, std::size_t size, std::size_t whole_size, std::size_t lost) {
             ++totals.short_frames;
             const std::string cause = "the piece ends within " + object.path + ", after " + std::to_string(size) +
                                       " of " + std::to_string(whole_size) + " bytes: " + std::to_string(lost) +

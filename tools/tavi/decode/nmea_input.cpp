@@ -46,7 +46,7 @@ bool decode_sentence(const host::nmea_sentence& sentence, host::package_builder&
     std::copy(sentence.text.begin(), sentence.text.end(), payload.begin());
     payload[payload.size() - 2] = '\r';
     payload[payload.size() - 1] = '\n';
-    const std::uint64_t values = decoder.decode(package.package(), sentence.time);
+    const std::uint64_t values = decoder.decode(package, sentence.time);
     totals.values += values;
     if (decoder.served(refusals)) {
         return false;

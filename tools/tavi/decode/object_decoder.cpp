@@ -24,14 +24,17 @@ std::span<const std::uint8_t> without_zero_elements(std::span<const std::uint8_t
 object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, const std::string& source_name,
                                catalogue& catalogue, selection& selection, row_writer& rows, message_sink& messages,
                                zero_elements zeros)
-    : catalogue_(catalogue), writer_(rows), zeros_(zeros) {
-    const std::string source = std::to_string(source_id) + '#' + std::to_string(instance) + '.';
-    // A path that two descriptions have is that of the first.
+    : source_id_(source_id), instance_(instance), catalogue_(catalogue), writer_(rows), zeros_(zeros) {
+    records_[0];
+    // Messages of one path in two descriptions are the same.
     std::unordered_set<std::string_view> paths;
     for (message& candidate : selection.messages()) {
         if (candidate.selected && catalogue.serves(candidate.description, source_name) &&
             paths.insert(candidate.path).second) {
-            const std::uint64_t handle = catalogue_.extractor().subscribe(source + candidate.path, host::lenient);
+            const std::string source = std::to_string(source_id) + '#' +
+                                       std::to_string(catalogue::instance_of(instance, candidate.layer)) + '.';
+            const std::uint64_t handle = catalogue_.extractor().subscribe(source + candidate.own_path, host::lenient);
+            records_[candidate.layer];
             const message_plan& plan = selection.plan_of(candidate, catalogue_.extractor(), handle);
             report_unreadable(candidate, plan, catalogue, messages);
             objects_.push_back({handle, &candidate, &plan, make_rows(rows, source_name, candidate, plan)});
@@ -48,12 +51,21 @@ const object_decoder::object* object_decoder::find(std::uint64_t handle) const {
     return found != objects_.end() && found->handle == handle ? &*found : nullptr;
 }
 
-std::uint64_t object_decoder::decode(const qor_package_t& package, std::string_view time, const short_record& report) {
-    catalogue_.extractor().process(package, host::lenient, records_);
+std::uint64_t object_decoder::decode(host::package_builder& package, std::string_view time,
+                                     const short_record& report) {
     writer_.set_time(time);
     found_count_ = 0;
     written_ = 0;
-    for (const qor_dynamic_data_t& record : records_) {
+    for (auto& [layer, records] : records_) {
+        package.set_source(source_id_, catalogue::instance_of(instance_, layer));
+        catalogue_.extractor().process(package.package(), host::lenient, records);
+        write(records, report);
+    }
+    return written_;
+}
+
+void object_decoder::write(const host::record_list& records, const short_record& report) {
+    for (const qor_dynamic_data_t& record : records) {
         const object* const served = find(record.subscription_handle);
         if (served == nullptr) {
             continue;
@@ -68,12 +80,14 @@ std::uint64_t object_decoder::decode(const qor_package_t& package, std::string_v
             report(*served->subscribed, bytes.size(), served->plan->plan.record_size(), lost);
         }
     }
-    return written_;
 }
 
 bool object_decoder::served(std::uint64_t handle) const noexcept {
-    return std::any_of(records_.begin(), records_.end(),
-                       [&](const qor_dynamic_data_t& record) { return record.subscription_handle == handle; });
+    return std::any_of(records_.begin(), records_.end(), [&](const auto& of_layer) {
+        const host::record_list& records = of_layer.second;
+        return std::any_of(records.begin(), records.end(),
+                           [&](const qor_dynamic_data_t& record) { return record.subscription_handle == handle; });
+    });
 }
 
 } // namespace tavi::tool

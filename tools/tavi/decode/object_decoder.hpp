@@ -6,11 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "qorc/extensibility/package.h"
+#include "tavi/package_builder.hpp"
 #include "tavi/record_list.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/decode/record_rows.hpp"
@@ -37,9 +38,9 @@ public:
                    catalogue& catalogue, selection& selection, row_writer& rows, message_sink& messages,
                    zero_elements zeros = zero_elements::written);
 
-    // Writes the rows of a package of the source and returns their number; `time` as the rows have it, empty for none.
-    // Throws: host::error when a plug-in fails, and what `report` throws.
-    std::uint64_t decode(const qor_package_t& package, std::string_view time, const short_record& report = {});
+    // Writes the rows of a package and returns their number; `time` as the rows have it, empty for none. The source of
+    // the package is set. Throws: host::error when a plug-in fails, and what `report` throws.
+    std::uint64_t decode(host::package_builder& package, std::string_view time, const short_record& report = {});
 
     // Rows of the last package; while it is decoded those so far.
     std::uint64_t written() const noexcept { return written_; }
@@ -60,7 +61,10 @@ private:
     };
 
     const object* find(std::uint64_t handle) const;
+    void write(const host::record_list& records, const short_record& report);
 
+    const std::uint16_t source_id_;
+    const std::uint32_t instance_;
     catalogue& catalogue_;
     row_writer& writer_;
     zero_elements zeros_;
@@ -68,7 +72,8 @@ private:
     std::vector<object> objects_;
     std::size_t found_count_ = 0;
     std::uint64_t written_ = 0;
-    host::record_list records_;
+    // Of the last package, by layer (see message_names).
+    std::map<std::size_t, host::record_list> records_;
     std::vector<host::reading> readings_;
 };
 

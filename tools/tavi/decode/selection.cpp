@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <map>
 #include <stdexcept>
+#include <utility>
 
 #include "tavi/nodes.hpp"
 #include "tavi/schema_reader.hpp"
+#include "tools/tavi/decode/message_names.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/report/printable.hpp"
 
@@ -74,7 +76,12 @@ private:
 } // namespace
 
 std::string row_path(const message& read, const host::record_plan& plan, std::size_t row) {
-    return (plan.names_subscribed_level() ? read.view : read.path) + '.' + plan.rows()[row].name;
+    const std::string& name = plan.rows()[row].name;
+    if (!plan.names_subscribed_level()) {
+        return read.path + '.' + name;
+    }
+    return read.path == read.own_path ? read.view + '.' + name
+                                      : read.path + name.substr(std::min(name.find_first_of("[."), name.size()));
 }
 
 selection::selection(catalogue& catalogue, const std::vector<std::string>& patterns)
@@ -82,6 +89,7 @@ selection::selection(catalogue& catalogue, const std::vector<std::string>& patte
     std::vector<bool> used(patterns_.patterns().size());
     for (std::size_t description = 0; description < catalogue_.descriptions().size(); ++description) {
         const auto& views = nodes_.emplace_back(catalogue_.views(description));
+        own_paths_.clear();
         for (const qor_type_node_t& view : views) {
             add_view(description, view, used);
         }
@@ -101,11 +109,19 @@ void selection::add_view(std::size_t description, const qor_type_node_t& view, s
     }
     const bool whole = mark_used(host::text_of(view.name), level_counts{1}, used) || patterns_.empty();
     for (const qor_type_node_t& object : objects) {
+        std::string own_path = std::string(host::text_of(view.name)).append(1, '.').append(host::text_of(object.name));
+        if (!own_paths_.insert(own_path).second) {
+            catalogue_.report_left_out(description,
+                                       "'" + own_path + "' is left out: another one before it has the path");
+            continue;
+        }
         message& added = messages_.emplace_back();
         added.description = description;
         added.number = messages_.size();
         added.view = host::text_of(view.name);
-        (added.path = added.view + '.') += host::text_of(object.name);
+        (added.path = added.view + '.') += catalogue_.names().name_of(object);
+        added.own_path = std::move(own_path);
+        added.layer = catalogue_.names().layer_of(description);
         added.address = object.object.address;
         added.flags = object.object.flags;
         added.node = &object;

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "tavi/nodes.hpp"
@@ -32,13 +33,17 @@ struct message {
     std::size_t description = 0;
     // From 1, in the order of the selection.
     std::size_t number = 0;
-    // Below the source, as a URL expression has it: "CAN.EngineData".
+    // Below the source, as a URL expression has it: "CAN.EngineData", with the name of catalogue::names.
     std::string path;
+    // The same with the name that it has in its description.
+    std::string own_path;
     // The level above: "CAN".
     std::string view;
     // Frame id with bit 31 set for 29-bit ids; QOR_OBJECT_ bits.
     std::uint64_t address = 0;
     std::uint32_t flags = 0;
+    // See message_names.
+    std::size_t layer = 0;
     bool selected = false;
     // The record of the catalogue, which belongs to the selection.
     const qor_type_node_t* node = nullptr;
@@ -76,6 +81,8 @@ private:
 
     catalogue& catalogue_;
     host::url_pattern_set patterns_;
+    // Of the description that is being added.
+    std::unordered_set<std::string> own_paths_;
     // Nodes that `messages_` points into.
     std::deque<host::nodes> nodes_;
     std::deque<message> messages_;
