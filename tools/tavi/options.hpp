@@ -40,8 +40,8 @@ struct decode_options {
     std::string memory; // where the log, a piece of memory, was read; empty for other logs
     output_format format = output_format::csv;
     bool no_formula_guard = false; // in CSV
-    std::string output;        // empty: standard output
-    std::string report;        // empty: none
+    std::string output;            // empty: standard output
+    std::string report;            // empty: none
     bool j1939 = false;
     // Threads that decode a candump log; 0: as many as there are processors.
     std::size_t jobs = 0;

@@ -1,10 +1,9 @@
 /*
  * Filesystem: the means by which a parser reaches files besides the description that it is given.
  *
- * A provider opens filesystems (that of local files: qorcpp/filesystem_provider.hpp); a filesystem stays valid after its
- * provider is gone, until its `close`. Paths are
- * UTF-8 with '/' between names. A relative path counts from the root that the filesystem was opened with; the empty
- * root is the process's working directory.
+ * A provider opens filesystems (that of local files: qorcpp/filesystem_provider.hpp); a filesystem stays valid after
+ * its provider is gone, until its `close`. Paths are UTF-8 with '/' between names. A relative path counts from the root
+ * that the filesystem was opened with; the empty root is the process's working directory.
  *
  * Errors of all functions: QOR_STATUS_INVALID_ARGUMENT for a null argument that is needed, else the family
  * QOR_STATUS_FAMILY_GENERIC with the errno value and a text that names the path.
