@@ -14,7 +14,7 @@ enum class exit_code {
     usage = 2,         // the command line is wrong
     incomplete = 3,    // done, but something was damaged or skipped
     plugin_failed = 4, // a plug-in failed or was refused
-    interrupted = 130  // ended early by SIGINT or SIGTERM
+    interrupted = 130  // ended early by SIGINT, SIGTERM or SIGHUP
 };
 
 // Ends a command. `what()` is a whole message in the form "place: error: cause", without line end.

@@ -4,11 +4,16 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/tavi/check/check_process.hpp"
+
 namespace tavi::tool {
 
 namespace {
 
 constexpr int most_jobs = 256;
+// MiB: the command itself needs the least, and the most fits into 64 bits as bytes.
+constexpr int least_memory = 64;
+constexpr int most_memory = 1 << 30;
 
 // An empty text would count as an option that was not given: most often a variable of a script that was not set.
 CLI::Validator not_empty() {
@@ -149,11 +154,21 @@ void add_schema_options(CLI::App& app, schema_options& options) {
 
 void add_plugins_options(CLI::App& app, plugins_options& options) {
     CLI::App& command = *app.add_subcommand("plugins", "List the libraries beside the extractor, or check a plug-in");
-    command.add_option("--check", options.check, "Plug-in to load and to try as a host would")
-        ->type_name("FILE")
-        ->check(not_empty());
+    CLI::Option& check =
+        *command.add_option("--check", options.check, "Plug-in to load and to try as a host would, in a process apart")
+             ->type_name("FILE")
+             ->check(not_empty());
+    command.add_option("--time-limit", options.time_limit, "Seconds that the check may take (default: 10)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.1, 3600.0).description(""))
+        ->needs(&check);
+    command.add_option("--memory-limit", options.memory_limit, "Memory that the check may take (default: 1024)")
+        ->type_name("MIB")
+        ->check(CLI::Range(least_memory, most_memory).description(""))
+        ->needs(&check);
+    command.add_option(check_in_child_option, options.check_in_child)->group("")->excludes(&check);
     command.footer("The list shows file, kind, version and the formats or description types that are served.\n"
-                   "Exit codes: 0 all fit for use, 1 not done, 2 wrong usage, 4 a plug-in is not.");
+                   "Exit codes: 0 all fit for use, 1 not done, 2 wrong usage, 4 a plug-in is not, whatever it did.");
 }
 
 void add_filter_options(CLI::App& app, filter_options& options) {

@@ -66,7 +66,11 @@ struct schema_options {
 };
 
 struct plugins_options {
-    std::string check; // a file to check; empty: list what stands beside the extractor
+    std::string check; // a file to check; empty: list what is beside the extractor
+    // Of the check, which runs in a child process.
+    double time_limit = 10;            // seconds
+    std::uint64_t memory_limit = 1024; // MiB of address space
+    std::string check_in_child;        // set in that process only, to the file
 };
 
 struct filter_options {

@@ -170,6 +170,11 @@ void watch_interrupts() {
     sigemptyset(&action.sa_mask);
     ::sigaction(SIGINT, &action, nullptr);
     ::sigaction(SIGTERM, &action, nullptr);
+    // Ignored at the start by what is meant to outlive its terminal.
+    struct sigaction hangup {};
+    if (::sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN) {
+        ::sigaction(SIGHUP, &action, nullptr);
+    }
     std::signal(SIGPIPE, SIG_IGN);
     // A file that becomes larger than the process may write is an error like a full disk.
     std::signal(SIGXFSZ, SIG_IGN);

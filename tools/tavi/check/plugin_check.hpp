@@ -1,17 +1,13 @@
-// Loads one plug-in and tells what a host would stumble over.
+// Loads one plug-in and reports what a host would stumble over.
 #ifndef TOOLS_TAVI_CHECK_PLUGIN_CHECK_HPP
 #define TOOLS_TAVI_CHECK_PLUGIN_CHECK_HPP
 
-#include <functional>
 #include <string>
 #include <vector>
 
-namespace tavi::tool {
+#include "tools/tavi/check/checker.hpp"
 
-struct verdict {
-    enum class kind { good, note, bad } kind;
-    std::string text;
-};
+namespace tavi::tool {
 
 // What a plug-in file is and which formats or description types it serves. Loads it to ask.
 struct plugin_summary {
@@ -25,8 +21,9 @@ struct plugin_summary {
 plugin_summary summarise_plugin(const std::string& path);
 
 // All checks, in the order in which a host would meet the faults; they end where nothing further can be asked. Each is
-// told before the next begins, which a bad plug-in may not survive.
-void check_plugin(const std::string& path, const std::function<void(const verdict&)>& tell);
+// reported before the next begins, and announced, because a bad plug-in may crash, hang or end the process: see
+// check_process.hpp.
+void check_plugin(const std::string& path, const verdict_sink& tell);
 
 } // namespace tavi::tool
 

@@ -1,13 +1,14 @@
 #include "tools/tavi/commands/commands.hpp"
 
 #include <algorithm>
-#include <cstdio>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "qor_tavi_extractor/qor_tavi_extractor.h"
 #include "qorcpp/platform/module.hpp"
+#include "tools/tavi/check/check_process.hpp"
 #include "tools/tavi/check/plugin_check.hpp"
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/report/printable.hpp"
@@ -64,24 +65,34 @@ exit_code list_plugins() {
     return code;
 }
 
-exit_code check(const std::string& path) {
+exit_code check(const std::string& path, const plugins_options& options) {
     exit_code code = exit_code::done;
     block_output output("");
-    check_plugin(path, [&](const verdict& verdict) {
+    const qor::platform::child_limits limits{
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(options.time_limit)),
+        options.memory_limit << 20};
+    const bool complete = check_plugin_in_child(path, limits, [&](const verdict& verdict) {
         const bool bad = verdict.kind == tool::verdict::kind::bad;
         const char* const word = bad ? "FAULT  " : verdict.kind == tool::verdict::kind::note ? "note   " : "ok     ";
-        output.write(word + printable(verdict.text) + '\n');
+        output.write(word + verdict.text + '\n');
         output.flush();
         code = bad ? exit_code::plugin_failed : code;
     });
-    output.write(printable(path) + (code == exit_code::done ? ": fit for use\n" : ": not fit for use\n"));
+    const char* const conclusion = !complete                 ? ": not checked to the end: interrupted\n"
+                                   : code == exit_code::done ? ": fit for use\n"
+                                                             : ": not fit for use\n";
+    output.write(printable(path) + conclusion);
     output.close();
-    return code;
+    return complete ? code : exit_code::interrupted;
 }
 
 } // namespace
 
 exit_code run_plugins(const plugins_options& options) {
+    if (!options.check_in_child.empty()) {
+        report_check_to_parent(options.check_in_child);
+        return exit_code::done;
+    }
     if (options.check.empty()) {
         return list_plugins();
     }
@@ -92,7 +103,7 @@ exit_code run_plugins(const plugins_options& options) {
     if (std::filesystem::is_directory(options.check, error)) {
         throw command_error(printable(options.check) + ": error: is a directory");
     }
-    return check(std::filesystem::absolute(options.check).string());
+    return check(std::filesystem::absolute(options.check).string(), options);
 }
 
 } // namespace tavi::tool

@@ -77,8 +77,8 @@ private:
     bool owned_;
 };
 
-// From the call on SIGINT and SIGTERM are noted instead of ending the process (a second one ends it), and writing into
-// a closed pipe is an error instead of a signal.
+// From the call on SIGINT, SIGTERM and SIGHUP are noted instead of ending the process (a second one ends it), and
+// writing into a closed pipe is an error instead of a signal. SIGHUP stays ignored where it was, as under nohup.
 QORCPP_API void watch_interrupts();
 
 // Whether one was noted.

@@ -1,0 +1,16 @@
+// What a host would meet first in a plug-in of each kind: its tables, and questions about what it cannot know.
+#ifndef TOOLS_TAVI_CHECK_KIND_CHECKS_HPP
+#define TOOLS_TAVI_CHECK_KIND_CHECKS_HPP
+
+#include "tools/tavi/check/checker.hpp"
+
+namespace tavi::tool {
+
+void check_matcher(const loaded_plugin& plugin, checker& check);
+void check_parser(const loaded_plugin& plugin, checker& check);
+void check_processor(const loaded_plugin& plugin, checker& check);
+void check_storage(const loaded_plugin& plugin, checker& check);
+
+} // namespace tavi::tool
+
+#endif

@@ -1,0 +1,89 @@
+#include "tools/tavi/check/plugin_formats.hpp"
+
+#include <stdexcept>
+
+#include "qorc/extensibility/data_description_parser.h"
+#include "qorc/extensibility/data_matcher.h"
+#include "qorc/extensibility/data_processor.h"
+#include "qorcpp/metadata_section.hpp"
+
+namespace tavi::tool {
+
+namespace {
+
+// The texts that `get(index, details)` gives.
+template<typename Get>
+std::vector<std::string> list_formats(std::size_t count, Get get) {
+    if (count > QOR_PLUGIN_MAX_FORMATS) {
+        throw std::runtime_error(std::to_string(count) + " formats, where a host takes " +
+                                 std::to_string(QOR_PLUGIN_MAX_FORMATS) + " at most");
+    }
+    std::vector<std::string> formats;
+    for (std::size_t index = 0; index < count; ++index) {
+        qor_error_details_t* details = nullptr;
+        const char* const text = get(index, &details);
+        qor::rethrow_details(details);
+        if (text == nullptr || *text == '\0') {
+            throw std::runtime_error("a format without text");
+        }
+        formats.emplace_back(text);
+    }
+    return formats;
+}
+
+std::vector<std::string> matcher_formats(const loaded_plugin& plugin) {
+    const auto& table = *plugin.table<qor_data_matcher_format_support_t>();
+    return list_formats(table.get_supported_format_count(plugin.handle()), [&](std::size_t index, auto** details) {
+        const char* format = nullptr;
+        table.get_supported_format(plugin.handle(), index, &format, details);
+        return format;
+    });
+}
+
+std::vector<std::string> parser_formats(const loaded_plugin& plugin) {
+    const auto& table = *plugin.table<qor_data_description_parser_format_support_t>();
+    return list_formats(table.get_supported_file_format_count(plugin.handle()), [&](std::size_t index, auto** details) {
+        qor_data_description_file_format_t format{};
+        table.get_supported_file_format(plugin.handle(), index, &format, details);
+        return format.description_type;
+    });
+}
+
+std::vector<std::string> processor_formats(const loaded_plugin& plugin) {
+    const auto& table = *plugin.table<qor_data_processor_format_support_t>();
+    std::size_t count = 0;
+    qor_error_details_t* failure = nullptr;
+    table.get_supported_format_count(plugin.handle(), &count, &failure);
+    qor::rethrow_details(failure);
+    return list_formats(count, [&](std::size_t index, auto** details) {
+        qor_data_processor_format_t format{};
+        table.get_supported_format(plugin.handle(), index, &format, details);
+        return format.format;
+    });
+}
+
+} // namespace
+
+std::map<std::string, std::string> metadata_of(const std::string& path) {
+    std::map<std::string, std::string> values;
+    if (const auto section = qor::runtime::read_metadata_section(path)) {
+        for (const auto& [key, value] : qor::runtime::parse_metadata(*section)) {
+            values[key] = value;
+        }
+    }
+    return values;
+}
+
+bool is_plugin_type(const std::string& type) {
+    return type == "data-matcher" || type == "data-description-parser" || type == "data-processor" ||
+           type == "signal-storage";
+}
+
+std::vector<std::string> formats_of(const loaded_plugin& plugin, const std::string& type) {
+    return type == "data-matcher"              ? matcher_formats(plugin)
+           : type == "data-description-parser" ? parser_formats(plugin)
+           : type == "data-processor"          ? processor_formats(plugin)
+                                               : std::vector<std::string>{};
+}
+
+} // namespace tavi::tool
