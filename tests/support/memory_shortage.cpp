@@ -28,6 +28,7 @@ std::atomic<std::size_t> first_failing{0};
 std::atomic<std::size_t> last_failing{0};
 std::atomic<bool> armed{false};
 std::atomic<bool> has_struck{false};
+std::atomic<std::size_t> blocks{0};
 
 [[maybe_unused]] bool fails() noexcept {
     if (!armed.load(std::memory_order_relaxed)) {
@@ -40,6 +41,11 @@ std::atomic<bool> has_struck{false};
     has_struck = true;
     errno = ENOMEM;
     return true;
+}
+
+[[maybe_unused]] void* counted(void* block) noexcept {
+    blocks += block != nullptr;
+    return block;
 }
 
 } // namespace
@@ -55,21 +61,37 @@ void* TAVI_TEST_REAL(malloc)(std::size_t size);
 void* TAVI_TEST_REAL(calloc)(std::size_t count, std::size_t size);
 void* TAVI_TEST_REAL(realloc)(void* memory, std::size_t size);
 void* TAVI_TEST_REAL(memalign)(std::size_t alignment, std::size_t size);
+void TAVI_TEST_REAL(free)(void* memory);
 
 void* malloc(std::size_t size) {
-    return fails() ? nullptr : TAVI_TEST_REAL(malloc)(size);
+    return fails() ? nullptr : counted(TAVI_TEST_REAL(malloc)(size));
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-    return fails() ? nullptr : TAVI_TEST_REAL(calloc)(count, size);
+    return fails() ? nullptr : counted(TAVI_TEST_REAL(calloc)(count, size));
 }
 
 void* realloc(void* memory, std::size_t size) {
-    return fails() ? nullptr : TAVI_TEST_REAL(realloc)(memory, size);
+    if (fails()) {
+        return nullptr;
+    }
+    void* const block = TAVI_TEST_REAL(realloc)(memory, size);
+    blocks += memory == nullptr && block != nullptr;
+    blocks -= memory != nullptr && block == nullptr && size == 0;
+    return block;
+}
+
+void* memalign(std::size_t alignment, std::size_t size) {
+    return fails() ? nullptr : counted(TAVI_TEST_REAL(memalign)(alignment, size));
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    return fails() ? nullptr : TAVI_TEST_REAL(memalign)(alignment, size);
+    return memalign(alignment, size);
+}
+
+void free(void* memory) {
+    blocks -= memory != nullptr;
+    TAVI_TEST_REAL(free)(memory);
 }
 
 int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
@@ -127,6 +149,10 @@ namespace tavi::test {
 
 bool memory_shortage::is_possible() {
     return TAVI_TEST_HEAP != 0;
+}
+
+std::size_t memory_shortage::live_blocks() {
+    return blocks;
 }
 
 memory_shortage::memory_shortage(std::size_t first, std::size_t last) {

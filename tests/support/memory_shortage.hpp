@@ -23,6 +23,9 @@ public:
     // False where the heap of the build cannot be replaced (thread sanitizer, other C libraries): nothing fails then.
     static bool is_possible();
 
+    // Blocks of the heap that are allocated now, by whatever library; for differences only.
+    static std::size_t live_blocks();
+
     explicit memory_shortage(std::size_t first, std::size_t last = for_good);
     ~memory_shortage();
     memory_shortage(const memory_shortage&) = delete;
