@@ -1,4 +1,4 @@
-// What a catalogue answers and takes, whatever keeps it.
+// What a catalogue answers and takes, in a file or in memory.
 #ifndef PLUGINS_SIGNAL_STORAGE_CATALOGUE_HPP
 #define PLUGINS_SIGNAL_STORAGE_CATALOGUE_HPP
 
@@ -17,7 +17,7 @@ namespace qor::storage {
 
 // Throws, all of it: std::invalid_argument that names the path, id or signature that is not there; what fail() throws;
 // std::bad_alloc.
-// Thread: one at a time. Several may stand for the same catalogue, each for a thread of its own.
+// Thread: one at a time. Several objects may be of the same catalogue, each for a thread of its own.
 class catalogue {
 public:
     // `uri` is a URI as SQLite reads it, or a plain path. The parameter "busy_timeout" gives the milliseconds for which

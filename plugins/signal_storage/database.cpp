@@ -86,7 +86,7 @@ int database::busy_timeout_of(const std::string& uri) const {
 }
 
 void database::configure() {
-    // The file may come from anywhere: what stands in its schema is not trusted.
+    // The file may come from anywhere: what is in its schema is not trusted.
     sqlite3_db_config(handle_, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     sqlite3_db_config(handle_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);

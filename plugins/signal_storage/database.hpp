@@ -25,7 +25,7 @@ public:
     // The file's path, the URI for a database in memory: for messages.
     const std::string& name() const noexcept { return name_; }
 
-    // Also with the file system "memdb" of SQLite, whose names stand for no file.
+    // Also with the file system "memdb" of SQLite, whose names are not those of files.
     bool in_memory() const noexcept { return in_memory_; }
     bool read_only() const noexcept { return read_only_; }
 

@@ -16,7 +16,7 @@ namespace qor::storage {
 // Thread: one at a time; different contexts of one storage may be used by different threads.
 class description_context {
 public:
-    // The record belongs to the context that it stands for.
+    // The record belongs to the context, which it is the table of.
     static qor_signal_storage_context_t* create(const std::shared_ptr<storage>& owner,
                                                 const description_identity& identity);
 

@@ -1,4 +1,4 @@
-// What tells one description from another.
+// What distinguishes one description from another.
 #ifndef PLUGINS_SIGNAL_STORAGE_DESCRIPTION_IDENTITY_HPP
 #define PLUGINS_SIGNAL_STORAGE_DESCRIPTION_IDENTITY_HPP
 

@@ -66,11 +66,11 @@ const stored_description& description_table::read(const execution& source) {
     }
     std::copy(row.digest.begin(), row.digest.end(), description.digest.begin());
     description.seal = seal_of(description.digest);
-    return known_.insert_or_assign(row.id, std::move(description)).first->second;
+    return read_before_.insert_or_assign(row.id, std::move(description)).first->second;
 }
 
 const stored_description* description_table::find(std::uint64_t id) {
-    if (const auto found = known_.find(id); found != known_.end()) {
+    if (const auto found = read_before_.find(id); found != read_before_.end()) {
         return &found->second;
     }
     execution row(by_id_);

@@ -45,7 +45,7 @@ public:
     const stored_description* find(std::uint64_t id);
     const stored_description* find(std::string_view signature);
 
-    // The one of the lowest id above `id`; null behind the last.
+    // The one of the lowest id above `id`; null after the last.
     const stored_description* after(std::uint64_t id);
 
     // Reads all rows. Throws when one of them is damaged or lost.
@@ -68,8 +68,8 @@ private:
     statement all_;
     statement count_;
     statement highest_id_;
-    std::map<std::uint64_t, stored_description> known_; // by id
-    std::optional<std::uint32_t> checked_version_;      // of the data for which check_all was content
+    std::map<std::uint64_t, stored_description> read_before_; // by id
+    std::optional<std::uint32_t> checked_version_;            // of the data for which check_all was content
 };
 
 } // namespace qor::storage

@@ -14,8 +14,8 @@ qor::storage::open_options make_options(std::uint8_t open_mode, std::uint32_t fl
     if (open_mode > QOR_SIGNAL_STORAGE_MODE_READ_ONLY) {
         throw std::invalid_argument("open mode " + std::to_string(open_mode) + " of the signal storage is unknown");
     }
-    constexpr std::uint32_t known = QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST;
-    if ((flags & ~known) != 0) {
+    constexpr std::uint32_t all_flags = QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST;
+    if ((flags & ~all_flags) != 0) {
         throw std::invalid_argument("flags " + std::to_string(flags) + " of the signal storage hold an unknown bit");
     }
     qor::storage::open_options options;

@@ -1,4 +1,4 @@
-// Unsigned integers as bytes, low byte first, whatever the processor's own order.
+// Unsigned integers as bytes, low byte first, on processors of either order.
 #ifndef PLUGINS_SIGNAL_STORAGE_LITTLE_ENDIAN_HPP
 #define PLUGINS_SIGNAL_STORAGE_LITTLE_ENDIAN_HPP
 

@@ -57,7 +57,7 @@ node_sequence children_of(node_reference parent) {
     return sequence;
 }
 
-// The numbers of all below and including the node, parents before what stands below them.
+// The numbers of all below and including the node, parents before what is below them.
 std::vector<std::uint32_t> walk(node_reference top) {
     std::vector<std::uint32_t> numbers;
     const std::vector<pending_node>& nodes = top.description->content->nodes();
@@ -113,8 +113,8 @@ owned_node memory_catalogue::find_node(std::uint64_t description_id, std::string
     const std::uint64_t hash = fnv1a(path);
     node_reference found{nullptr, 0};
     if (description_id != 0) {
-        const memory_description* const asked = descriptions_->find(description_id);
-        found = asked != nullptr ? find_path(*asked, path, hash) : found;
+        const memory_description* const description = descriptions_->find(description_id);
+        found = description != nullptr ? find_path(*description, path, hash) : found;
     } else {
         for (auto* at = descriptions_->after(0); at != nullptr && !found.description;
              at = descriptions_->after(at->id)) {

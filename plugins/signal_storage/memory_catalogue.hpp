@@ -17,7 +17,7 @@ namespace qor::storage {
 
 class memory_catalogue final : public catalogue {
 public:
-    // Of the connection only name and mode are used. With a name behind a '/' ("file:/name?vfs=memdb") all that are
+    // Of the connection only name and mode are used. With a name after a '/' ("file:/name?vfs=memdb") all that are
     // open in the process under that name at a time are one catalogue, else each is its own.
     // Throws: what fail() throws when none is open under that name and it `must_exist` or is only to be read.
     memory_catalogue(std::unique_ptr<database> connection, bool must_exist);
@@ -37,7 +37,7 @@ public:
     void compact() override {}
     [[noreturn]] void fail(const std::string& text) const override { connection_->fail(text); }
 
-    // Number 0 stands above the views.
+    // Number 0 is above the views.
     struct node_reference {
         const memory_description* description;
         std::uint32_t number;

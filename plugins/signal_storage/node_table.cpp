@@ -169,7 +169,7 @@ owned_node node_table::find_path(const stored_description& description, std::str
     return nullptr;
 }
 
-// A count out of a damaged file must not make room for what was never there.
+// A count out of a damaged file must not allocate space for what was never there.
 void node_table::check_count(const stored_description& description, std::uint64_t first_position,
                              std::uint64_t last_position, std::uint64_t count) {
     constexpr std::uint64_t harmless = 4096;

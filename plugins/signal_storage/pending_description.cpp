@@ -21,7 +21,7 @@ const char* kind_name(std::uint8_t kind) noexcept {
     return names[kind];
 }
 
-bool may_stand_below(std::uint8_t kind, std::uint8_t parent_kind) noexcept {
+bool may_be_below(std::uint8_t kind, std::uint8_t parent_kind) noexcept {
     switch (kind) {
     case QOR_TYPE_NODE_VIEW:
         return parent_kind == 0;
@@ -83,9 +83,8 @@ std::uint32_t pending_description::check(const qor_type_node_t& node) const {
         refuse("kind " + std::to_string(node.kind) + " is not between 1 and 4");
     }
     const std::uint32_t parent = node.parent_id == 0 ? 0 : find(node.parent_id);
-    if (!may_stand_below(node.kind, kinds_[parent])) {
-        refuse(std::string("a ") + kind_name(node.kind) + " cannot stand directly below a " +
-               kind_name(kinds_[parent]));
+    if (!may_be_below(node.kind, kinds_[parent])) {
+        refuse(std::string("a ") + kind_name(node.kind) + " cannot be directly below a " + kind_name(kinds_[parent]));
     }
     if (node.kind == QOR_TYPE_NODE_SIGNAL && node.signal.signal_suffix_length != 0 &&
         node.signal.signal_suffix == nullptr) {

@@ -18,7 +18,7 @@ struct pending_object {
     const char* group_ids;
 };
 
-// Nodes are numbered from 1 in the order of adding; number 0 stands above the views and carries no node.
+// Nodes are numbered from 1 in the order of adding; number 0 is above the views and has no node.
 struct pending_node {
     const char* name = nullptr;
     const char* comment = nullptr;

@@ -95,8 +95,8 @@ void signal_storage::get_node_subtree(std::uint64_t node_id, qor_type_node_seque
 std::uint32_t signal_storage::get_signature(std::uint64_t description_id, char* buffer, std::size_t* size) {
     check_argument(size, "size");
     const std::string signature = storage_->ask(&catalogue::signature, description_id);
-    const std::size_t room = std::exchange(*size, signature.size() + 1);
-    if (buffer == nullptr || room < *size) {
+    const std::size_t capacity = std::exchange(*size, signature.size() + 1);
+    if (buffer == nullptr || capacity < *size) {
         return QOR_STATUS_BUFFER_TOO_SMALL;
     }
     std::memcpy(buffer, signature.c_str(), *size);

@@ -1,4 +1,4 @@
-// One opened catalogue: what stands behind the tables of the plug-in.
+// One opened catalogue, which the tables of the plug-in lead to.
 #ifndef PLUGINS_SIGNAL_STORAGE_STORAGE_HPP
 #define PLUGINS_SIGNAL_STORAGE_STORAGE_HPP
 

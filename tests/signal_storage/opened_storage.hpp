@@ -24,11 +24,11 @@ inline const char* const memory_uri = "file:signal_storage?mode=memory";
 inline const char* const shared_memory_uri = "file:/shared?vfs=memdb";
 
 struct failure : std::runtime_error {
-    explicit failure(const outcome& told) : std::runtime_error(told.text.value_or("no details")), result(told) {}
+    explicit failure(const outcome& error) : std::runtime_error(error.text.value_or("no details")), result(error) {}
     outcome result;
 };
 
-// What a function stores at the place that its last argument tells.
+// What a function stores at the place that its last argument gives.
 template<typename Result, typename Function, typename... Arguments>
 Result get(Function* function, Arguments... arguments) {
     Result stored{};

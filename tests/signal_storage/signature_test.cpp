@@ -9,7 +9,7 @@ std::string sign(std::string_view content, std::string_view name = "car.dbc", st
                                         type);
 }
 
-// From another implementation; with what stands in front of the content the lengths lie around the ends of blocks.
+// From another implementation; with what comes before the content the lengths lie around the ends of blocks.
 TEST(Signature, IsTheSameOnEveryMachine) {
     std::string bytes;
     for (unsigned i = 0; i < 1000; ++i) {

@@ -45,10 +45,10 @@ TEST_F(StorageFile, TakesPathsAndUrisAndRefusesWhatItDoesNotKnow) {
         {uri("?busy_timeout=86400001"), 0, "busy_timeout"},
         {uri("?busy%5Ftimeout=99999999999"), 0, "busy_timeout"},
     };
-    for (const auto& [given, flags, told] : rows) {
-        EXPECT_THAT(try_open(given, 0, flags).text.value_or("opened"), HasSubstr(told));
+    for (const auto& [given, flags, text] : rows) {
+        EXPECT_THAT(try_open(given, 0, flags).text.value_or("opened"), HasSubstr(text));
     }
-    EXPECT_FALSE(fs::exists(path)) << "what is refused leaves nothing behind";
+    EXPECT_FALSE(fs::exists(path)) << "what is refused leaves no file";
     write("");
     EXPECT_THAT(try_open(uri("?mode=ro")).text.value_or("opened"), HasSubstr("there is no catalogue"));
     EXPECT_THAT(try_open(uri(), 0, QOR_SIGNAL_STORAGE_MUST_EXIST).text.value_or("opened"),

@@ -124,7 +124,7 @@ TEST_P(Storage, RefusesNodesThatCannotBe) {
             }
         }
         EXPECT_EQ(car.try_add(make_node(QOR_TYPE_NODE_SIGNAL, "N", view)),
-                  invalid("node 'N': a signal cannot stand directly below a view"));
+                  invalid("node 'N': a signal cannot be directly below a view"));
         EXPECT_EQ(car.try_add(make_node(0, "N")), invalid("node 'N': kind 0 is not between 1 and 4"));
         EXPECT_EQ(car.try_add(make_node(1, "")), invalid("a node has no name"));
         qor_type_node_t suffix = make_node(QOR_TYPE_NODE_SIGNAL, "N", object);
