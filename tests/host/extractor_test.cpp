@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/support/decoded_text.hpp"
+#include "tests/support/temporary_directory.hpp"
 
 namespace tavi::test {
 namespace {
@@ -48,6 +49,36 @@ TEST(HostExtractor, TurnsFramesIntoNamedValues) {
     EXPECT_EQ(extractor.subscription_count(), 1u);
     extractor.unsubscribe_all();
     EXPECT_THAT(decoded_text(extractor, frame), ElementsAre());
+}
+
+// What the parser writes of the other messages reaches the matcher, whatever is subscribed to.
+TEST(HostExtractor, GivesNoFrameOfAnotherMessageToItsParameterGroup) {
+    const host::description groups{"groups", "dbc", R"(VERSION ""
+BO_ 2566844672 A: 8 X
+ SG_ a : 0|8@1+ (1,0) [0|0] "" X
+BO_ 2566844705 B: 8 X
+ SG_ b : 0|8@1+ (1,0) [0|0] "" X
+BA_DEF_ BO_ "VFrameFormat" ENUM "StandardCAN","ExtendedCAN","res","J1939PG";
+BA_DEF_DEF_ "VFrameFormat" "J1939PG";
+)"};
+    const temporary_directory directory;
+    const std::string file = "file:" + (directory.path() / "groups.db3").string();
+    for (const char* const format : {"can", "j1939"}) {
+        for (const std::string& uri : {std::string(host::memory_catalogue), file}) {
+            extractor extractor(uri);
+            extractor.register_source(0x10, 0, "can0", {groups});
+            extractor.subscribe("can0.CAN.A");
+            host::can_package package(format);
+            package.set_source(0x10, 0);
+            const std::vector<std::uint8_t> bytes(8, 1);
+            EXPECT_THAT(decoded_text(extractor, package.build(0x98FEF100, 0, bytes)), ElementsAre("can0.CAN.A: 1"));
+            EXPECT_THAT(decoded_text(extractor, package.build(0x98FEF121, 0, bytes)), ElementsAre());
+            EXPECT_THAT(decoded_text(extractor, package.build(0x8CFEF142, 0, bytes)), ElementsAre("can0.CAN.A: 1"));
+            extractor.subscribe("can0.CAN.B.b");
+            EXPECT_THAT(decoded_text(extractor, package.build(0x98FEF121, 0, bytes)), ElementsAre("can0.CAN.B.b: 1"));
+            EXPECT_THAT(decoded_text(extractor, package.build(0x8CFEF142, 0, bytes)), ElementsAre("can0.CAN.A: 1"));
+        }
+    }
 }
 
 // `tavi tree` shows the nodes themselves.

@@ -1,4 +1,4 @@
-// Names of messages by which those of several descriptions are told apart.
+// Names that distinguish the messages of several descriptions.
 #ifndef TOOLS_TAVI_DECODE_MESSAGE_NAMES_HPP
 #define TOOLS_TAVI_DECODE_MESSAGE_NAMES_HPP
 
