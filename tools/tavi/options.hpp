@@ -49,6 +49,8 @@ struct decode_options {
     // Not on the command line. Logs that are shorter are not worth a second thread; bytes that a thread takes at once.
     std::uint64_t shortest_parallel_log = std::uint64_t{1} << 20;
     std::size_t chunk_size = std::size_t{64} << 10;
+    // Bytes of a memory image.
+    std::uint64_t largest_image = std::uint64_t{1} << 30;
     // Frames that the library's reader filter excludes are passed over before a package is made of them.
     bool filters = true;
 };

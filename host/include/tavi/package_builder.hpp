@@ -30,6 +30,9 @@ public:
     // Sets the payload's size and returns its bytes for filling; what stood there before is not kept.
     std::span<std::uint8_t> resize_payload(std::size_t size);
 
+    // The same, and the bytes that it has before and after stay. Takes no more memory than `size` needs.
+    std::span<std::uint8_t> extend_payload(std::size_t size);
+
     // Copies a payload and returns the package.
     const qor_package_t& build(std::span<const std::uint8_t> payload);
 
@@ -41,7 +44,8 @@ private:
         void operator()(std::byte* memory) const noexcept;
     };
 
-    void reserve(std::size_t capacity);
+    // kept  bytes of the payload that stay
+    void reserve(std::size_t capacity, std::size_t kept = 0);
 
     std::unique_ptr<std::byte, aligned_delete> memory_;
     std::size_t capacity_ = 0;

@@ -24,12 +24,13 @@ package_builder::package_builder(std::size_t capacity) {
     reserve(capacity);
 }
 
-void package_builder::reserve(std::size_t capacity) {
+void package_builder::reserve(std::size_t capacity, std::size_t kept) {
     std::unique_ptr<std::byte, aligned_delete> fresh(
         static_cast<std::byte*>(::operator new (alignment + capacity, std::align_val_t{alignment})));
     auto* const record = new (fresh.get() + record_place) qor_package_t{};
     if (record_ != nullptr) {
         *record = *record_;
+        std::memcpy(fresh.get() + alignment, memory_.get() + alignment, kept);
     }
     memory_ = std::move(fresh);
     record_ = record;
@@ -54,6 +55,14 @@ void package_builder::set_format(std::string_view format) {
 std::span<std::uint8_t> package_builder::resize_payload(std::size_t size) {
     if (size > capacity_) {
         reserve(std::max(size, 2 * capacity_));
+    }
+    record_->payload_size = size;
+    return {reinterpret_cast<std::uint8_t*>(memory_.get() + alignment), size};
+}
+
+std::span<std::uint8_t> package_builder::extend_payload(std::size_t size) {
+    if (size > capacity_) {
+        reserve(size, record_->payload_size);
     }
     record_->payload_size = size;
     return {reinterpret_cast<std::uint8_t*>(memory_.get() + alignment), size};

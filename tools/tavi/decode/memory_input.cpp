@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <limits>
 #include <string_view>
-#include <vector>
 
 #include "tavi/package_builder.hpp"
 #include "tools/tavi/decode/object_decoder.hpp"
@@ -17,7 +16,6 @@ namespace tavi::tool {
 namespace {
 
 constexpr std::size_t header_size = 16; // address, cycle, zero
-constexpr std::size_t largest_piece = std::size_t{1} << 30;
 constexpr std::size_t block_size = 65536;
 
 bool read_number(std::string_view text, std::uint64_t& number) {
@@ -28,18 +26,33 @@ bool read_number(std::string_view text, std::uint64_t& number) {
     return failure == std::errc() && stop == end;
 }
 
-std::vector<std::uint8_t> read_all(qor::platform::input_stream& input) {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t used = 0;;) {
-        bytes.resize(used + block_size);
-        const std::size_t count = input.read(reinterpret_cast<char*>(bytes.data()) + used, block_size);
+[[noreturn]] void refuse_size(const account& totals) {
+    throw command_error(printable(totals.log) + ": error: a memory image of more than 1 GiB", exit_code::failed,
+                        "decode parts of it, each with its own address");
+}
+
+// Fills the payload behind the header; gives how many bytes. Nothing is read of a file that is too large, and of a pipe
+// no more than the limit.
+std::size_t read_image(qor::platform::input_stream& input, host::package_builder& package, std::uint64_t largest,
+                       const account& totals) {
+    const std::uint64_t expected = input.size().value_or(0);
+    if (expected > largest) {
+        refuse_size(totals);
+    }
+    const std::size_t most = header_size + static_cast<std::size_t>(largest) + 1;
+    std::span<std::uint8_t> payload = package.extend_payload(header_size + static_cast<std::size_t>(expected) + 1);
+    for (std::size_t used = header_size;;) {
+        if (used == payload.size()) {
+            payload = package.extend_payload(std::min(most, std::max(2 * used, used + block_size)));
+        }
+        const std::size_t count = input.read(reinterpret_cast<char*>(payload.data()) + used, payload.size() - used);
         used += count;
-        if (used > largest_piece) {
-            throw command_error("tavi: error: a piece of memory of more than 1 GiB");
+        if (used == most) {
+            refuse_size(totals);
         }
         if (count == 0) {
-            bytes.resize(used);
-            return bytes;
+            package.extend_payload(used);
+            return used - header_size;
         }
     }
 }
@@ -93,20 +106,19 @@ memory_place parse_memory_place(const std::string& text) {
 void decode_memory(const decode_options& options, qor::platform::input_stream& input, catalogue& catalogue,
                    selection& selection, row_writer& rows, diagnostics& messages, account& totals) {
     const memory_place place = parse_memory_place(options.memory);
-    const std::vector<std::uint8_t> bytes = read_all(input);
-    if (!bytes.empty() && bytes.size() - 1 > std::numeric_limits<std::uint64_t>::max() - place.address) {
-        throw command_error("tavi: error: " + range_text(place, bytes.size()) + " end behind the last address");
+    host::package_builder package;
+    package.set_source(catalogue::interface_source_id, 0);
+    package.set_format("memory");
+    const std::size_t image_size = read_image(input, package, options.largest_image, totals);
+    if (image_size != 0 && image_size - 1 > std::numeric_limits<std::uint64_t>::max() - place.address) {
+        throw command_error("tavi: error: " + range_text(place, image_size) + " end behind the last address");
     }
     catalogue.register_interface(0, memory_source_name, memory_source_name);
     object_decoder decoder(catalogue::interface_source_id, 0, memory_source_name, catalogue, selection, rows, messages);
 
-    host::package_builder package;
-    package.set_source(catalogue::interface_source_id, 0);
-    package.set_format("memory");
-    const std::span<std::uint8_t> payload = package.resize_payload(header_size + bytes.size());
+    const std::span<std::uint8_t> payload = package.extend_payload(header_size + image_size);
     store_little_endian(payload.first(8), place.address);
     store_little_endian(payload.subspan(8, 8), place.cycle);
-    std::copy(bytes.begin(), bytes.end(), payload.begin() + header_size);
 
     const std::uint64_t values = decoder.decode(
         package, {}, [&](const message& object, std::size_t size, std::size_t whole_size, std::size_t lost) {
@@ -123,8 +135,8 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
     count_values(totals, values);
     if (decoder.found_count() < decoder.object_count()) {
         messages.print("tavi: note: " + std::to_string(decoder.object_count() - decoder.found_count()) + " of " +
-                       std::to_string(decoder.object_count()) + " objects are not in " +
-                       range_text(place, bytes.size()) + '\n');
+                       std::to_string(decoder.object_count()) + " objects are not in " + range_text(place, image_size) +
+                       '\n');
     }
 }
 
