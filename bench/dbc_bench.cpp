@@ -64,7 +64,8 @@ void parse(benchmark::State& state, const std::string& text) {
         const dbc_parser::warning_sink warn = [](std::size_t, const std::string&) {};
         auto file = dbc_parser::read_file(cursor, warn, nullptr);
         dbc_parser::settle_names_and_layout(file, warn);
-        dbc_parser::write_file(file, storage);
+        qor::sdk::node_writer catalogue(storage);
+        dbc_parser::write_file(file, catalogue);
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(text.size()) * state.iterations());
     state.counters["nodes"] = static_cast<double>(nodes);

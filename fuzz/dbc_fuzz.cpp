@@ -8,6 +8,7 @@
 #include "plugins/dbc_parser/dbc_reader.hpp"
 #include "plugins/dbc_parser/text_encoding.hpp"
 #include "qorcpp/presence.hpp"
+#include "qorcpp/utf8.hpp"
 
 namespace {
 
@@ -29,7 +30,7 @@ void check(const qor_type_node_t& node) {
         qor::presence{signal.presence};
     }
     for (const char* const text : {node.comment, signal.unit, signal.value_table}) {
-        require(text == nullptr || dbc_parser::is_utf8(text));
+        require(text == nullptr || qor::is_utf8(text));
     }
 }
 
@@ -43,7 +44,7 @@ std::uint32_t add_nodes(void* context, const qor_type_node_t* nodes, std::uint64
 }
 
 std::uint32_t add_text(void*, std::uint64_t, const char*, const char* text, qor_error_details_t**) {
-    require(dbc_parser::is_utf8(text));
+    require(qor::is_utf8(text));
     return 0;
 }
 
@@ -64,7 +65,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         auto file = dbc_parser::read_file(cursor, warn, nullptr);
         dbc_parser::settle_names_and_layout(file, warn);
-        dbc_parser::write_file(file, storage);
+        qor::sdk::node_writer catalogue(storage);
+        dbc_parser::write_file(file, catalogue);
     } catch (const dbc_parser::statement_error& refusal) {
         cursor.place_of(refusal.offset);
     }

@@ -48,8 +48,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     storage.add_text = add_text;
     storage.context = &nodes;
     try {
+        qor::sdk::node_writer catalogue(storage);
         sdl_parser::write_description(
-            sdl_parser::read_description(std::string_view(reinterpret_cast<const char*>(data), size)), storage);
+            sdl_parser::read_description(std::string_view(reinterpret_cast<const char*>(data), size)), catalogue);
     } catch (const std::runtime_error&) {
         // It says where.
     }

@@ -41,38 +41,21 @@ void print_kind(json_text& text, std::string_view key, type_kind kind) {
     }
 }
 
-void print_byte_order(json_text& text, signal_byte_order byte_order) {
-    text.key("byte_order");
-    switch (byte_order) {
-    case signal_byte_order::little_endian:
-        return text.string("little_endian");
-    case signal_byte_order::big_endian:
-        return text.string("big_endian");
-    case signal_byte_order::inconsistent_big_endian:
-        return text.string("inconsistent_big_endian");
+// The code's word, or its number if it has none.
+template<typename Code>
+void print_code(json_text& text, std::string_view key, Code code) {
+    text.key(key);
+    if (const auto* const row = find_signal_code(code)) {
+        text.string(row->word);
+    } else {
+        text.number(std::uint64_t{static_cast<std::underlying_type_t<Code>>(code)});
     }
-    text.number(std::uint64_t{static_cast<std::uint8_t>(byte_order)});
-}
-
-void print_encoding(json_text& text, signal_encoding encoding) {
-    text.key("encoding");
-    switch (encoding) {
-    case signal_encoding::unspecified:
-        return text.string("unspecified");
-    case signal_encoding::sign_magnitude:
-        return text.string("sign_magnitude");
-    case signal_encoding::ones_complement:
-        return text.string("ones_complement");
-    case signal_encoding::twos_complement:
-        return text.string("twos_complement");
-    }
-    text.number(std::uint64_t{static_cast<std::uint32_t>(encoding)});
 }
 
 void print_details(json_text& text, const signal_type_base& signal) {
     print_kind(text, "converted", without_signal(signal.kind()));
     print_kind(text, "raw", signal.raw_kind());
-    print_byte_order(text, signal.byte_order());
+    print_code(text, "byte_order", signal.byte_order());
     print_number(text, "bit_offset", signal.bit_offset());
     print_number(text, "bit_length", signal.bit_length());
     text.key("coefficients");
@@ -82,7 +65,7 @@ void print_details(json_text& text, const signal_type_base& signal) {
         text.number(coefficient);
     }
     text.end(']');
-    print_encoding(text, signal.encoding());
+    print_code(text, "encoding", signal.encoding());
     print_string(text, "suffix", signal.signal_suffix());
 }
 

@@ -3,49 +3,13 @@
 #include <charconv>
 #include <cmath>
 
+#include "qorcpp/utf8.hpp"
+
 namespace qor::introspection::generator {
 
 namespace {
 
 constexpr std::string_view replacement_character = "\xEF\xBF\xBD";
-
-struct lead_byte {
-    unsigned char first;
-    unsigned char last;
-    // Of the whole sequence.
-    std::size_t length;
-    // The range of the byte behind it; this is what excludes overlong forms, surrogates and what lies beyond U+10FFFF.
-    unsigned char second_first;
-    unsigned char second_last;
-};
-
-constexpr lead_byte lead_bytes[] = {
-    {0x00, 0x7F, 1, 0x00, 0x00}, {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF},
-    {0xE1, 0xEC, 3, 0x80, 0xBF}, {0xED, 0xED, 3, 0x80, 0x9F}, {0xEE, 0xEF, 3, 0x80, 0xBF},
-    {0xF0, 0xF0, 4, 0x90, 0xBF}, {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F},
-};
-
-// Bytes of the UTF-8 character at the start of a text that is not empty, 0 if there is none.
-std::size_t character_length(std::string_view text) noexcept {
-    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    for (const lead_byte& lead : lead_bytes) {
-        if (byte(0) < lead.first || byte(0) > lead.last) {
-            continue;
-        }
-        if (text.size() < lead.length) {
-            return 0;
-        }
-        for (std::size_t i = 1; i < lead.length; ++i) {
-            const unsigned char low = i == 1 ? lead.second_first : 0x80;
-            const unsigned char high = i == 1 ? lead.second_last : 0xBF;
-            if (byte(i) < low || byte(i) > high) {
-                return 0;
-            }
-        }
-        return lead.length;
-    }
-    return 0;
-}
 
 // How many bytes at the start stand for themselves.
 std::size_t plain_length(std::string_view text) noexcept {
@@ -148,7 +112,7 @@ void json_text::append_quoted(std::string_view value) {
         if (value.empty()) {
             break;
         }
-        const std::size_t length = character_length(value);
+        const std::size_t length = front_of_utf8(value).length;
         const auto byte = static_cast<unsigned char>(value.front());
         if (length == 0) {
             text_ += replacement_character;

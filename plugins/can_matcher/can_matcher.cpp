@@ -43,23 +43,6 @@ std::optional<arrived_frame> frame_of(const qor_package_t& package) noexcept {
     return result;
 }
 
-// Whether the entry's handle stands in an ascending list, that of its own source. The list changes with subscriptions
-// only, so that a handle mostly stands, or is missing, where it did before.
-// Requires: a list that is not empty.
-bool has_handle(std::span<const std::uint64_t> handles, const index_entry& entry) noexcept {
-    std::size_t place = entry.places.get(handles.front());
-    const bool is_known = place <= handles.size() && (place == 0 || handles[place - 1] < entry.handle) &&
-                          (place == handles.size() || handles[place] >= entry.handle);
-    if (!is_known) {
-        const auto found = std::lower_bound(handles.begin(), handles.end(), entry.handle);
-        place = static_cast<std::size_t>(found - handles.begin());
-        entry.places.set(handles.front(), place);
-    }
-    // Behind the end only handles above all others would stand. Nobody foresees of which source a frame is, so that
-    // another comparison here would cost more than this one.
-    return handles[std::min(place, handles.size() - 1)] == entry.handle;
-}
-
 // The entries for a frame by its id and by its group as one list, ascending by handle.
 class merged_entries {
 public:
@@ -174,7 +157,7 @@ public:
             while (!waiting.empty() && count != asked.size()) {
                 const index_entry& entry = waiting.take();
                 asked[count] = &entry;
-                count += has_handle(list, entry) ? 1 : 0;
+                count += entry.places.find(list, entry.handle) ? 1 : 0;
             }
             for (const index_entry* entry : std::span(asked).first(count)) {
                 if (const auto place = entry->target->locate(arrived->frame, lenient)) {

@@ -1,48 +1,33 @@
-// Which subscriptions wait for a frame: from a 32-bit key (a frame id or a parameter group) to a list of them.
+// Which subscriptions a frame may match: from a 32-bit key (a frame id or a parameter group) to a list of them.
+//
+// A hash table with open addressing: an array of slots, a power of two and at most half of them taken. A key has its
+// slot at a multiplicative hash, or at the first free one after it. Keys are never taken out, only their lists become
+// empty, so that a look-up may stop at the first free slot: a key without subscriptions mostly costs one look.
+// Example, with 64 slots: keys 0x0C0 and 0x040 both hash to slot 31. The first to come takes it, the other slot 32. The
+// look-up of 0x085, which hashes there too, sees 31, 32 and the free slot 33, and finds nothing.
 #ifndef PLUGINS_CAN_MATCHER_FRAME_INDEX_HPP
 #define PLUGINS_CAN_MATCHER_FRAME_INDEX_HPP
 
-#include <array>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
+#include "plugins/can_matcher/remembered_places.hpp"
 #include "plugins/can_matcher/subscription.hpp"
 
 namespace qor::can_matcher {
-
-// Where a handle stood in the lists of the last batches, or would have stood: a place to look first, right or wrong. As
-// each source has its own list, there is one for each remainder of the list's first handle.
-// Thread: any number at once, also through const.
-class remembered_places {
-public:
-    remembered_places() = default;
-    remembered_places(const remembered_places&) noexcept {}
-    remembered_places& operator=(const remembered_places&) noexcept { return *this; }
-
-    std::size_t get(std::uint64_t first) const noexcept { return slot(first).load(std::memory_order_relaxed); }
-    void set(std::uint64_t first, std::size_t place) const noexcept {
-        slot(first).store(static_cast<std::uint32_t>(place), std::memory_order_relaxed);
-    }
-
-private:
-    std::atomic<std::uint32_t>& slot(std::uint64_t first) const noexcept { return places_[first % places_.size()]; }
-
-    mutable std::array<std::atomic<std::uint32_t>, 8> places_{};
-};
 
 struct index_entry {
     std::uint64_t handle;
     // Owner: the one who keeps the subscriptions.
     const subscription* target;
-    // Here rather than with the target, which is looked at only when the handle is requested or the ids differ.
+    // Both here rather than with the target, which is read only for handles that are in the list and when ids differ.
     std::uint32_t id;
+    // Of the handle in the lists of the sources.
     remembered_places places;
 };
 
-// Open addressing, a quarter to a half full: a key that nobody waits for costs one look.
 class frame_index {
 public:
     void insert(std::uint32_t key, std::uint64_t handle, const subscription& target);
@@ -66,7 +51,7 @@ private:
         std::uint32_t list;
     };
 
-    // Where the key stands, or the free slot where it would be put. Requires: there are slots.
+    // The key's slot, or the free one that it would get. Requires: there are slots.
     std::size_t place_of(std::uint32_t key) const noexcept {
         // The high bits of a multiplicative hash are the well mixed ones.
         std::size_t place = key * UINT64_C(0x9E3779B97F4A7C15) >> 32 & (slots_.size() - 1);
@@ -78,7 +63,7 @@ private:
 
     void grow();
 
-    // A power of two, or none. Keys stay when their lists have become empty.
+    // A power of two, or none.
     std::vector<slot> slots_;
     std::vector<std::vector<index_entry>> lists_;
 };

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "plugins/dbc_parser/text_encoding.hpp"
+#include "qorc/text.hpp"
 
 namespace dbc_parser {
 
@@ -14,10 +15,6 @@ constexpr size_t mark_distance = 4096;
 
 bool is_white(char byte) noexcept {
     return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n' || byte == '\v' || byte == '\f' || byte == '\0';
-}
-
-bool is_digit(char byte) noexcept {
-    return byte >= '0' && byte <= '9';
 }
 
 // What stands at a place, short and printable, for a message.
@@ -44,7 +41,7 @@ size_t number_end(std::string_view text, size_t from) noexcept {
     size_t at = from;
     const auto skip_digits = [&] {
         const size_t start = at;
-        while (at < text.size() && is_digit(text[at])) {
+        while (at < text.size() && qor::is_digit(text[at])) {
             ++at;
         }
         return at - start;

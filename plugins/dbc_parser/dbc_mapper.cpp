@@ -8,7 +8,8 @@
 #include "plugins/dbc_parser/dbc_sections.hpp"
 #include "plugins/dbc_parser/overlap.hpp"
 #include "plugins/dbc_parser/text_encoding.hpp"
-#include "qorcpp/call_frame.hpp"
+#include "qorc/text.hpp"
+#include "qorcpp/signal_layout.hpp"
 
 namespace dbc_parser {
 
@@ -57,17 +58,16 @@ type_kind raw_kind_of(const dbc_signal& signal) noexcept {
     if (signal.type == value_type::float64) {
         return type_kind::float64;
     }
-    const uint32_t bits = signal.bits.bit_length;
-    if (signal.is_signed) {
-        return bits <= 8    ? type_kind::int8
-               : bits <= 16 ? type_kind::int16
-               : bits <= 32 ? type_kind::int32
-                            : type_kind::int64;
+    switch (qor::narrowest_integer_bits(signal.bits.bit_length)) {
+    case 8:
+        return signal.is_signed ? type_kind::int8 : type_kind::uint8;
+    case 16:
+        return signal.is_signed ? type_kind::int16 : type_kind::uint16;
+    case 32:
+        return signal.is_signed ? type_kind::int32 : type_kind::uint32;
+    default:
+        return signal.is_signed ? type_kind::int64 : type_kind::uint64;
     }
-    return bits <= 8    ? type_kind::uint8
-           : bits <= 16 ? type_kind::uint16
-           : bits <= 32 ? type_kind::uint32
-                        : type_kind::uint64;
 }
 
 // Texts that records point to until the storage has copied them.
@@ -128,33 +128,24 @@ qor_type_node_t node_of(const dbc_signal& signal, uint64_t message_id, text_room
     return node;
 }
 
-// Comments on the whole file, a line each: one of every file that was joined.
-std::string joined(const std::vector<std::string_view>& comments) {
-    std::string text;
-    for (const std::string_view comment : comments) {
-        text += text.empty() ? "" : "\n";
-        text += readable_text(comment);
-    }
-    return text;
-}
-
 class file_writer {
 public:
-    explicit file_writer(qor_signal_storage_context_t& context) : context_(context) {}
+    explicit file_writer(qor::sdk::node_writer& catalogue) : catalogue_(catalogue) {}
 
     void write(const dbc_file& file) {
         text_room texts;
         qor_type_node_t view{};
         view.kind = QOR_TYPE_NODE_VIEW;
         view.name = view_name;
-        view.comment = texts.keep(joined(file.comments));
-        const uint64_t view_id = add({view}).front();
+        // A line for the comment of every file that was joined.
+        view.comment = texts.keep(qor::joined(file.comments, "\n", readable_text));
+        const uint64_t view_id = catalogue_.add(view);
         std::vector<qor_type_node_t> objects;
         objects.reserve(file.messages.size());
         for (const dbc_message& message : file.messages) {
             objects.push_back(node_of(message, view_id, texts));
         }
-        const auto object_ids = add(objects);
+        const auto object_ids = catalogue_.add(objects);
         for (size_t index = 0; index < file.messages.size(); ++index) {
             write_signals(file.messages[index], object_ids[index]);
         }
@@ -172,21 +163,11 @@ private:
         for (const dbc_signal& signal : message.signals) {
             nodes.push_back(node_of(signal, message_id, texts));
         }
-        const auto ids = add(nodes);
+        const auto ids = catalogue_.add(nodes);
         add_texts(message_id, message.attributes);
         for (size_t index = 0; index < ids.size(); ++index) {
             add_texts(ids[index], message.signals[index].attributes);
         }
-    }
-
-    std::vector<uint64_t> add(const std::vector<qor_type_node_t>& nodes) {
-        std::vector<uint64_t> ids(nodes.size());
-        if (!nodes.empty()) {
-            qor_error_details_t* details = nullptr;
-            context_.add_nodes(context_.context, nodes.data(), nodes.size(), ids.data(), &details);
-            qor::rethrow_details(details);
-        }
-        return ids;
     }
 
     void add_texts(uint64_t node_id, const std::vector<dbc_attribute>& attributes) {
@@ -195,17 +176,14 @@ private:
         }
     }
 
-    // Kept for people and tools where the storage can; nothing is decoded by it.
+    // Kept for people and tools; nothing is decoded by it.
     void add_text(uint64_t node_id, const std::string& key, const std::string& text) {
-        if (context_.add_text == nullptr || key.empty() || key == "comment") {
-            return;
+        if (!key.empty() && key != "comment") {
+            catalogue_.add_text(node_id, key, text);
         }
-        qor_error_details_t* details = nullptr;
-        context_.add_text(context_.context, node_id, key.c_str(), text.c_str(), &details);
-        qor::rethrow_details(details);
     }
 
-    qor_signal_storage_context_t& context_;
+    qor::sdk::node_writer& catalogue_;
 };
 
 } // namespace
@@ -220,8 +198,8 @@ void settle_names_and_layout(dbc_file& file, const warning_sink& warn) {
     }
 }
 
-void write_file(const dbc_file& file, qor_signal_storage_context_t& context) {
-    file_writer(context).write(file);
+void write_file(const dbc_file& file, qor::sdk::node_writer& catalogue) {
+    file_writer(catalogue).write(file);
 }
 
 } // namespace dbc_parser

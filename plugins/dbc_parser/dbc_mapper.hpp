@@ -1,9 +1,9 @@
-// Writes a DBC that was read into a context of the signal storage: view "CAN", an object for each message, its signals.
+// Adds a DBC that was read to the catalogue: view "CAN", an object for each message, its signals.
 #ifndef PLUGINS_DBC_PARSER_DBC_MAPPER_HPP
 #define PLUGINS_DBC_PARSER_DBC_MAPPER_HPP
 
 #include "plugins/dbc_parser/dbc_model.hpp"
-#include "qorc/extensibility/signal_storage.h"
+#include "qor_plugin_sdk/description_parser.hpp"
 
 namespace dbc_parser {
 
@@ -12,7 +12,7 @@ namespace dbc_parser {
 void settle_names_and_layout(dbc_file& file, const warning_sink& warn);
 
 // Throws what the storage reports.
-void write_file(const dbc_file& file, qor_signal_storage_context_t& context);
+void write_file(const dbc_file& file, qor::sdk::node_writer& catalogue);
 
 } // namespace dbc_parser
 

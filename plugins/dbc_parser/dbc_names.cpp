@@ -6,29 +6,20 @@
 #include <utility>
 
 #include "plugins/dbc_parser/text_encoding.hpp"
+#include "qorc/text.hpp"
+#include "qorcpp/utf8.hpp"
 
 namespace dbc_parser {
 
 namespace {
-
-bool is_letter(char byte) noexcept {
-    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || byte == '_';
-}
-
-bool is_continuation(char byte) noexcept {
-    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-}
-
-bool is_name_byte(char byte) noexcept {
-    return is_letter(byte) || (byte >= '0' && byte <= '9') || byte == '-';
-}
 
 constexpr size_t longest_quoted = 64;
 
 } // namespace
 
 bool is_node_name(std::string_view name) noexcept {
-    return !name.empty() && is_letter(name.front()) && std::all_of(name.begin(), name.end(), is_name_byte);
+    return !name.empty() && qor::begins_name(name.front()) &&
+           std::all_of(name.begin(), name.end(), qor::continues_name);
 }
 
 std::string node_name_of(std::string_view name) {
@@ -37,18 +28,18 @@ std::string node_name_of(std::string_view name) {
     }
     std::string result;
     for (const char byte : to_utf8(name)) {
-        if (!is_continuation(byte)) {
-            result += is_name_byte(byte) ? byte : '_';
+        if (!qor::continues_utf8(byte)) {
+            result += qor::continues_name(byte) ? byte : '_';
         }
     }
-    return result.empty() || !is_letter(result.front()) ? "_" + result : result;
+    return result.empty() || !qor::begins_name(result.front()) ? "_" + result : result;
 }
 
 std::string quoted_name(std::string_view name) {
     std::string text = to_utf8(name.substr(0, longest_quoted + 1));
     if (name.size() > longest_quoted) {
         size_t end = std::min(longest_quoted, text.size());
-        while (end > 0 && end < text.size() && is_continuation(text[end])) {
+        while (end > 0 && end < text.size() && qor::continues_utf8(text[end])) {
             --end;
         }
         text.resize(end);

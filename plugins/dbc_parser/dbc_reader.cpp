@@ -1,7 +1,5 @@
 #include "plugins/dbc_parser/dbc_reader.hpp"
 
-#include <stdexcept>
-
 #include "plugins/dbc_parser/dbc_sections.hpp"
 #include "plugins/dbc_parser/multiplexing.hpp"
 #include "plugins/dbc_parser/parameter_groups.hpp"
@@ -58,9 +56,7 @@ private:
     void report_progress() {
         if (progress_ && cursor_.offset() >= next_report_) {
             next_report_ = cursor_.offset() + progress_step;
-            if (!progress_(static_cast<float>(cursor_.offset()) / static_cast<float>(cursor_.size()))) {
-                throw std::runtime_error("parsing was stopped");
-            }
+            progress_(static_cast<float>(cursor_.offset()) / static_cast<float>(cursor_.size()));
         }
     }
 

@@ -12,10 +12,10 @@
 
 namespace dbc_parser {
 
-// Told with 0 to 1; false stops the reading.
-using progress_sink = std::function<bool(float fraction)>;
+// Called with how much was read, from 0 to 1. May be empty; what it throws stops the reading.
+using progress_sink = std::function<void(float fraction)>;
 
-// Throws: statement_error for a text that has no section of a DBC; std::runtime_error "parsing was stopped".
+// Throws: statement_error for a text that has no section of a DBC.
 dbc_file read_file(dbc_cursor& cursor, const warning_sink& warn, const progress_sink& progress);
 
 } // namespace dbc_parser

@@ -8,6 +8,7 @@
 
 #include "plugins/dbc_parser/dbc_names.hpp"
 #include "plugins/dbc_parser/dbc_sections.hpp"
+#include "qorcpp/signal_layout.hpp"
 
 namespace dbc_parser {
 
@@ -54,17 +55,9 @@ private:
 
     void take(uint32_t signal) {
         const bit_layout& bits = message_.signals[signal].bits;
-        // Intel or Motorola: the signal fills its bytes but for the lowest bits of one end and the highest of the
-        // other.
-        const uint32_t low_byte = bits.motorola ? bits.byte_count - 1 : 0;
-        const uint32_t high_byte = bits.byte_count - 1 - low_byte;
-        const uint32_t shift = bits.bit_offset % 8;
-        const uint32_t above = 8 * bits.byte_count - shift - bits.bit_length;
-        for (uint32_t byte = 0; byte < bits.byte_count; ++byte) {
-            uint32_t mask = 0xFF;
-            mask &= byte == low_byte ? 0xFFu << shift : 0xFFu;
-            mask &= byte == high_byte ? 0xFFu >> above : 0xFFu;
-            taken_.push_back({bits.byte_offset + byte, conditions_[signal], signal, static_cast<uint8_t>(mask)});
+        const qor::signal_layout layout = qor::walked_layout(bits.motorola, bits.bit_offset, bits.bit_length);
+        for (uint32_t byte = 0; byte < layout.byte_count; ++byte) {
+            taken_.push_back({bits.byte_offset + byte, conditions_[signal], signal, layout.mask(byte)});
         }
     }
 

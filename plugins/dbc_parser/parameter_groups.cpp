@@ -1,6 +1,6 @@
 // A frame whose id a message has is of that message. The group counts for other ids only, and then for one message: the
-// first of the file. The matcher is called for messages that a host subscribes to, so that each message which gets frames
-// by its group carries the ids that the others have.
+// first of the file. The matcher is called for messages that a host subscribes to, so that each message which gets
+// frames by its group carries the ids that the others have.
 //
 // Example: A 0x18FEF100, B 0x18FEF121, C 0x0CFEF1FE, all marked: A stays marked and carries the ids of C and B; B and C
 // are known by their ids alone.

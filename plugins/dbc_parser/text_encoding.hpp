@@ -7,8 +7,6 @@
 
 namespace dbc_parser {
 
-bool is_utf8(std::string_view text) noexcept;
-
 // Zero bytes, which no catalogue text can hold, become blanks.
 std::string to_utf8(std::string_view text);
 

@@ -6,18 +6,16 @@
 #include <limits>
 #include <optional>
 
+#include "qorc/text.hpp"
+
 namespace nmea_processor {
 
 namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-bool is_digit(char character) noexcept {
-    return character >= '0' && character <= '9';
-}
-
 bool all_digits(std::string_view text) noexcept {
-    return std::all_of(text.begin(), text.end(), is_digit);
+    return std::all_of(text.begin(), text.end(), qor::is_digit);
 }
 
 template<typename Integer>

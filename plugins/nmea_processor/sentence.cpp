@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "qorc/text.hpp"
+
 namespace nmea_processor {
 
 namespace {
@@ -29,8 +31,7 @@ bool is_printable(char character) noexcept {
 }
 
 bool is_letter_or_digit(char character) noexcept {
-    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
-           (character >= '0' && character <= '9');
+    return qor::is_letter(character) || qor::is_digit(character);
 }
 
 // What stands between '$' and checksum; nothing when the checksum does not fit. Requires: a piece that is not empty.

@@ -8,6 +8,8 @@
 #include "plugins/sdl_parser/sdl_json.hpp"
 #include "plugins/sdl_parser/sdl_signal.hpp"
 #include "plugins/sdl_parser/sdl_value.hpp"
+#include "qorc/text.hpp"
+#include "qorcpp/node_layout.hpp"
 
 namespace sdl_parser {
 
@@ -18,17 +20,14 @@ constexpr uint64_t uint32_maximum = std::numeric_limits<uint32_t>::max();
 // Types are built by recursion over groups; nobody nests structures deeper.
 constexpr unsigned deepest_nesting = 32;
 
-bool is_letter(char character) {
-    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') || character == '_';
-}
-
 // The names that a URL expression can carry: a view's may hold blanks behind its first letter.
 std::string read_name(const sdl_value& parent, bool blanks) {
     const sdl_value value = parent.at("name");
     std::string name = value.text();
-    const bool good = !name.empty() && is_letter(name.front()) && std::all_of(name.begin(), name.end(), [&](char c) {
-        return is_letter(c) || (c >= '0' && c <= '9') || c == '-' || (blanks && c == ' ');
-    });
+    const bool good =
+        !name.empty() && qor::begins_name(name.front()) && std::all_of(name.begin(), name.end(), [&](char character) {
+            return qor::continues_name(character) || (blanks && character == ' ');
+        });
     if (!good) {
         value.fail(blanks ? "a name of letters, digits, '_', '-' and blanks that begins with a letter or '_'"
                           : "a name of letters, digits, '_' and '-' that begins with a letter or '_'");
@@ -53,12 +52,8 @@ void check_unique(const sdl_value& list, const std::vector<sdl_node>& nodes) {
 
 // Where the next member lies unless it says so itself: behind the one before.
 uint64_t end_of(const sdl_node& node) {
-    if (node.record.kind == QOR_TYPE_NODE_SIGNAL) {
-        const qor_signal_node_t& signal = node.record.signal;
-        return signal.offset + uint64_t{signal.element_count} * signal.element_size;
-    }
-    const qor_group_node_t& group = node.record.group;
-    return group.offset + uint64_t{group.element_count} * group.element_size;
+    const auto layout = qor::layout_of_node(node.record);
+    return layout ? layout->offset + uint64_t{layout->element_count} * layout->element_size : 0;
 }
 
 // The bytes of a structure: as its members need, or more if it says so.

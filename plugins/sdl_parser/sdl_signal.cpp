@@ -4,40 +4,32 @@
 #include <charconv>
 #include <limits>
 
-#include "introspection/xtypes/type_kind.hpp"
+#include "introspection/xtypes/signal/scalar_kinds.hpp"
+#include "qorcpp/signal_codes.hpp"
+#include "qorcpp/signal_layout.hpp"
 
 namespace sdl_parser {
 
 namespace {
 
-using qor::introspection::xtypes::type_kind;
+namespace xtypes = qor::introspection::xtypes;
+using xtypes::type_kind;
 
 constexpr uint64_t uint32_maximum = std::numeric_limits<uint32_t>::max();
 
 struct scalar {
     type_kind kind;
     uint32_t bits;
-    bool is_real = false;
+    bool is_real;
 };
 
 // The stored and physical kinds that signal types exist for; names and rows go together.
-constexpr std::array<std::string_view, 11> scalar_names = {"char8",  "int8",  "uint8",  "int16",   "uint16", "int32",
-                                                           "uint32", "int64", "uint64", "float32", "float64"};
-constexpr std::array<scalar, 11> scalars = {{{type_kind::char8, 8},
-                                             {type_kind::int8, 8},
-                                             {type_kind::uint8, 8},
-                                             {type_kind::int16, 16},
-                                             {type_kind::uint16, 16},
-                                             {type_kind::int32, 32},
-                                             {type_kind::uint32, 32},
-                                             {type_kind::int64, 64},
-                                             {type_kind::uint64, 64},
-                                             {type_kind::float32, 32, true},
-                                             {type_kind::float64, 64, true}}};
-// In the order of the QOR_BYTE_ORDER_ and QOR_ENCODING_ values.
-constexpr std::array<std::string_view, 3> byte_orders = {"little_endian", "big_endian", "inconsistent_big_endian"};
-constexpr std::array<std::string_view, 4> encodings = {"unspecified", "sign_magnitude", "ones_complement",
-                                                       "twos_complement"};
+constexpr auto scalar_names = std::apply([](const auto&... each) { return std::array{each.name...}; }, xtypes::scalars);
+constexpr auto scalars = std::apply(
+    []<typename... Types>(const xtypes::scalar<Types>&... each) {
+        return std::array{scalar{each.kind, 8 * sizeof(Types), std::is_floating_point_v<Types>}...};
+    },
+    xtypes::scalars);
 
 constexpr std::array<double, 6> identity = {0, 1, 0, 0, 0, 1};
 
@@ -66,22 +58,29 @@ std::array<double, 6> read_coefficients(const sdl_value& value) {
     return six;
 }
 
-// Bytes that one element takes, from its first byte to the last that its bits touch. In the inconsistent big endian
-// order `bit` points at the lowest bit in the last byte and the value runs towards the first, but for whole bytes at
-// bit 0.
-uint32_t bytes_touched(const sdl_value& value, const scalar& stored, const qor_signal_node_t& signal) {
-    const bool whole = signal.bit_offset == 0 && signal.bit_length == stored.bits;
-    if (signal.byte_order != QOR_BYTE_ORDER_INCONSISTENT_BIG_ENDIAN || whole) {
-        return (signal.bit_offset + signal.bit_length - 1) / 8 + 1;
+// Bytes that one element takes, from its first byte to the last that its bits touch. A byte order that cannot be read
+// takes as many as little endian.
+uint32_t bytes_of_element(const sdl_value& value, const scalar& stored, const qor_signal_node_t& signal) {
+    const qor::signal_byte_order byte_order{signal.byte_order};
+    const auto layout = qor::layout_of_signal(byte_order, signal.bit_offset, signal.bit_length, stored.bits);
+    if (layout.refusal == qor::layout_refusal::byte_order) {
+        return static_cast<uint32_t>(qor::walked_layout(false, signal.bit_offset, signal.bit_length).end_byte());
     }
-    const uint32_t last_byte = signal.bit_offset / 8;
-    const uint32_t room = 8 * last_byte + 8 - signal.bit_offset % 8;
-    if (signal.bit_length > room) {
+    if (!layout.is_complete()) {
         value.reject("the value of " + std::to_string(signal.bit_length) +
                      " bits runs out of its first byte: from bit " + std::to_string(signal.bit_offset) +
-                     " on there are " + std::to_string(room));
+                     " on there are " + std::to_string(8 * layout.byte_count - layout.shift));
     }
-    return last_byte + 1;
+    return static_cast<uint32_t>(layout.end_byte());
+}
+
+// The value of a byte order or an encoding by its word; 0 without one.
+template<typename Code>
+uint8_t read_code(const sdl_value& value, const std::string& key) {
+    constexpr auto& codes = qor::signal_codes(Code{});
+    constexpr auto words =
+        std::apply([](const auto&... each) { return std::array{each.word...}; }, qor::signal_codes(Code{}));
+    return value.has(key) ? static_cast<uint8_t>(codes[value.at(key).choice(words)].code) : uint8_t{0};
 }
 
 std::string read_value_table(const sdl_value& values) {
@@ -117,8 +116,8 @@ void read_layout(const sdl_value& value, uint64_t next_offset, const scalar& sto
     }
     signal.bit_offset = static_cast<uint32_t>(value.has("bit") ? value.at("bit").integer(0, 4096) : 0);
     signal.element_count = static_cast<uint32_t>(value.has("count") ? value.at("count").integer(1, uint32_maximum) : 1);
-    signal.byte_order = static_cast<uint8_t>(value.has("byte_order") ? value.at("byte_order").choice(byte_orders) : 0);
-    const uint32_t touched = bytes_touched(value, stored, signal);
+    signal.byte_order = read_code<qor::signal_byte_order>(value, "byte_order");
+    const uint32_t touched = bytes_of_element(value, stored, signal);
     signal.element_size =
         static_cast<uint32_t>(value.has("size") ? value.at("size").integer(touched, uint32_maximum) : touched);
 }
@@ -152,7 +151,7 @@ void read_signal(const sdl_value& value, uint64_t next_offset, sdl_node& node) {
                                                            : type_kind::float64;
     signal.raw_kind = static_cast<uint16_t>(stored.kind);
     signal.converted_kind = static_cast<uint16_t>(converted);
-    signal.encoding = static_cast<uint8_t>(value.has("encoding") ? value.at("encoding").choice(encodings) : 0);
+    signal.encoding = read_code<qor::signal_encoding>(value, "encoding");
     read_limits(value, signal);
     node.unit = value.has("unit") ? value.at("unit").text() : "";
     node.value_table = value.has("values") ? read_value_table(value.at("values")) : "";

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "qorc/text.hpp"
+
 namespace sdl_parser {
 
 namespace {
@@ -26,12 +28,8 @@ std::string quote(const nlohmann::json& json) {
     return text;
 }
 
-std::string joined(std::span<const std::string_view> words) {
-    std::string text;
-    for (const std::string_view word : words) {
-        text += (text.empty() ? "\"" : ", \"") + std::string(word) + "\"";
-    }
-    return text;
+std::string quoted_list(std::span<const std::string_view> words) {
+    return qor::joined(words, ", ", [](std::string_view word) { return '"' + std::string(word) + '"'; });
 }
 
 std::optional<uint64_t> read_hexadecimal(const std::string& text) {
@@ -88,7 +86,7 @@ void sdl_value::check_keys(std::initializer_list<std::string_view> keys) const {
     for (const auto& [key, value] : json_->items()) {
         if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
             sdl_value(value, pointer_ + "/" + escaped(key))
-                .reject("unknown key, expected one of " + joined({keys.begin(), keys.size()}));
+                .reject("unknown key, expected one of " + quoted_list({keys.begin(), keys.size()}));
         }
     }
 }
@@ -160,7 +158,7 @@ size_t sdl_value::choice(std::span<const std::string_view> choices) const {
                            ? std::find(choices.begin(), choices.end(), json_->get_ref<const std::string&>())
                            : choices.end();
     if (found == choices.end()) {
-        fail("one of " + joined(choices));
+        fail("one of " + quoted_list(choices));
     }
     return static_cast<size_t>(found - choices.begin());
 }

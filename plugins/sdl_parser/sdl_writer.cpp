@@ -1,7 +1,5 @@
 #include "plugins/sdl_parser/sdl_writer.hpp"
 
-#include "qorcpp/call_frame.hpp"
-
 namespace sdl_parser {
 
 namespace {
@@ -25,29 +23,24 @@ qor_type_node_t record_of(const sdl_node& node, uint64_t parent_id) {
 }
 
 // All siblings in one call; the depth is bounded by the reader.
-void write_siblings(const std::vector<sdl_node>& nodes, uint64_t parent_id, qor_signal_storage_context_t& context) {
+void write_siblings(const std::vector<sdl_node>& nodes, uint64_t parent_id, qor::sdk::node_writer& catalogue) {
     std::vector<qor_type_node_t> records;
     records.reserve(nodes.size());
     for (const sdl_node& node : nodes) {
         records.push_back(record_of(node, parent_id));
     }
-    std::vector<uint64_t> ids(nodes.size());
-    qor_error_details_t* details = nullptr;
-    context.add_nodes(context.context, records.data(), records.size(), ids.data(), &details);
-    qor::rethrow_details(details);
+    const std::vector<uint64_t> ids = catalogue.add(records);
     for (size_t index = 0; index < nodes.size(); ++index) {
         if (!nodes[index].children.empty()) {
-            write_siblings(nodes[index].children, ids[index], context);
+            write_siblings(nodes[index].children, ids[index], catalogue);
         }
     }
 }
 
 } // namespace
 
-void write_description(const std::vector<sdl_node>& views, qor_signal_storage_context_t& context) {
-    if (!views.empty()) {
-        write_siblings(views, 0, context);
-    }
+void write_description(const std::vector<sdl_node>& views, qor::sdk::node_writer& catalogue) {
+    write_siblings(views, 0, catalogue);
 }
 
 } // namespace sdl_parser

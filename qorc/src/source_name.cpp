@@ -4,17 +4,9 @@
 
 #include "boundary.hpp"
 #include "qorc/extensibility/data_source.h"
+#include "qorc/text.hpp"
 
 namespace {
-
-// Not by the C functions, which look at the process's locale.
-bool is_letter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool is_kept(char c) {
-    return is_letter(c) || (c >= '0' && c <= '9') || c == '_' || c == '-';
-}
 
 // Bytes of the UTF-8 character that `text` begins with; a byte that begins none counts as a character.
 std::size_t character_length(std::string_view text) {
@@ -30,10 +22,10 @@ std::size_t character_length(std::string_view text) {
 std::string sanitize(std::string_view name) {
     std::string result;
     while (!name.empty()) {
-        result += is_kept(name.front()) ? name.front() : '_';
+        result += qor::continues_name(name.front()) ? name.front() : '_';
         name.remove_prefix(character_length(name));
     }
-    if (result.empty() || !(is_letter(result.front()) || result.front() == '_')) {
+    if (result.empty() || !qor::begins_name(result.front())) {
         result.insert(0, 1, '_');
     }
     return result;

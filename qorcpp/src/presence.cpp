@@ -6,13 +6,31 @@
 #include <system_error>
 #include <utility>
 
+#include "qorcpp/signal_layout.hpp"
+
 namespace qor {
 
 namespace {
 
-// Byte order 2 at bit offset 0 and as wide as an integer starts at the first byte instead of ending there.
-bool reads_whole_integer(std::uint32_t bit_offset, std::uint32_t bit_length) noexcept {
-    return bit_offset == 0 && (bit_length == 8 || bit_length == 16 || bit_length == 32 || bit_length == 64);
+// The layout of a selector, from the start of its object.
+signal_layout selector_layout(std::uint32_t bit_offset, std::uint32_t bit_length, std::uint32_t raw_bits,
+                              std::uint8_t byte_order) {
+    if (bit_length == 0 || bit_length > 64) {
+        throw std::invalid_argument("a selector has 1 to 64 bits");
+    }
+    if (raw_bits < bit_length || (raw_bits != 8 && raw_bits != 16 && raw_bits != 32 && raw_bits != 64)) {
+        throw std::invalid_argument("a selector is stored in 8, 16, 32 or 64 bits, at least its own");
+    }
+    const signal_layout layout = layout_of_signal(signal_byte_order{byte_order}, bit_offset, bit_length, raw_bits);
+    switch (layout.refusal) {
+    case layout_refusal::byte_order:
+        throw std::invalid_argument("the byte order is neither 0 nor 2");
+    case layout_refusal::bit_offset:
+        throw std::invalid_argument("the selector begins before its first byte");
+    case layout_refusal::none:
+        break;
+    }
+    return layout;
 }
 
 class condition_parser {
@@ -35,7 +53,9 @@ private:
         const std::size_t start = at_;
         const auto byte_offset = number<std::uint32_t>(':');
         const auto bit_offset = number<std::uint32_t>(':');
-        const auto bit_length = number<std::uint32_t>(':');
+        const auto bit_length = number<std::uint32_t>();
+        const auto raw_bits = take('/') ? number<std::uint32_t>() : narrowest_integer_bits(bit_length);
+        expect(':');
         const auto byte_order = number<std::uint8_t>(':');
         const auto sign = number<std::uint8_t>(':');
         if (sign > 1) {
@@ -45,18 +65,20 @@ private:
         std::string name(text_.substr(at_, name_end - at_));
         at_ = name_end;
         expect('=');
-        presence_condition result{
-            selector(byte_offset, bit_offset, bit_length, byte_order, sign == 1, start), std::move(name), {}};
+        const auto make_selector = [&] {
+            return presence_selector(byte_offset, bit_offset, bit_length, raw_bits, byte_order, sign == 1);
+        };
+        presence_condition result{selector(make_selector, start), std::move(name), {}};
         do {
             result.ranges.push_back(range(result.selector));
         } while (take(','));
         return result;
     }
 
-    presence_selector selector(std::uint32_t byte_offset, std::uint32_t bit_offset, std::uint32_t bit_length,
-                               std::uint8_t byte_order, bool is_signed, std::size_t start) const {
+    template<typename Make>
+    presence_selector selector(const Make& make, std::size_t start) const {
         try {
-            return {byte_offset, bit_offset, bit_length, byte_order, is_signed};
+            return make();
         } catch (const std::invalid_argument& error) {
             fail(error.what(), start);
         }
@@ -120,22 +142,14 @@ private:
 } // namespace
 
 presence_selector::presence_selector(std::uint32_t byte_offset, std::uint32_t bit_offset, std::uint32_t bit_length,
-                                     std::uint8_t byte_order, bool is_signed)
-    : begin_(std::uint64_t{byte_offset} + bit_offset / 8), shift_(static_cast<std::uint8_t>(bit_offset % 8)),
-      length_(static_cast<std::uint8_t>(bit_length)), high_first_(byte_order == 2), is_signed_(is_signed) {
-    if (bit_length == 0 || bit_length > 64) {
-        throw std::invalid_argument("a selector has 1 to 64 bits");
-    }
-    if (byte_order != 0 && byte_order != 2) {
-        throw std::invalid_argument("the byte order is neither 0 nor 2");
-    }
-    count_ = static_cast<std::uint8_t>((shift_ + bit_length + 7) / 8);
-    if (high_first_ && !reads_whole_integer(bit_offset, bit_length)) {
-        if (bit_offset / 8 + 1 < count_) {
-            throw std::invalid_argument("the selector begins before its first byte");
-        }
-        begin_ = begin_ + 1 - count_;
-    }
+                                     std::uint32_t raw_bits, std::uint8_t byte_order, bool is_signed)
+    : is_signed_(is_signed) {
+    const signal_layout layout = selector_layout(bit_offset, bit_length, raw_bits, byte_order);
+    begin_ = byte_offset + layout.first_byte;
+    count_ = static_cast<std::uint8_t>(layout.byte_count);
+    shift_ = layout.shift;
+    length_ = static_cast<std::uint8_t>(layout.bit_length);
+    high_first_ = layout.reversed;
 }
 
 std::optional<std::uint64_t> presence_selector::read(std::span<const std::uint8_t> object) const noexcept {

@@ -66,50 +66,48 @@ std::string description_or_default(const qor_error_details_t* details) {
     return description != nullptr ? description : "unknwon error";
 }
 
+namespace {
+
+// The steps of a kind, with its texts.
+plugin_steps steps_of(const plugin_kind& kind, qor_service_locator_t* host_locator) {
+    const auto find_entry = [&kind](const platform::shared_library& library, const std::string& name) {
+        void* const entry = access_symbol(library, name);
+        if (entry == nullptr) {
+            throw std::runtime_error(kind.missing_destroy);
+        }
+        return entry;
+    };
+    const auto create = [host_locator](void* entry, void** instance) {
+        details_owner details;
+        if (reinterpret_cast<qor_plugin_create_t>(entry)(instance, host_locator, details.place()) != QOR_STATUS_OK) {
+            throw std::runtime_error(description_or_default(details.get()));
+        }
+    };
+    const auto get_service_locator = [&kind](void* entry, void* instance) {
+        details_owner details;
+        qor_service_locator_t* table = nullptr;
+        reinterpret_cast<qor_plugin_get_service_locator_t>(entry)(instance, &table, details.place());
+        if (kind.reports_locator_details) {
+            details.rethrow();
+        }
+        check_locator_table(table, kind.bad_locator);
+        return table;
+    };
+    return {find_entry, create, get_service_locator};
+}
+
+} // namespace
+
 plugin_proxy::plugin_proxy(const plugin_kind& kind, platform::shared_library&& library,
                            std::shared_ptr<qor::runtime::service_locator>&& host_locator,
                            std::shared_ptr<void> companion)
-    : library(std::move(library)), host_locator(std::move(host_locator)), companion(std::move(companion)) {
-    const auto create = access_function<qor_plugin_create_t>(this->library, kind.create);
-    const auto end = access_function<qor_plugin_destroy_t>(this->library, kind.destroy);
-    if (end == nullptr) {
-        throw std::runtime_error(kind.missing_destroy);
-    }
-    const auto get_service_locator =
-        access_function<qor_plugin_get_service_locator_t>(this->library, kind.get_service_locator);
-    try {
-        create_instance(kind, create, get_service_locator);
-    } catch (...) {
-        if (handle != nullptr) {
-            end(handle);
-        }
-        throw;
-    }
-    destroy = end; // from here on the destructor, which also runs when a derived constructor fails, ends the instance
-}
-
-void plugin_proxy::create_instance(const plugin_kind& kind, qor_plugin_create_t create,
-                                   qor_plugin_get_service_locator_t get_service_locator) {
-    details_owner details;
-    if (create(&handle, host_locator ? host_locator->table : nullptr, details.place()) != QOR_STATUS_OK) {
-        throw std::runtime_error(description_or_default(details.get()));
-    }
-    details.reset();
-    qor_service_locator_t* table = nullptr;
-    get_service_locator(handle, &table, details.place());
-    if (kind.reports_locator_details) {
-        details.rethrow();
-    }
-    check_locator_table(table, kind.bad_locator);
-    service_locator = std::make_shared<qor::runtime::service_locator>(table);
-}
+    : host_locator(std::move(host_locator)), companion(std::move(companion)),
+      plugin(std::move(library), {kind.create, kind.destroy, kind.get_service_locator},
+             steps_of(kind, this->host_locator ? this->host_locator->table : nullptr)),
+      handle(plugin.instance()), service_locator(std::make_shared<qor::runtime::service_locator>(plugin.locator())) {}
 
 plugin_proxy::~plugin_proxy() {
-    if (destroy != nullptr) {
-        destroy(handle);
-    }
-    destroy = nullptr;
-    handle = nullptr;
+    plugin.end_instance();
     companion.reset();
     host_locator.reset();
     service_locator.reset();

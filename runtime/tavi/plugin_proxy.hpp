@@ -9,6 +9,7 @@
 
 #include "qorc/extensibility/plugin.h"
 #include "qorcpp/platform/shared_library.hpp"
+#include "qorcpp/plugin_handle.hpp"
 #include "runtime/service_locator.hpp"
 
 namespace qor::runtime::tavi {
@@ -87,7 +88,7 @@ public:
     plugin_proxy(const plugin_proxy&) = delete;
     plugin_proxy& operator=(const plugin_proxy&) = delete;
 
-    const std::string& get_library_path() const { return library.get_library_path(); }
+    const std::string& get_library_path() const { return plugin.library().get_library_path(); }
 
 protected:
     // Takes the library over, creates an instance and gets its locator. `companion` is something that has to outlive
@@ -105,16 +106,13 @@ protected:
         return copy_table<Table>(*service_locator);
     }
 
-    platform::shared_library library; // goes last: the code must stay while the instance dies
-    void* handle = nullptr;
-    qor_plugin_destroy_t destroy = nullptr;
-    std::shared_ptr<qor::runtime::service_locator> service_locator;
+    // The destructor ends the instance, then releases these, and the library last.
     std::shared_ptr<qor::runtime::service_locator> host_locator;
     std::shared_ptr<void> companion;
-
-private:
-    void create_instance(const plugin_kind& kind, qor_plugin_create_t create,
-                         qor_plugin_get_service_locator_t get_service_locator);
+    plugin_handle plugin;
+    // The instance.
+    void* const handle;
+    std::shared_ptr<qor::runtime::service_locator> service_locator;
 };
 
 } // namespace qor::runtime::tavi

@@ -19,13 +19,29 @@ void check_access(Slot slot, const char* name) {
     check_slot<qor_signal_storage_access_t>(slot, name);
 }
 
-template<typename Function>
-Function entry(const platform::shared_library& library, const char* name, const char* missing) {
-    const auto function = access_function<Function>(library, name);
-    if (function == nullptr) {
-        throw std::runtime_error(missing);
+const plugin_entries storage_entries{
+    "qor_signal_storage_open",
+    "qor_signal_storage_destroy",
+    "qor_signal_storage_get_service_locator",
+};
+
+void* find_entry(const platform::shared_library& library, const std::string& name) {
+    void* const entry = access_symbol(library, name);
+    if (entry == nullptr) {
+        throw std::runtime_error("invalid signal storage library, '" + name +
+                                 (name == storage_entries.create ? "" : "_t") + "' function is missing");
     }
-    return function;
+    return entry;
+}
+
+qor_service_locator_t* find_locator(void* entry, void* instance) {
+    details_owner details;
+    qor_service_locator_t* table = nullptr;
+    reinterpret_cast<qor_signal_storage_get_service_locator_t>(entry)(instance, &table, details.place());
+    details.rethrow();
+    check_locator_table(table, "invalid service locator interface returned from "
+                               "'qor_signal_storage_get_service_locator' function");
+    return table;
 }
 
 } // namespace
@@ -33,9 +49,8 @@ Function entry(const platform::shared_library& library, const char* name, const 
 signal_storage_proxy::signal_storage_proxy(platform::shared_library&& library, std::optional<std::string> uri,
                                            std::optional<uint8_t> open_mode,
                                            std::optional<uint32_t> signal_storage_flags,
-                                           std::optional<std::shared_ptr<qor::runtime::service_locator>> host_locator)
-    : library(std::move(library)) {
-    if (!this->library) {
+                                           std::optional<std::shared_ptr<qor::runtime::service_locator>> host_locator) {
+    if (!library) {
         throw std::runtime_error("invalid shared library handle specified for the signal storage library");
     }
     if (host_locator) {
@@ -44,43 +59,33 @@ signal_storage_proxy::signal_storage_proxy(platform::shared_library&& library, s
     if (this->host_locator && has_service<qor_log_t>(*this->host_locator)) {
         logger = std::make_shared<extensibility::log::logger>(get_service<qor_log_t>(*this->host_locator));
     }
-    open = entry<qor_signal_storage_open_t>(
-        this->library, "qor_signal_storage_open",
-        "invalid signal storage library, 'qor_signal_storage_open' function is missing");
-    destroy = entry<qor_signal_storage_destroy_t>(
-        this->library, "qor_signal_storage_destroy",
-        "invalid signal storage library, 'qor_signal_storage_destroy_t' function is missing");
-    get_service_locator = entry<qor_signal_storage_get_service_locator_t>(
-        this->library, "qor_signal_storage_get_service_locator",
-        "invalid signal storage library, 'qor_signal_storage_get_service_locator_t' function is missing");
+    const auto open = [&](void* entry, void** instance) {
+        details_owner details;
+        reinterpret_cast<qor_signal_storage_open_t>(entry)(
+            uri ? uri->c_str() : default_signal_storage_uri, open_mode.value_or(0), signal_storage_flags.value_or(0),
+            this->host_locator ? this->host_locator->table : nullptr, instance, details.place());
+        details.rethrow();
+    };
+    plugin.emplace(std::move(library), storage_entries, plugin_steps{find_entry, open, find_locator});
     try {
-        open_storage(uri ? uri->c_str() : default_signal_storage_uri, open_mode.value_or(0),
-                     signal_storage_flags.value_or(0));
+        resolve_tables();
     } catch (...) {
-        if (handle != nullptr) {
+        if (plugin->instance() != nullptr) {
             release();
         }
         throw;
     }
 }
 
-void signal_storage_proxy::open_storage(const char* uri, uint8_t open_mode, uint32_t flags) {
-    details_owner details;
-    open(uri, open_mode, flags, host_locator ? host_locator->table : nullptr, &handle, details.place());
-    details.rethrow();
-    qor_service_locator_t* table = nullptr;
-    get_service_locator(handle, &table, details.place());
-    details.rethrow();
-    check_locator_table(table, "invalid service locator interface returned from "
-                               "'qor_signal_storage_get_service_locator' function");
-    service_locator = std::make_shared<qor::runtime::service_locator>(table);
+void signal_storage_proxy::resolve_tables() {
+    service_locator = std::make_shared<qor::runtime::service_locator>(plugin->locator());
     storage = copy_table<qor_signal_storage_t>(*service_locator);
     access = copy_table<qor_signal_storage_access_t>(*service_locator);
     maintenance = copy_table<qor_signal_storage_maintenance_t>(*service_locator);
 }
 
 void signal_storage_proxy::release() noexcept {
-    destroy(handle);
+    plugin->end_instance();
     logger.reset();
     host_locator.reset();
     service_locator.reset();

@@ -8,6 +8,7 @@
 
 #include "qorc/extensibility/signal_storage.h"
 #include "qorcpp/platform/shared_library.hpp"
+#include "qorcpp/plugin_handle.hpp"
 #include "runtime/holders.hpp"
 #include "runtime/logger.hpp"
 #include "runtime/service_locator.hpp"
@@ -46,19 +47,15 @@ public:
     uint64_t get_description_id(const std::string& signature) const;
 
 private:
-    void open_storage(const char* uri, uint8_t open_mode, uint32_t flags);
+    void resolve_tables();
     void release() noexcept;
 
-    platform::shared_library library;
-    void* handle = nullptr;
+    std::optional<plugin_handle> plugin;
     qor_signal_storage_t storage{};
     qor_signal_storage_access_t access{};
     qor_signal_storage_maintenance_t maintenance{};
     std::shared_ptr<qor::runtime::service_locator> service_locator;
     std::shared_ptr<qor::runtime::service_locator> host_locator;
-    qor_signal_storage_open_t open = nullptr;
-    qor_signal_storage_destroy_t destroy = nullptr;
-    qor_signal_storage_get_service_locator_t get_service_locator = nullptr;
     std::shared_ptr<extensibility::log::logger> logger;
 };
 

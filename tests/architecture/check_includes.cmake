@@ -1,8 +1,8 @@
 # Run as a script: every #include of the rooms below SOURCE_DIR against the table of who may include whom. A file's rule
 # is the first whose folder it lies in. What is not listed is refused; standard and foreign headers are nobody's business,
 # but those of a platform belong behind qor::platform.
-set(c "qorc/(extensibility/)?[a-z_]+\\.h|qorc/(exception_status|single_service)\\.hpp")
-set(cpp "${c}|qorcpp/(platform/)?[a-z_]+\\.hpp|qorcpp/metadata\\.h")
+set(c "qorc/(extensibility/)?[a-z_]+\\.h|qorc/(exception_status|single_service|text)\\.hpp")
+set(cpp "${c}|qorcpp/(platform/)?[a-z0-9_]+\\.hpp|qorcpp/metadata\\.h")
 set(types "introspection/(xtypes|xtypes/signal|generator)/[a-z_]+\\.hpp")
 set(extractor "qor_tavi_extractor/[a-z_]+\\.h")
 set(public "${cpp}|${types}|${extractor}")
@@ -16,9 +16,9 @@ set(rules
   "qor_tavi_extractor/include/ => ${extractor}|${c}"
   "runtime/tavi/               => runtime/.*|${cpp}"
   "runtime/                    => runtime/[a-z_]+\\.hpp|${cpp}"
-  "qor_tavi_extractor/src/url/ => qor_tavi_extractor/src/url/.*|runtime/holders\\.hpp|${c}"
+  "qor_tavi_extractor/src/url/ => qor_tavi_extractor/src/url/.*|runtime/holders\\.hpp|${cpp}"
   "qor_tavi_extractor/src/     => qor_tavi_extractor/src/.*|runtime/.*|${public}"
-  "plugins/([a-z_]+)/          => plugins/@1/.*|${sdk}|introspection/xtypes/type_kind\\.hpp|${cpp}"
+  "plugins/([a-z_]+)/          => plugins/@1/.*|${sdk}|introspection/xtypes/(type_kind|signal/scalar_kinds)\\.hpp|${cpp}"
   "host/include/               => ${interface}|${public}"
   "host/                       => host/src/.*|${interface}|${public}"
   "tools/                      => tools/.*|${interface}|${public}"

@@ -50,7 +50,7 @@ public:
     // The nodes are gone behind the call, so that the sanitizer sees a matcher that goes on reading them.
     outcome register_nodes(std::uint64_t handle, nodes_of nodes, std::uint64_t position, std::uint64_t extent) {
         const auto hierarchy = nodes.sequence();
-        return call(support.register_type, plugin.handle(), handle, "{}", &hierarchy, position, extent);
+        return call(support.register_type, plugin.instance(), handle, "{}", &hierarchy, position, extent);
     }
     outcome register_type(std::uint64_t handle, const wanted& what) {
         nodes_of list("view 1 0 V; object 2 1 O; group 3 2 G");
@@ -65,7 +65,7 @@ public:
         nodes.back().signal.presence = what.presence != nullptr ? presence.c_str() : nullptr;
         return register_nodes(handle, std::move(list), what.address + what.offset, what.extent);
     }
-    outcome unregister_type(std::uint64_t handle) { return call(support.unregister_type, plugin.handle(), handle); }
+    outcome unregister_type(std::uint64_t handle) { return call(support.unregister_type, plugin.instance(), handle); }
 
     // "HANDLE: SIZE of EXPECTED_SIZE at OFFSET" for each subscription that matches, joined by ", ". Fails the test when
     // one call for all says something else than a call for each.
@@ -75,7 +75,7 @@ public:
         for (const std::uint64_t handle : handles) {
             bool matched = false;
             qor_match_outcome_t match{handle, 0, 0, 0};
-            EXPECT_EQ(call(support.match, plugin.handle(), handle, package, lenient, &matched, &match.offset,
+            EXPECT_EQ(call(support.match, plugin.instance(), handle, package, lenient, &matched, &match.offset,
                            &match.size, &match.expected_size),
                       succeeded);
             if (matched) {
@@ -83,15 +83,15 @@ public:
             }
         }
         std::size_t count = 99;
-        EXPECT_EQ(call(batch.match_batch, plugin.handle(), package, handles.data(), handles.size(), lenient, all.data(),
-                       &count),
+        EXPECT_EQ(call(batch.match_batch, plugin.instance(), package, handles.data(), handles.size(), lenient,
+                       all.data(), &count),
                   succeeded);
         all.resize(count);
         EXPECT_EQ(text_of(all), text_of(single));
         return text_of(all);
     }
 
-    loaded_plugin plugin{"qor_can_matcher", "qor_data_matcher"};
+    loaded_plugin plugin{"qor_can_matcher", "data-matcher"};
     qor_data_matcher_support_t support = plugin.table<qor_data_matcher_support_t>();
     qor_data_matcher_batch_support_t batch = plugin.table<qor_data_matcher_batch_support_t>();
 

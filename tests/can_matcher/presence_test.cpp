@@ -1,52 +1,24 @@
 // Conditions of multiplexed signals.
 #include <gtest/gtest.h>
 
-#include <random>
-
-#include "introspection/xtypes/signal/make_signal_type.hpp"
 #include "qorcpp/presence.hpp"
+#include "qorcpp/signal_layout.hpp"
 #include "tests/support/thrown.hpp"
 
 namespace tavi::test {
 namespace {
 
-using namespace qor::introspection::xtypes;
-
-TEST(Presence, ReadsWhatASignalTypeReads) {
-    std::mt19937 random(1);
-    const auto below = [&](std::uint32_t end) { return static_cast<std::uint32_t>(random() % end); };
-    std::vector<std::uint8_t> bytes(32);
-    int read = 0;
-    for (int round = 0; round < 20'000; ++round) {
-        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random()); });
-        const std::uint32_t byte_offset = below(4), bit_offset = below(70), bit_length = 1 + below(64);
-        const signal_byte_order order{static_cast<std::uint8_t>(2 * below(2))}; // 0 or 2
-        const bool is_signed = below(2) == 0;
-        // The smallest integer that holds the bits, as parsers choose it.
-        const type_kind kinds[2][4] = {{type_kind::uint8, type_kind::uint16, type_kind::uint32, type_kind::uint64},
-                                       {type_kind::int8, type_kind::int16, type_kind::int32, type_kind::int64}};
-        const type_kind raw = kinds[is_signed][bit_length <= 8 ? 0 : bit_length <= 16 ? 1 : bit_length <= 32 ? 2 : 3];
-        std::shared_ptr<dynamic_type> type;
-        make_signal_type(raw, raw, type, order, bit_offset, bit_length, 0, 1, 0, 0, 0, 1, {},
-                         signal_encoding::unspecified);
-        std::optional<qor::presence_selector> selector;
-        try {
-            selector.emplace(byte_offset, bit_offset, bit_length, static_cast<std::uint8_t>(order), is_signed);
-        } catch (const std::invalid_argument&) {
-            // A walk that leaves the signal at its front: what the type makes of it is no matter here.
-            ASSERT_GT(bit_length, bit_offset / 8 * 8 + 8 - bit_offset % 8);
-            continue;
-        }
-        std::uint64_t expected = 0;
-        type->decode(kinds[is_signed][3], reinterpret_cast<std::uint8_t*>(&expected), bytes.data() + byte_offset);
-        ASSERT_EQ(selector->read(bytes), selector->ordinal(expected))
-            << bit_offset << ' ' << bit_length << ' ' << static_cast<int>(order) << ' ' << is_signed;
-        const std::span exactly(bytes.data(), selector->end());
-        ASSERT_TRUE(selector->read(exactly));
-        ASSERT_FALSE(selector->read(exactly.first(exactly.size() - 1)));
-        ++read;
-    }
-    EXPECT_GT(read, 10'000);
+TEST(Presence, OrdersSignedValuesFromItsByteOffsetOn) {
+    const std::uint8_t object[] = {0x00, 0xF0, 0x7F, 0x80};
+    // 12 bits of byte 1 and 2, a big number without a sign and a small one with it.
+    const qor::presence_selector with_sign(1, 12, 12, 16, 2, true);
+    const qor::presence_selector without_sign(1, 12, 12, 16, 2, false);
+    EXPECT_EQ(with_sign.read(object), with_sign.ordinal(static_cast<std::uint64_t>(-249)));
+    EXPECT_LT(with_sign.read(object), with_sign.ordinal(0));
+    EXPECT_EQ(without_sign.read(object), 0xF07u);
+    EXPECT_EQ(with_sign.begin(), 1u);
+    EXPECT_EQ(with_sign.end(), 3u);
+    EXPECT_EQ(with_sign.behind(1).read(std::span(object).subspan(1)), with_sign.read(object));
 }
 
 TEST(Presence, HoldsForTheValuesItNames) {
@@ -61,6 +33,8 @@ TEST(Presence, HoldsForTheValuesItNames) {
         {"0:0:8:0:1:S=-3--1", 0xFC, false},
         {"0:0:8:0:1:S=-128-127", 0x80, true},
         {"0:0:8:0:0:S=300", 0x2C, false},
+        {"0:0:8/32:2:0:S=128", 0x80, true},
+        {"0:3:8:2:0:S=5", 0x28, true},
         {"0:0:1:0:0:a b=0-18446744073709551615", 0x01, true},
         {"0:0:4:0:0:A=2,5-7&0:4:4:0:0:B=0", 0x06, true},
         {"0:0:4:0:0:A=2,5-7&0:4:4:0:0:B=0", 0x16, false},
@@ -83,13 +57,14 @@ TEST(Presence, ReadsWholeIntegersFromTheirFirstByte) {
         {8, 12, 4, 2, 0x506}, {16, 24, 4, 3, 0x050607}, {0, 5, 4, 1, 5},
     };
     for (const auto& [bit_offset, bit_length, begin, count, number] : rows) {
-        const qor::presence_selector selector(4, bit_offset, bit_length, 2, false);
+        const qor::presence_selector selector(4, bit_offset, bit_length, qor::narrowest_integer_bits(bit_length), 2,
+                                              false);
         EXPECT_EQ(selector.begin(), begin) << bit_offset << ' ' << bit_length;
         EXPECT_EQ(selector.end(), begin + count) << bit_offset << ' ' << bit_length;
         EXPECT_EQ(selector.read(object), number) << bit_offset << ' ' << bit_length;
     }
-    EXPECT_EQ(qor::presence_selector(0, 0, 64, 2, false).read(object), UINT64_C(0x0102030405060708));
-    EXPECT_EQ(thrown<std::invalid_argument>([] { qor::presence_selector(4, 0, 24, 2, false); }),
+    EXPECT_EQ(qor::presence_selector(0, 0, 64, 64, 2, false).read(object), UINT64_C(0x0102030405060708));
+    EXPECT_EQ(thrown<std::invalid_argument>([] { qor::presence_selector(4, 0, 24, 32, 2, false); }),
               "the selector begins before its first byte");
 }
 
@@ -105,7 +80,10 @@ TEST(Presence, TellsWhatIsWrongWithAText) {
         {"0:0:4:1:0:S=1", "the byte order is neither 0 nor 2 at 1"},
         {"0:0:0:0:0:S=1", "a selector has 1 to 64 bits at 1"},
         {"0:0:65:0:0:S=1", "a selector has 1 to 64 bits at 1"},
-        {"0:0:4:0:0:S=1&0:3:8:2:0:T=1", "the selector begins before its first byte at 15"},
+        {"0:0:16/32:2:0:S=1", "the selector begins before its first byte at 1"},
+        {"0:0:16/12:2:0:S=1", "a selector is stored in 8, 16, 32 or 64 bits, at least its own at 1"},
+        {"0:0:16/24:2:0:S=1", "a selector is stored in 8, 16, 32 or 64 bits, at least its own at 1"},
+        {"0:0:4:0:0:S=1&0:3:9:2:0:T=1", "the selector begins before its first byte at 15"},
         {"4294967296:0:4:0:0:S=1", "the number is too large at 1"},
     };
     for (const auto& [text, cause] : rows) {

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/support/decoded_text.hpp"
+#include "tests/support/thrown.hpp"
 
 namespace tavi::test {
 namespace {
@@ -20,8 +21,12 @@ protected:
     host::package_builder package;
 };
 
-TEST_F(examples, parse_lines_and_match_tags) {
-    extractor.register_source(0x10, 0, "box", {{"engine", "lines", "Engine 192 Speed 0 16\nEngine 192 Torque 2 8\n"}});
+// The parsers in C++ and in C.
+class line_parsers : public examples, public testing::WithParamInterface<const char*> {};
+
+TEST_P(line_parsers, parse_lines_and_match_tags) {
+    extractor.register_source(0x10, 0, "box",
+                              {{"engine", GetParam(), "Engine 192 Speed 0 16\nEngine 192 Torque 2 8\n"}});
     extractor.subscribe("box.Lines.Engine");
     extractor.subscribe("box.Lines.Engine.Torque");
     const std::string tag("\xC0\0\0\0", 4);
@@ -30,9 +35,14 @@ TEST_F(examples, parse_lines_and_match_tags) {
                 ElementsAre("box.Lines.Engine: Speed=10000, Torque=42", "box.Lines.Engine.Torque: 42"));
     EXPECT_THAT(decoded(0x10, "tagged", "\xC1" + tag.substr(1) + bytes), ElementsAre());
     EXPECT_THAT(decoded(0x10, "tagged", tag.substr(0, 3)), ElementsAre());
-    EXPECT_THROW(extractor.register_source(0x10, 1, "other", {{"bad", "lines", "Engine 192 Speed 0 65\n"}}),
-                 host::error);
+    EXPECT_EQ(thrown<host::error>([&] {
+                  extractor.register_source(0x10, 1, "other",
+                                            {{"bad", GetParam(), "Engine 192 Speed 0 16\nEngine 192 Torque 0 65"}});
+              }),
+              "bad:2: expected object, address, signal, byte and bits");
 }
+
+INSTANTIATE_TEST_SUITE_P(examples, line_parsers, testing::Values("lines", "c-lines"));
 
 TEST_F(examples, count_packages) {
     extractor.register_source(0x70F, 0, "counter", {});

@@ -41,7 +41,7 @@ protected:
         tavi::test::nodes_of list(nodes);
         const auto hierarchy = list.sequence();
         const auto result =
-            call(support.register_type, plugin.handle(), subscription, "{}", &hierarchy, position, extent);
+            call(support.register_type, plugin.instance(), subscription, "{}", &hierarchy, position, extent);
         EXPECT_FALSE(result.code) << result;
         return result.status == QOR_STATUS_OK;
     }
@@ -51,7 +51,7 @@ protected:
         package.set_format(format);
         qor_dynamic_data_t** records = nullptr;
         uint64_t count = 0;
-        last_outcome = call(support.process, plugin.handle(), subscription, &tavi::test::build_package(package, text),
+        last_outcome = call(support.process, plugin.instance(), subscription, &tavi::test::build_package(package, text),
                             &records, &count, &allocator);
         std::vector<std::string> found;
         for (uint64_t index = 0; last_outcome == succeeded && index < count; ++index) {
@@ -69,11 +69,11 @@ protected:
     void begin_anew() {
         const qor_data_source_t source{};
         EXPECT_EQ(
-            call(plugin.table<qor_data_processor_data_source_binding_t>().bind, plugin.handle(), &source, nullptr),
+            call(plugin.table<qor_data_processor_data_source_binding_t>().bind, plugin.instance(), &source, nullptr),
             succeeded);
     }
 
-    tavi::test::loaded_plugin plugin{"qor_nmea_processor", "qor_data_processor"};
+    tavi::test::loaded_plugin plugin{"qor_nmea_processor", "data-processor"};
     const qor_data_processor_support_t& support = plugin.table<qor_data_processor_support_t>();
     counting_allocator allocator;
     tavi::host::package_builder package;
@@ -89,18 +89,18 @@ TEST_F(NmeaProcessor, NamesItsPortAndFailsCleanly) {
     const auto& ports = plugin.table<qor_data_processor_port_support_t>();
     size_t count = 0;
     const char* port = nullptr;
-    EXPECT_EQ(call(ports.get_port_count, plugin.handle(), &count), succeeded);
-    EXPECT_EQ(call(ports.get_port_name, plugin.handle(), 0, &port), succeeded);
+    EXPECT_EQ(call(ports.get_port_count, plugin.instance(), &count), succeeded);
+    EXPECT_EQ(call(ports.get_port_name, plugin.instance(), 0, &port), succeeded);
     EXPECT_EQ(count, 1u);
     EXPECT_STREQ(port, "nmea");
     qor_data_processor_format_t format{};
     const auto get_format = plugin.table<qor_data_processor_format_support_t>().get_supported_format;
-    EXPECT_EQ(call(get_format, plugin.handle(), 1, &format).status, QOR_STATUS_INVALID_ARGUMENT);
+    EXPECT_EQ(call(get_format, plugin.instance(), 1, &format).status, QOR_STATUS_INVALID_ARGUMENT);
     const auto get_descriptions = plugin.table<qor_data_processor_data_description_support_t>().get_data_descriptions;
     qor_runtime_c_string_sequence_t* texts = nullptr;
     for (allocator.fail_at = 1; allocator.fail_at <= 3; ++allocator.fail_at) {
         allocator.allocations = 0;
-        EXPECT_TRUE(call(get_descriptions, plugin.handle(), &allocator, &texts).code) << allocator.fail_at;
+        EXPECT_TRUE(call(get_descriptions, plugin.instance(), &allocator, &texts).code) << allocator.fail_at;
     }
 }
 
@@ -148,8 +148,8 @@ TEST_F(NmeaProcessor, AdvancesOnceForEachPackage) {
     EXPECT_EQ(last(2, position_1), 2); // an equal package: the handles begin anew
     EXPECT_EQ(last(4, position_2), 3); // another package to the second handle only
     EXPECT_EQ(last(2, position_2), 4);
-    EXPECT_EQ(call(support.unregister_type, plugin.handle(), 2), succeeded);
-    EXPECT_EQ(call(support.unregister_type, plugin.handle(), 4), succeeded);
+    EXPECT_EQ(call(support.unregister_type, plugin.instance(), 2), succeeded);
+    EXPECT_EQ(call(support.unregister_type, plugin.instance(), 4), succeeded);
     subscribe(8, statistics_object, 0, 8);
     EXPECT_EQ(last(8, position_2), 5); // an equal package to new handles
     EXPECT_EQ(process(4, position_2).size(), 0u);

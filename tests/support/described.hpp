@@ -36,7 +36,7 @@ struct described {
 
 class parsing_plugin {
 public:
-    explicit parsing_plugin(const char* library) : plugin_(library, "qor_data_description_parser", &host_) {}
+    explicit parsing_plugin(const char* library) : plugin_(library, "data-description-parser", &host_) {}
 
     described parse(std::string_view text, const char* name = "x", qor_parse_progress_t progress = nullptr,
                     void* progress_context = nullptr) {
@@ -46,7 +46,7 @@ public:
         storage.add_text = add_text;
         storage.context = &result_;
         const outcome ended =
-            call(plugin_.table<qor_data_description_parser_support_t>().parse_buffer, plugin_.handle(), &storage,
+            call(plugin_.table<qor_data_description_parser_support_t>().parse_buffer, plugin_.instance(), &storage,
                  std::uint8_t{0}, text.data(), text.size(), name, progress, progress_context);
         if (ended.text) {
             tell(*ended.text);

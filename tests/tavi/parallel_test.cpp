@@ -10,6 +10,7 @@
 #include "qorcpp/platform/stream.hpp"
 #include "tests/tavi/command.hpp"
 #include "tools/tavi/commands/commands.hpp"
+#include "tools/tavi/output/row_format.hpp"
 #include "tools/tavi/parallel/chunk_queue.hpp"
 
 namespace tavi::test {
@@ -93,7 +94,7 @@ protected:
 TEST_F(parallel, gives_what_one_thread_gives) {
     for (int round = 0; round < 24; ++round) {
         write_log();
-        options.format = below(2) == 0 ? tool::output_format::csv : tool::output_format::jsonl;
+        options.format = below(tool::row_formats.size());
         options.catalogue.strict = below(6) == 0;
         options.j1939 = below(3) == 0;
         options.patterns = below(2) == 0 ? std::vector<std::string>() : std::vector<std::string>{"*.A", "CAN.J"};

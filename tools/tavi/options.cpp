@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/tavi/check/check_process.hpp"
+#include "tools/tavi/output/row_format.hpp"
 
 namespace tavi::tool {
 
@@ -104,8 +105,13 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         ->required();
     add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE", "[SOURCE=]SIGNATURE");
     add_pattern_option(command, options.patterns, "Signals to write");
-    const std::map<std::string, output_format> formats{{"csv", output_format::csv}, {"jsonl", output_format::jsonl}};
-    command.add_option("-f,--format", options.format, "Form of the output: csv (default) or jsonl")
+    std::map<std::string, std::size_t> formats;
+    std::string format_words;
+    for (const named_row_format& format : row_formats) {
+        format_words += formats.empty() ? std::string(format.name) + " (default)" : std::string(" or ") + format.name;
+        formats.emplace(format.name, formats.size());
+    }
+    command.add_option("-f,--format", options.format, "Form of the output: " + format_words)
         ->type_name("FORMAT")
         ->transform(one_of(formats));
     const std::map<std::string, input_kind> inputs{{"candump", input_kind::candump}, {"nmea", input_kind::nmea}};

@@ -21,7 +21,6 @@ struct description_argument {
     std::string path;
 };
 
-enum class output_format { csv, jsonl };
 enum class input_kind { automatic, candump, nmea };
 
 // What all commands that read descriptions share.
@@ -38,7 +37,8 @@ struct decode_options {
     std::vector<std::string> patterns;
     input_kind input = input_kind::automatic;
     std::string memory; // where the log, a piece of memory, was read; empty for other logs
-    output_format format = output_format::csv;
+    // A place in row_formats.
+    std::size_t format = 0;
     bool no_formula_guard = false; // in CSV
     std::string output;            // empty: standard output
     std::string report;            // empty: none

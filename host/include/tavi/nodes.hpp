@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "qorc/text.hpp"
 #include "qorc/type_node.h"
 
 namespace tavi::host {
@@ -56,9 +57,7 @@ std::uint32_t element_size(const qor_type_node_t& node) noexcept;
 std::uint32_t offset_in_parent(const qor_type_node_t& node) noexcept;
 
 // A text of a node, empty for a null one.
-inline std::string_view text_of(const char* text) noexcept {
-    return text != nullptr ? std::string_view(text) : std::string_view();
-}
+using qor::text_of;
 
 } // namespace tavi::host
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "qorcpp/node_layout.hpp"
+
 namespace tavi::host {
 
 const qor_type_node_t* nodes::find(std::string_view name) const noexcept {
@@ -10,40 +12,18 @@ const qor_type_node_t* nodes::find(std::string_view name) const noexcept {
 }
 
 std::uint32_t element_count(const qor_type_node_t& node) noexcept {
-    switch (node.kind) {
-    case QOR_TYPE_NODE_OBJECT:
-        return node.object.element_count;
-    case QOR_TYPE_NODE_GROUP:
-        return node.group.element_count;
-    case QOR_TYPE_NODE_SIGNAL:
-        return node.signal.element_count;
-    default:
-        return 1;
-    }
+    const auto layout = qor::layout_of_node(node);
+    return layout ? layout->element_count : 1;
 }
 
 std::uint32_t element_size(const qor_type_node_t& node) noexcept {
-    switch (node.kind) {
-    case QOR_TYPE_NODE_OBJECT:
-        return node.object.element_size;
-    case QOR_TYPE_NODE_GROUP:
-        return node.group.element_size;
-    case QOR_TYPE_NODE_SIGNAL:
-        return node.signal.element_size;
-    default:
-        return 0;
-    }
+    const auto layout = qor::layout_of_node(node);
+    return layout ? layout->element_size : 0;
 }
 
 std::uint32_t offset_in_parent(const qor_type_node_t& node) noexcept {
-    switch (node.kind) {
-    case QOR_TYPE_NODE_GROUP:
-        return node.group.offset;
-    case QOR_TYPE_NODE_SIGNAL:
-        return node.signal.offset;
-    default:
-        return 0;
-    }
+    const auto layout = qor::layout_of_node(node);
+    return layout ? layout->offset : 0;
 }
 
 } // namespace tavi::host

@@ -4,8 +4,7 @@
 #include "qorc/extensibility/signal_storage.h"
 #include "qorcpp/library_search.hpp"
 #include "qorcpp/platform/module.hpp"
-#include "qorcpp/platform/shared_library.hpp"
-#include "qorcpp/service_name.hpp"
+#include "qorcpp/plugin_handle.hpp"
 #include "tavi/error.hpp"
 
 namespace tavi::host {
@@ -27,29 +26,39 @@ void check(std::uint32_t status, qor_error_details_t* details) {
     }
 }
 
-// A catalogue opened for reading through the entry symbols of the storage plug-in.
-class opened_storage {
-public:
-    opened_storage(const std::string& library_path, const std::string& uri) : library_(library_path) {
-        const auto open = symbol<qor_signal_storage_open_t>("qor_signal_storage_open");
-        const auto get_locator =
-            symbol<qor_signal_storage_get_service_locator_t>("qor_signal_storage_get_service_locator");
-        destroy_ = symbol<qor_signal_storage_destroy_t>("qor_signal_storage_destroy");
+// Opens a catalogue for reading, with failures as host::error.
+qor::plugin_steps steps_for(const std::string& uri) {
+    const auto find_entry = [](const qor::platform::shared_library& library, const std::string& name) {
+        void* const found = library.get_symbol(name);
+        if (found == nullptr) {
+            throw error(QOR_STATUS_FAILURE, library.get_library_path() + ": " + qor::platform::get_last_error());
+        }
+        return found;
+    };
+    const auto open = [uri](void* entry, void** instance) {
+        qor_error_details_t* details = nullptr;
+        const std::uint32_t status = reinterpret_cast<qor_signal_storage_open_t>(entry)(
+            uri.c_str(), QOR_SIGNAL_STORAGE_MODE_READ_ONLY,
+            QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST, nullptr, instance, &details);
+        check(status, details);
+    };
+    const auto get_service_locator = [](void* entry, void* instance) {
+        qor_service_locator_t* locator = nullptr;
         qor_error_details_t* details = nullptr;
         const std::uint32_t status =
-            open(uri.c_str(), QOR_SIGNAL_STORAGE_MODE_READ_ONLY,
-                 QOR_SIGNAL_STORAGE_READ_ONLY | QOR_SIGNAL_STORAGE_MUST_EXIST, nullptr, &handle_, &details);
+            reinterpret_cast<qor_signal_storage_get_service_locator_t>(entry)(instance, &locator, &details);
         check(status, details);
-        try {
-            resolve(get_locator);
-        } catch (...) {
-            destroy_(handle_);
-            throw;
-        }
-    }
-    opened_storage(const opened_storage&) = delete;
-    opened_storage& operator=(const opened_storage&) = delete;
-    ~opened_storage() { destroy_(handle_); }
+        return locator;
+    };
+    return {find_entry, open, get_service_locator};
+}
+
+class opened_storage {
+public:
+    opened_storage(const std::string& library_path, const std::string& uri)
+        : storage_(qor::platform::shared_library(library_path), qor::plugin_entries_of("signal-storage"),
+                   steps_for(uri)),
+          access_(storage_.table<qor_signal_storage_access_t>()) {}
 
     // Empty when there is no description of that id.
     std::string signature(std::uint64_t description_id) const {
@@ -73,32 +82,19 @@ public:
     }
 
 private:
-    template<typename Function>
-    Function symbol(const char* name) const {
-        void* const found = library_.get_symbol(name);
-        if (found == nullptr) {
-            throw error(QOR_STATUS_FAILURE, library_.get_library_path() + ": " + qor::platform::get_last_error());
-        }
-        return reinterpret_cast<Function>(found);
-    }
-
-    void resolve(qor_signal_storage_get_service_locator_t get_locator) {
-        qor_service_locator_t* locator = nullptr;
-        qor_error_details_t* details = nullptr;
-        std::uint32_t status = get_locator(handle_, &locator, &details);
-        check(status, details);
-        void* table = nullptr;
-        const std::string name = qor::service_name<qor_signal_storage_access_t>();
-        status = locator->resolve(locator->context, name.c_str(), &table, &details);
-        check(status, details);
-        access_ = *static_cast<const qor_signal_storage_access_t*>(table);
-    }
-
-    qor::platform::shared_library library_;
-    qor_signal_storage_destroy_t destroy_ = nullptr;
-    void* handle_ = nullptr;
-    qor_signal_storage_access_t access_{};
+    qor::plugin_handle storage_;
+    const qor_signal_storage_access_t& access_;
 };
+
+opened_storage open_storage(const std::string& library_path, const std::string& uri) {
+    try {
+        return {library_path, uri};
+    } catch (const error&) {
+        throw;
+    } catch (const std::runtime_error& failure) {
+        throw error(QOR_STATUS_FAILURE, library_path + ": " + failure.what());
+    }
+}
 
 } // namespace
 
@@ -109,7 +105,7 @@ std::vector<std::string> stored_signatures(const std::string& uri) {
     if (libraries.empty()) {
         throw error(QOR_STATUS_FAILURE, "there is no signal storage in '" + directory + "'");
     }
-    const opened_storage storage(libraries.front(), uri);
+    const opened_storage storage = open_storage(libraries.front(), uri);
     std::vector<std::string> signatures;
     // Ids count from 1, and descriptions are never removed. One that was begun and never committed may leave a gap.
     constexpr std::uint64_t longest_gap = 16;

@@ -8,6 +8,7 @@
 
 #include "introspection/xtypes/alias_type.hpp"
 #include "introspection/xtypes/signal/make_signal_type.hpp"
+#include "qorcpp/signal_layout.hpp"
 #include "tavi/value_text.hpp"
 
 namespace tavi::host {
@@ -35,55 +36,14 @@ bool is_unsigned(xtypes::type_kind kind) noexcept {
     return xtypes::has_flag(kind, xtypes::unsigned_flag);
 }
 
-// Which bytes of its instance a signal reads, and where its lowest bit is.
-struct signal_layout {
-    std::uint64_t first = 0;
-    std::uint64_t end = 0;
-    unsigned shift = 0;
-    // Why it cannot be read at all.
-    std::string unreadable;
-    // The bits lie where the byte order says, all of them.
-    bool regular = true;
-};
-
-signal_layout layout_of(const xtypes::signal_type_base& type) {
-    const std::uint64_t offset = type.bit_offset();
-    const std::uint64_t length = type.bit_length();
-    const auto order = type.byte_order();
-    if (order != xtypes::signal_byte_order::little_endian &&
-        order != xtypes::signal_byte_order::inconsistent_big_endian) {
-        return {0, 0, 0, "signal reading for the current byte order is not supported", false};
-    }
-    signal_layout layout;
-    layout.shift = static_cast<unsigned>(offset % 8);
-    layout.regular = length != 0;
-    const bool full = offset == 0 && length == 8 * xtypes::primitive_size(type.raw_kind());
-    if (length == 0) {
-        return layout;
-    }
-    const std::uint64_t bytes = (layout.shift + length + 7) / 8;
-    if (full || order == xtypes::signal_byte_order::little_endian) {
-        layout.first = offset / 8;
-        layout.end = layout.first + bytes;
-        return layout;
-    }
-    layout.end = offset / 8 + 1;
-    // The walk to lower addresses ends at the first byte; up to eight bits may be asked of it, there or not.
-    if (length > 8 * layout.end) {
-        layout.unreadable = "invalid bit offset " + std::to_string(offset) + ", cannot read the complete signal data";
-    }
-    layout.regular = bytes <= layout.end;
-    layout.first = layout.end - std::min(bytes, layout.end);
-    return layout;
-}
-
 // How the value of a signal can be made without asking its type; nothing when only the type can.
-std::optional<plan_method> method_of(const xtypes::signal_type_base& type, const signal_layout& layout) {
+std::optional<plan_method> method_of(const xtypes::signal_type_base& type, const qor::signal_layout& layout) {
     using kind = xtypes::type_kind;
     const kind raw = type.raw_kind();
     const kind converted = xtypes::without_signal(type.kind());
     const bool identity = type.conversion() == xtypes::signal_conversion::identity;
-    if (!layout.regular || layout.end - layout.first > 8 || type.conversion() == xtypes::signal_conversion::rational) {
+    const bool fits_window = layout.byte_count != 0 && layout.byte_count <= 8 && layout.is_complete();
+    if (!fits_window || type.conversion() == xtypes::signal_conversion::rational) {
         return std::nullopt;
     }
     if (is_real(raw)) {
@@ -96,9 +56,7 @@ std::optional<plan_method> method_of(const xtypes::signal_type_base& type, const
         return raw == kind::float32 ? plan_method::stored_float : plan_method::stored_double;
     }
     const bool is_signed = !is_unsigned(raw);
-    const bool other_sign_form = is_signed && (type.encoding() == xtypes::signal_encoding::sign_magnitude ||
-                                               type.encoding() == xtypes::signal_encoding::ones_complement);
-    if (other_sign_form || (!is_signed && type.bit_length() == 64)) {
+    if ((is_signed && !qor::is_twos_complement(type.encoding())) || (!is_signed && type.bit_length() == 64)) {
         return std::nullopt;
     }
     if (converted == kind::float64) {
@@ -265,17 +223,18 @@ void plan_compiler::add_array(const xtypes::array_type& type, const std::string&
 
 void plan_compiler::add_signal(const xtypes::signal_type_base& type, const std::string& name, std::uint64_t offset,
                                const node_tree* tree) {
-    const signal_layout layout = layout_of(type);
+    const qor::signal_layout layout = qor::layout_of_signal(type.byte_order(), type.bit_offset(), type.bit_length(),
+                                                            8 * xtypes::primitive_size(type.raw_kind()));
     plan_row row;
     row.name = name;
     row.unit = type.signal_suffix();
     row.kind = value_kind_of(xtypes::without_signal(type.kind()));
     // A signal without bits is in every record.
-    if (layout.end != 0) {
-        row.begin = add(offset, layout.first);
-        row.end = add(offset, layout.end);
+    if (layout.byte_count != 0) {
+        row.begin = add(offset, layout.first_byte);
+        row.end = add(offset, layout.end_byte());
     }
-    row.unreadable = layout.unreadable;
+    row.unreadable = qor::refusal_text(layout.refusal, type.bit_offset());
     if (row.kind == value_kind::floating && !is_real(type.raw_kind()) &&
         type.conversion() != xtypes::signal_conversion::rational) {
         row.decimals = decimals_of(type.numerator_x1(), type.numerator_x0());
@@ -288,7 +247,7 @@ void plan_compiler::add_signal(const xtypes::signal_type_base& type, const std::
     code_.segment_of_row.push_back(segment_for(tree));
     code_.code_of_row.push_back(row.unreadable.empty() ? code_index : plan_code::no_row);
     rows_.push_back(std::move(row));
-    if (!layout.unreadable.empty()) {
+    if (layout.refusal != qor::layout_refusal::none) {
         return;
     }
     ++code_.segments.back().end_row;
@@ -297,7 +256,7 @@ void plan_compiler::add_signal(const xtypes::signal_type_base& type, const std::
     fast.row = index;
     fast.factor = type.numerator_x1();
     fast.offset = type.numerator_x0();
-    fast.high_first = type.byte_order() == xtypes::signal_byte_order::inconsistent_big_endian;
+    fast.high_first = layout.reversed;
     const auto method = method_of(type, layout);
     if (method && added.end <= std::numeric_limits<std::uint32_t>::max()) {
         fast.method = *method;

@@ -1,4 +1,27 @@
 // Flattens the type of a subscription into the rows of a record_plan.
+//
+// The type is walked once, depth first: structures and arrays give names and offsets, each signal gives a row. A row is
+// compiled in three steps:
+//      1. Where the bits are (qorcpp/signal_layout.hpp): first and last byte of the record, the shift of the lowest
+//      bit.
+//      2. Which method makes the value of them (plan_method). All integers of up to 64 bits that touch at most eight
+//         bytes, with an identity or linear conversion, are read without asking their type. What is left, such as
+//         rational conversions, keeps its signal type and is decoded by it.
+//      3. At the end, when the size of the record is known, the window: eight bytes of the record that hold the bits,
+//         moved down so that it does not pass the last byte that any row reads. The bits are then found in the loaded
+//         word by a shift to the left, that drops what is above them, and one to the right, that drops what is below
+//         and extends the sign.
+// Rows under the same conditions of presence follow each other in a segment, so that a condition is checked once.
+//
+// Example: 12 bits without sign at bit 19 of a record of 3 bytes, in the inconsistent big endian order. The lowest bit
+// is bit 3 of byte 2, the others continue in byte 1: bytes 1 and 2, shift 3. The only window is at byte 0, and a whole
+// word is loaded from a copy with zeros after the record. With the high byte first, byte 2 is bits 40 to 47 of the
+// word, the lowest bit 43 and the highest 54: left is 64 - 55 = 9, right is 64 - 12 = 52, and `clear` is 52, since the
+// bits have no sign.
+//
+//      record  00 AB C8      word  00ABC80000000000  << 9  5790000000000000  >> 52, cleared  0000000000000579
+//
+// 0x579 is the 7 low bits of 0xAB before the 5 high bits of 0xC8.
 #ifndef HOST_SRC_PLAN_PLAN_COMPILER_HPP
 #define HOST_SRC_PLAN_PLAN_COMPILER_HPP
 

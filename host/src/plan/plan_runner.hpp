@@ -12,6 +12,7 @@
 #include <span>
 
 #include "host/src/plan/plan_code.hpp"
+#include "introspection/xtypes/bytes.hpp"
 #include "tavi/record_plan.hpp"
 
 namespace tavi::host::plan_runner {
@@ -20,16 +21,10 @@ namespace xtypes = qor::introspection::xtypes;
 
 inline constexpr std::size_t word_size = 8;
 
-inline std::uint64_t swap_bytes(std::uint64_t word) noexcept {
-    word = word << 32 | word >> 32;
-    word = (word & 0x0000FFFF0000FFFF) << 16 | (word >> 16 & 0x0000FFFF0000FFFF);
-    return (word & 0x00FF00FF00FF00FF) << 8 | (word >> 8 & 0x00FF00FF00FF00FF);
-}
-
 inline std::uint64_t load(const std::uint8_t* bytes, bool high_first) noexcept {
     std::uint64_t word;
     std::memcpy(&word, bytes, sizeof word);
-    const std::uint64_t swapped = swap_bytes(word);
+    const std::uint64_t swapped = xtypes::reverse_bytes(word);
     return high_first == (std::endian::native == std::endian::little) ? swapped : word;
 }
 

@@ -84,16 +84,14 @@ public:
         return minus_zero ? -0.0 : result;
     }
 
-    // One of `names`, by its position, or any other number.
-    template<typename Enumeration, typename Number, std::size_t Count>
-    Enumeration name_or_number(const char* const (&names)[Count]) const {
+    // A byte order or encoding by its word, or as a number.
+    template<typename Code>
+    Code code() const {
         if (!value_.is_string()) {
-            return static_cast<Enumeration>(integer<Number>());
+            return static_cast<Code>(integer<std::underlying_type_t<Code>>());
         }
-        for (std::size_t i = 0; i < Count; ++i) {
-            if (text() == names[i]) {
-                return static_cast<Enumeration>(i);
-            }
+        if (const auto code = qor::signal_code_of<Code>(text())) {
+            return *code;
         }
         fail("'" + text() + "' is not known");
     }
@@ -137,16 +135,13 @@ private:
 type_pointer read_type(const place& at, int depth);
 
 type_pointer read_signal(const place& at) {
-    static constexpr const char* byte_orders[] = {"little_endian", "big_endian", "inconsistent_big_endian"};
-    static constexpr const char* encodings[] = {"unspecified", "sign_magnitude", "ones_complement", "twos_complement"};
     const place coefficients = at.member("coefficients");
     if (coefficients.size() != 6) {
         coefficients.fail("expected six numbers");
     }
     const auto coefficient = [&](std::size_t index) { return coefficients.element(index).real(); };
-    const auto byte_order =
-        at.member("byte_order").name_or_number<xtypes::signal_byte_order, std::uint8_t>(byte_orders);
-    const auto encoding = at.member("encoding").name_or_number<xtypes::signal_encoding, std::uint32_t>(encodings);
+    const auto byte_order = at.member("byte_order").code<xtypes::signal_byte_order>();
+    const auto encoding = at.member("encoding").code<xtypes::signal_encoding>();
     type_pointer type;
     xtypes::make_signal_type(at.member("converted").kind(), at.member("raw").kind(), type, byte_order,
                              at.member("bit_offset").integer<std::uint32_t>(),

@@ -1,14 +1,14 @@
 #include "introspection/xtypes/signal/bit_reader.hpp"
 
-#include <algorithm>
 #include <stdexcept>
-#include <string>
+
+#include "qorcpp/signal_layout.hpp"
 
 namespace qor::introspection::xtypes {
 
 namespace {
 
-bit_load load_of(std::uint32_t byte_count) noexcept {
+bit_load load_of(std::uint64_t byte_count) noexcept {
     switch (byte_count) {
     case 1:
         return bit_load::bytes_1;
@@ -31,35 +31,29 @@ bit_load load_of(std::uint32_t byte_count) noexcept {
 
 bit_reader::bit_reader(signal_byte_order byte_order, std::uint32_t bit_offset, std::uint32_t bit_length,
                        std::uint64_t raw_bits, std::uint32_t variable_bits)
-    : bit_offset_(bit_offset), reversed_(byte_order == signal_byte_order::inconsistent_big_endian) {
-    if (byte_order != signal_byte_order::little_endian && !reversed_) {
+    : bit_offset_(bit_offset) {
+    const signal_layout whole = layout_of_signal(byte_order, bit_offset, bit_length, raw_bits);
+    reversed_ = whole.reversed;
+    switch (whole.refusal) {
+    case layout_refusal::byte_order:
         load_ = bit_load::refused_order;
         return;
-    }
-    if (bit_length == 0) {
-        return;
-    }
-    if (reversed_ && bit_offset == 0 && bit_length == raw_bits) {
-        // The order's inconsistency: such a signal runs forward from byte 0, as if its lowest bit were in its last
-        // byte.
-        bit_offset = bit_length - 8;
-    }
-    const std::uint32_t lowest_byte = bit_offset / 8;
-    // Each eight bits but the last take one step down; bits above the first byte count as zero within the last step.
-    if (reversed_ && (bit_length - 1) / 8 > lowest_byte) {
+    case layout_refusal::bit_offset:
         load_ = bit_load::refused_offset;
         return;
+    case layout_refusal::none:
+        break;
     }
-    const std::uint32_t length = std::min(bit_length, variable_bits);
-    const std::uint32_t shift = bit_offset % 8;
-    const std::uint32_t further_bytes = (shift + length - 1) / 8;
-    first_ = !reversed_ ? lowest_byte : lowest_byte - std::min(lowest_byte, further_bytes);
-    const std::uint32_t count = !reversed_ ? further_bytes + 1 : lowest_byte - first_ + 1;
-    count_ = static_cast<std::uint8_t>(count);
-    shift_ = static_cast<std::uint8_t>(shift);
-    length_ = static_cast<std::uint8_t>(length);
-    mask_ = ~std::uint64_t{0} >> (64 - length);
-    load_ = load_of(count);
+    if (whole.byte_count == 0) {
+        return;
+    }
+    const signal_layout layout = low_bits(whole, variable_bits);
+    first_ = static_cast<std::uint32_t>(layout.first_byte);
+    count_ = static_cast<std::uint8_t>(layout.byte_count);
+    shift_ = layout.shift;
+    length_ = static_cast<std::uint8_t>(layout.bit_length);
+    mask_ = ~std::uint64_t{0} >> (64 - length_);
+    load_ = load_of(layout.byte_count);
 }
 
 std::uint64_t bit_reader::read_nine(const std::uint8_t* source) const noexcept {
@@ -89,12 +83,11 @@ std::uint64_t bit_reader::read(const std::uint8_t* source) const {
     case bit_load::nothing:
         return 0;
     case bit_load::refused_order:
-        throw std::runtime_error("signal reading for the current byte order is not supported");
+        throw std::runtime_error(refusal_text(layout_refusal::byte_order, bit_offset_));
     case bit_load::refused_offset:
         break;
     }
-    throw std::runtime_error("invalid bit offset " + std::to_string(bit_offset_) +
-                             ", cannot read the complete signal data");
+    throw std::runtime_error(refusal_text(layout_refusal::bit_offset, bit_offset_));
 }
 
 } // namespace qor::introspection::xtypes

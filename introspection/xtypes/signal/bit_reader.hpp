@@ -1,13 +1,10 @@
 // The bits of a signal as a number, read in words.
 //
-// Where the bits lie is worked out once, at construction: the first byte, how many bytes, the shift inside the lowest
-// byte and the mask. A read is then one or two loads that together cover exactly the bytes that the bits touch; three
-// and five to seven bytes are two loads that overlap.
-//
-//      little endian, offset 12, length 12            inconsistent big endian, offset 12, length 12
-//      byte      0         1         2                byte      0         1
-//             ........  3210....  ba987654                   ba987654  3210....
-//      bytes 1 and 2, shift 4                         bytes 0 and 1, shift 4
+// Where the bits are (qorcpp/signal_layout.hpp) is computed once, at construction: the first byte, the number of bytes,
+// the shift inside the lowest byte and the mask. A read is then one or two loads that together cover exactly the bytes
+// that the bits touch; three bytes and five to seven bytes are two loads that overlap. Example: 12 bits at offset 19,
+// little endian, are in bytes 2 and 3 (bit_load::bytes_2), with shift 3 and mask 0xFFF: bytes 0xA8, 0x35 are loaded as
+// 0x35A8, which the shift makes 0x6B5.
 #ifndef INTROSPECTION_XTYPES_SIGNAL_BIT_READER_HPP
 #define INTROSPECTION_XTYPES_SIGNAL_BIT_READER_HPP
 
@@ -20,7 +17,7 @@
 
 namespace qor::introspection::xtypes {
 
-// How the bytes are fetched. The first six can be asked for as a template argument of bit_reader::fetch.
+// How the bytes are fetched. The first six can be a template argument of bit_reader::fetch.
 enum class bit_load : std::uint8_t {
     bytes_1,
     bytes_2,

@@ -2,24 +2,15 @@
 
 #include <stdexcept>
 
+#include "qorcpp/signal_layout.hpp"
+
 namespace qor::introspection::xtypes {
 
-void set_bit(std::uint64_t& word, std::uint32_t position) {
-    if (position >= 64) {
-        throw std::out_of_range("invalid bitset<N> position");
-    }
-    word |= std::uint64_t{1} << position;
-}
+namespace {
 
-void write_signal_bits(const signal_parameters& signal, std::uint8_t* destination, const std::uint8_t* source,
-                       std::size_t raw_size) {
-    if (signal.byte_order == signal_byte_order::big_endian) {
-        throw std::runtime_error("big endian signal encoding not supported");
-    }
-    if (signal.byte_order == signal_byte_order::inconsistent_big_endian) {
-        throw std::runtime_error("inconsistent big endian signal encoding not supported");
-    }
-    if (signal.byte_order != signal_byte_order::little_endian || signal.bit_length == 0) {
+void write_little_endian_bits(const signal_parameters& signal, std::uint8_t* destination, const std::uint8_t* source,
+                              std::size_t raw_size) {
+    if (signal.bit_length == 0) {
         return;
     }
     std::uint64_t word = destination[0];
@@ -34,21 +25,34 @@ void write_signal_bits(const signal_parameters& signal, std::uint8_t* destinatio
     }
 }
 
+} // namespace
+
+void set_bit(std::uint64_t& word, std::uint32_t position) {
+    if (position >= 64) {
+        throw std::out_of_range("invalid bitset<N> position");
+    }
+    word |= std::uint64_t{1} << position;
+}
+
+void write_signal_bits(const signal_parameters& signal, std::uint8_t* destination, const std::uint8_t* source,
+                       std::size_t raw_size) {
+    switch (signal.byte_order) {
+    case signal_byte_order::big_endian:
+        throw std::runtime_error("big endian signal encoding not supported");
+    case signal_byte_order::inconsistent_big_endian:
+        throw std::runtime_error("inconsistent big endian signal encoding not supported");
+    case signal_byte_order::little_endian:
+        write_little_endian_bits(signal, destination, source, raw_size);
+    }
+}
+
 void copy_signal_bits(const signal_parameters& signal, std::uint8_t* destination, const std::uint8_t* source) {
-    std::uint64_t byte = signal.bit_offset / 8;
-    std::uint32_t bit = signal.bit_offset % 8;
-    for (std::uint32_t i = 0; i < signal.bit_length; ++i) {
-        const auto mask = static_cast<std::uint8_t>(1u << bit);
-        destination[byte] = static_cast<std::uint8_t>((destination[byte] & ~mask) | (source[byte] & mask));
-        if (++bit < 8) {
-            continue;
-        }
-        bit = 0;
-        if (signal.byte_order == signal_byte_order::little_endian) {
-            ++byte;
-        } else if (byte-- == 0) {
-            return;
-        }
+    const bool reversed = signal.byte_order != signal_byte_order::little_endian;
+    const signal_layout layout = walked_layout(reversed, signal.bit_offset, signal.bit_length);
+    for (std::uint64_t i = 0; i < layout.byte_count; ++i) {
+        std::uint8_t& byte = destination[layout.first_byte + i];
+        const std::uint8_t mask = layout.mask(i);
+        byte = static_cast<std::uint8_t>((byte & ~mask) | (source[layout.first_byte + i] & mask));
     }
 }
 

@@ -17,13 +17,17 @@ constexpr std::int64_t extend_sign(std::uint64_t bits, std::uint64_t sign_bit) n
 // The number that `bits` stand for; `sign_bit` as above, the bits beyond it are 0.
 constexpr std::int64_t decode_sign(std::uint64_t bits, std::uint64_t sign_bit, signal_encoding encoding) noexcept {
     const bool negative = (bits & sign_bit) != 0;
-    if (encoding == signal_encoding::sign_magnitude) {
+    switch (encoding) {
+    case signal_encoding::sign_magnitude: {
         const std::uint64_t magnitude = bits & ~sign_bit;
         return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
     }
-    if (encoding == signal_encoding::ones_complement && negative) {
+    case signal_encoding::ones_complement:
         // Minus zero is all ones: adding 1 carries out of the signal, and what was carried is not part of it.
-        bits = (bits + 1) & (sign_bit | (sign_bit - 1));
+        return extend_sign(negative ? (bits + 1) & (sign_bit | (sign_bit - 1)) : bits, sign_bit);
+    case signal_encoding::unspecified:
+    case signal_encoding::twos_complement:
+        break;
     }
     return extend_sign(bits, sign_bit);
 }
@@ -37,11 +41,14 @@ constexpr Raw encode_sign(Raw value, std::uint32_t bit_length, signal_encoding e
     const auto r = static_cast<std::uint64_t>(+value);
     const auto top = static_cast<std::uint64_t>(+shift_left(Raw{1}, bit_length - 1));
     const auto sign = static_cast<std::uint64_t>(+shift_right(value, bit_length - 1));
-    if (encoding == signal_encoding::sign_magnitude) {
+    switch (encoding) {
+    case signal_encoding::sign_magnitude:
         return static_cast<Raw>(((r + sign) ^ sign) | top);
-    }
-    if (encoding == signal_encoding::ones_complement) {
+    case signal_encoding::ones_complement:
         return static_cast<Raw>(r ^ (static_cast<std::uint64_t>(shift_left(Raw{1}, bit_length)) - 1));
+    case signal_encoding::unspecified:
+    case signal_encoding::twos_complement:
+        break;
     }
     return static_cast<Raw>((((top & r) - r) & sign) | (~sign & r));
 }

@@ -135,8 +135,7 @@ const decode_row& signal_decoder::choose_row(std::size_t raw_size, bool raw_floa
     if (raw_floating) {
         return raw_size == sizeof(float) ? float_row : double_row;
     }
-    const bool other_encoding =
-        raw_signed_ && (encoding_ == signal_encoding::sign_magnitude || encoding_ == signal_encoding::ones_complement);
+    const bool other_encoding = raw_signed_ && !is_twos_complement(encoding_);
     const bool all_64_bits = !raw_signed_ && reader_.length() == 64;
     if (other_encoding || all_64_bits || reader_.load() > bit_load::bytes_8) {
         return any_integer_row;

@@ -1,8 +1,13 @@
 // Reading the physical value of a signal.
 //
 // All that can be decided when the type is built is decided then: how the bytes are loaded (bit_reader), whether and
-// how a sign is extended, and the conversion. Together they pick a row of functions, one for each kind that a value can
-// be read as, and decode is a look-up in that row and a call:
+// how a sign is extended, and the conversion. Together they choose a row of functions, one for each kind that a value
+// can be read as, and decode is a look-up in that row and a call. Example: 12 bits at offset 19, little endian, of an
+// int16 with factor 0.5, are in 2 bytes, have the sign bit 0x800 and a linear conversion: the row is that of
+// word_strategy<bytes_2, false, linear>, and its float64 function stores 0.5 times the number with its sign extended.
+// Bytes 0xA8, 0x7D are the number 0xFB5, which is -75 with the sign: -37.5.
+//
+// The strategies:
 //      word_strategy<Load, Reversed, Conversion>   integers of up to eight bytes, without sign or in two's complement
 //      any_integer_strategy                        the rest: nine bytes, the other encodings, 64 bits without sign
 //      floating_strategy<Raw>                      raw floats and doubles

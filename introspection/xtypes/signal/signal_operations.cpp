@@ -5,34 +5,17 @@
 #include <stdexcept>
 
 #include "introspection/xtypes/signal/conversion.hpp"
+#include "qorcpp/signal_layout.hpp"
 
 namespace qor::introspection::xtypes {
 
 namespace {
 
-std::string_view byte_order_name(signal_byte_order byte_order) noexcept {
-    switch (byte_order) {
-    case signal_byte_order::little_endian:
-        return "_le";
-    case signal_byte_order::big_endian:
-        return "_be";
-    case signal_byte_order::inconsistent_big_endian:
-        return "_ibe";
-    }
-    return "";
-}
-
-std::string_view encoding_name(signal_encoding encoding) noexcept {
-    switch (encoding) {
-    case signal_encoding::unspecified:
-    case signal_encoding::twos_complement:
-        return "_2c";
-    case signal_encoding::sign_magnitude:
-        return "_sm";
-    case signal_encoding::ones_complement:
-        return "_1c";
-    }
-    return "";
+// A number that is not in the list has no part in the name.
+template<typename Code>
+std::string_view name_part_of(Code code) noexcept {
+    const auto* const row = find_signal_code(code);
+    return row != nullptr ? row->name_part : std::string_view();
 }
 
 // As printf does with "%f", but with a point in every locale.
@@ -64,7 +47,7 @@ std::string signal_type_name(std::string_view converted_name, std::string_view r
                              const signal_parameters& signal) {
     std::string text = "signal_";
     text.append(converted_name).append("_").append(raw_name);
-    text.append(byte_order_name(signal.byte_order)).append(encoding_name(signal.encoding));
+    text.append(name_part_of(signal.byte_order)).append(name_part_of(signal.encoding));
     text.append("_").append(std::to_string(signal.bit_offset));
     text.append("_").append(std::to_string(signal.bit_length));
     const signal_coefficients& c = signal.coefficients;
@@ -89,12 +72,11 @@ signal_parameters checked_signal(signal_parameters signal) {
 }
 
 std::uint64_t signal_instance_size(const signal_parameters& signal) noexcept {
-    const std::uint64_t last_bit = std::uint64_t{signal.bit_length} - 1 + signal.bit_offset;
-    return (last_bit >> 3) - (signal.bit_offset >> 3) + 1;
+    return bytes_touched(signal.bit_offset, signal.bit_length);
 }
 
 bool is_plain_signal(type_kind kind, const signal_parameters& signal) {
-    if (signal.encoding != signal_encoding::unspecified && signal.encoding != signal_encoding::twos_complement) {
+    if (find_signal_code(signal.encoding) == nullptr || !is_twos_complement(signal.encoding)) {
         return false;
     }
     if (signal.conversion != signal_conversion::identity || signal.bit_offset != 0) {

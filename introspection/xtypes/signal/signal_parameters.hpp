@@ -6,25 +6,12 @@
 #include <string>
 
 #include "introspection/xtypes/type_kind.hpp"
+#include "qorcpp/signal_codes.hpp"
 
 namespace qor::introspection::xtypes {
 
-enum class signal_byte_order : std::uint8_t {
-    // Bits beyond the first byte continue in the byte behind it.
-    little_endian = 0,
-    // Can be described, named and compared, but not read.
-    big_endian = 1,
-    // Bits beyond the first byte continue in the byte before it; a full-width signal at bit 0 runs forward instead.
-    inconsistent_big_endian = 2,
-};
-
-enum class signal_encoding : std::uint32_t {
-    // As twos_complement.
-    unspecified = 0,
-    sign_magnitude = 1,
-    ones_complement = 2,
-    twos_complement = 3,
-};
+using qor::signal_byte_order;
+using qor::signal_encoding;
 
 enum class signal_conversion : std::uint8_t {
     identity = 0,

@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
+#include "qorcpp/node_layout.hpp"
 
 namespace qor::tavi::detail {
 
@@ -32,10 +33,16 @@ struct subscribed_node {
 filter_term completed(filter_term term, const qor_type_node_sequence_t& hierarchy) {
     for (uint64_t level = 0; level < hierarchy.count; ++level) {
         const qor_type_node_t& node = hierarchy.nodes[level];
-        if (node.kind == QOR_TYPE_NODE_VIEW && node.view.cycle != 0) {
-            term.cycle = node.view.cycle;
-        } else if (node.kind == QOR_TYPE_NODE_OBJECT) {
+        switch (kind_of(node)) {
+        case node_kind::view:
+            term.cycle = node.view.cycle != 0 ? node.view.cycle : term.cycle;
+            break;
+        case node_kind::object:
             term.address = node.object.address;
+            break;
+        case node_kind::group:
+        case node_kind::signal:
+            break;
         }
     }
     return term;

@@ -9,6 +9,7 @@
 #include "qor_tavi_extractor/src/url/driver.hpp"
 #include "qor_tavi_extractor/src/url/url.hpp"
 #include "qor_tavi_extractor/src/url/url_context.hpp"
+#include "qorcpp/node_layout.hpp"
 
 namespace qor::tavi::detail {
 
@@ -20,13 +21,6 @@ std::atomic<uint64_t> last_handle{1};
 uint64_t new_handle() noexcept {
     return last_handle.fetch_add(1) + 1;
 }
-
-// Element count and size of a level, whatever its kind.
-struct level_layout {
-    uint64_t offset;
-    uint64_t element_count;
-    uint64_t element_size;
-};
 
 } // namespace
 
@@ -61,29 +55,22 @@ extractor::place extractor::place_of(const url& url, const qor_type_node_sequenc
     place result;
     for (uint64_t level = 0; level < hierarchy.count; ++level) {
         const qor_type_node_t& node = hierarchy.nodes[level];
-        level_layout layout{};
-        switch (node.kind) {
-        case QOR_TYPE_NODE_OBJECT:
-            result.address = node.object.address;
-            result.position = 0; // objects carry absolute addresses, wherever they stand
-            layout = {node.object.address, node.object.element_count, node.object.element_size};
-            break;
-        case QOR_TYPE_NODE_GROUP:
-            layout = {node.group.offset, node.group.element_count, node.group.element_size};
-            break;
-        case QOR_TYPE_NODE_SIGNAL:
-            layout = {node.signal.offset, node.signal.element_count, node.signal.element_size};
-            break;
-        default:
+        const auto layout = layout_of_node(node);
+        if (!layout) {
             continue;
         }
+        if (kind_of(node) == node_kind::object) {
+            // Objects have absolute addresses, on every level.
+            result.address = layout->address;
+            result.position = layout->address;
+        }
         const url_token& token = url.token(level + 1);
-        result.position += layout.offset;
+        result.position += layout->offset;
         if (token.has_index()) {
-            result.position += token.index() * layout.element_size;
-            result.extent = layout.element_size;
+            result.position += token.index() * layout->element_size;
+            result.extent = layout->element_size;
         } else {
-            result.extent = layout.element_count * layout.element_size;
+            result.extent = uint64_t{layout->element_count} * layout->element_size;
         }
     }
     return result;

@@ -11,6 +11,8 @@
 #include "introspection/xtypes/primitive_type.hpp"
 #include "introspection/xtypes/signal/make_signal_type.hpp"
 #include "introspection/xtypes/string_type.hpp"
+#include "qorc/text.hpp"
+#include "qorcpp/node_layout.hpp"
 
 namespace qor::tavi::detail {
 
@@ -26,23 +28,18 @@ constexpr const wchar_t* validate_name = L"qor::tavi::detail::type_parser::valid
 constexpr unsigned deepest_nesting = 256;
 
 std::string name_of(const qor_type_node_t& node) {
-    return node.name != nullptr ? node.name : "";
+    return std::string(text_of(node.name));
 }
 
 bool is_structure(const qor_type_node_t& node) noexcept {
-    return node.kind == QOR_TYPE_NODE_OBJECT || node.kind == QOR_TYPE_NODE_GROUP;
-}
-
-std::uint32_t& element_count_of(qor_type_node_t& node) noexcept {
-    return node.kind == QOR_TYPE_NODE_OBJECT  ? node.object.element_count
-           : node.kind == QOR_TYPE_NODE_GROUP ? node.group.element_count
-                                              : node.signal.element_count;
+    return kind_of(node) == node_kind::object || kind_of(node) == node_kind::group;
 }
 
 // An array's node counts as one element while its structure is read.
 class single_element {
 public:
-    explicit single_element(qor_type_node_t& node) noexcept : count_(element_count_of(node)), remembered_(count_) {
+    // Requires: an object or a group.
+    explicit single_element(qor_type_node_t& node) noexcept : count_(*element_count_of(node)), remembered_(count_) {
         count_ = 1;
     }
     single_element(const single_element&) = delete;
@@ -115,16 +112,18 @@ private:
 };
 
 void structure_reader::read_head(frame& frame) {
-    const qor_type_node_t& head = frame.head;
-    if (is_structure(head)) {
-        const std::uint32_t count =
-            head.kind == QOR_TYPE_NODE_OBJECT ? head.object.element_count : head.group.element_count;
-        frame.self_member = count != 1 && !frame.indexed;
-        frame.expected_size = element_size_of(&head) * (frame.self_member ? count : 1);
+    const auto layout = layout_of_node(frame.head);
+    if (!layout) {
+        return;
+    }
+    const std::uint64_t size = layout->element_size;
+    if (is_structure(frame.head)) {
+        frame.self_member = layout->element_count != 1 && !frame.indexed;
+        frame.expected_size = size * (frame.self_member ? layout->element_count : 1);
         index_ += frame.self_member ? 0 : 1;
-    } else if (head.kind == QOR_TYPE_NODE_SIGNAL) {
+    } else {
         frame.self_member = true;
-        frame.expected_size = element_size_of(&head) * (frame.indexed ? 1 : std::uint64_t{head.signal.element_count});
+        frame.expected_size = size * (frame.indexed ? 1 : layout->element_count);
     }
 }
 
@@ -149,10 +148,16 @@ struct_type structure_reader::read(bool indexed, const struct_type* parent, unsi
             frame.type.set_memory_size(frame.expected_size);
             break;
         }
-        if (is_structure(node)) {
+        switch (kind_of(node)) {
+        case node_kind::object:
+        case node_kind::group:
             read_member_structure(frame, node, depth);
-        } else if (node.kind == QOR_TYPE_NODE_SIGNAL) {
+            break;
+        case node_kind::signal:
             read_member_signal(frame, node);
+            break;
+        case node_kind::view:
+            break;
         }
         ++index_;
     }
@@ -169,7 +174,7 @@ struct_type structure_reader::read(bool indexed, const struct_type* parent, unsi
 void structure_reader::read_member_structure(frame& frame, qor_type_node_t& node, unsigned depth) {
     const single_element element(node);
     const struct_type structure = read(false, &frame.type, depth + 1);
-    const std::uint64_t offset = node.kind == QOR_TYPE_NODE_GROUP && !frame.self_member ? node.group.offset : 0;
+    const std::uint64_t offset = frame.self_member ? 0 : layout_of_node(node)->offset;
     if (element.remembered() < 2) {
         add_member(frame, node, structure, offset);
     } else {
@@ -222,9 +227,10 @@ std::shared_ptr<dynamic_type> structure_reader::make_signal(const qor_type_node_
     const qor_signal_node_t& signal = node.signal;
     const type_kind converted{signal.converted_kind};
     const type_kind raw{signal.raw_kind != 0 ? signal.raw_kind : signal.converted_kind};
-    const bool known_order =
-        signal.byte_order == QOR_BYTE_ORDER_BIG_ENDIAN || signal.byte_order == QOR_BYTE_ORDER_INCONSISTENT_BIG_ENDIAN;
-    const signal_byte_order byte_order{known_order ? signal.byte_order : std::uint8_t{0}};
+    signal_byte_order byte_order{signal.byte_order};
+    if (find_signal_code(byte_order) == nullptr) {
+        byte_order = signal_byte_order::little_endian;
+    }
     const std::string suffix = signal.signal_suffix_length != 0 && signal.signal_suffix != nullptr
                                    ? std::string(signal.signal_suffix, signal.signal_suffix_length)
                                    : std::string();
@@ -245,18 +251,13 @@ std::uint64_t element_size_of(const qor_type_node_t* node) {
     if (node == nullptr) {
         throw std::invalid_argument("invalid node object state");
     }
-    switch (node->kind) {
-    case QOR_TYPE_NODE_VIEW:
-        throw std::invalid_argument("size value is not supported for view type nodes");
-    case QOR_TYPE_NODE_OBJECT:
-        return node->object.element_size;
-    case QOR_TYPE_NODE_GROUP:
-        return node->group.element_size;
-    case QOR_TYPE_NODE_SIGNAL:
-        return node->signal.element_size;
-    default:
-        throw std::runtime_error("unexpected node type " + std::to_string(node->kind));
+    if (const auto layout = layout_of_node(*node)) {
+        return layout->element_size;
     }
+    if (kind_of(*node) == node_kind::view) {
+        throw std::invalid_argument("size value is not supported for view type nodes");
+    }
+    throw std::runtime_error("unexpected node type " + std::to_string(node->kind));
 }
 
 struct_type type_parser::parse(const logger_pointer& logger, const qor_type_node_sequence_t& nodes,
@@ -278,15 +279,18 @@ struct_type type_parser::parse_schema(const logger_pointer& logger, const url& u
     std::uint64_t address = 0;
     for (std::uint64_t level = 0; hierarchy.nodes != nullptr && level < hierarchy.count; ++level) {
         const qor_type_node_t& node = hierarchy.nodes[level];
-        if (node.kind == QOR_TYPE_NODE_VIEW) {
+        switch (kind_of(node)) {
+        case node_kind::view:
             view = name_of(node);
             cycle = node.view.cycle;
-        } else if (node.kind == QOR_TYPE_NODE_OBJECT) {
+            break;
+        case node_kind::object:
             address = node.object.address;
-        } else if (node.kind == QOR_TYPE_NODE_GROUP) {
-            address += node.group.offset;
-        } else if (node.kind == QOR_TYPE_NODE_SIGNAL) {
-            address += node.signal.offset;
+            break;
+        case node_kind::group:
+        case node_kind::signal:
+            address += layout_of_node(node)->offset;
+            break;
         }
     }
     annotation_type measurement("measurement");

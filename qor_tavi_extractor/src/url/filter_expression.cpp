@@ -1,28 +1,16 @@
 #include "qor_tavi_extractor/src/url/filter_expression.hpp"
 
-#include <optional>
 #include <stdexcept>
+
+#include "qorc/text.hpp"
+#include "qorcpp/node_layout.hpp"
 
 namespace qor::tavi::detail {
 
 namespace {
 
-// Nothing for kinds that cannot be arrays.
-std::optional<std::uint32_t> element_count_of(const qor_type_node_t& node) noexcept {
-    switch (node.kind) {
-    case QOR_TYPE_NODE_OBJECT:
-        return node.object.element_count;
-    case QOR_TYPE_NODE_GROUP:
-        return node.group.element_count;
-    case QOR_TYPE_NODE_SIGNAL:
-        return node.signal.element_count;
-    default:
-        return std::nullopt;
-    }
-}
-
 std::string name_of(const qor_type_node_t& node) {
-    return node.name != nullptr ? node.name : "";
+    return std::string(text_of(node.name));
 }
 
 } // namespace
@@ -30,21 +18,21 @@ std::string name_of(const qor_type_node_t& node) {
 filter_expression::~filter_expression() = default;
 
 void filter_expression::validate(const qor_type_node_t& node, std::uint64_t index) const {
-    if (node.kind == QOR_TYPE_NODE_VIEW) {
+    if (kind_of(node) == node_kind::view) {
         throw std::runtime_error("invalid filter expression, a view type '" + name_of(node) +
                                  "' cannot be used as array type");
     }
-    const auto count = element_count_of(node);
-    if (!count) {
+    const auto layout = layout_of_node(node);
+    if (!layout) {
         return;
     }
-    if (*count < 2) {
+    if (layout->element_count < 2) {
         throw std::runtime_error("invalid filter expression, the type '" + name_of(node) +
                                  "' cannot be used as array type");
     }
-    if (*count < index) {
+    if (layout->element_count < index) {
         throw std::runtime_error("index was outside the bounds of the '" + name_of(node) +
-                                 "' array, subscript must be smaller than " + std::to_string(*count));
+                                 "' array, subscript must be smaller than " + std::to_string(layout->element_count));
     }
 }
 
@@ -58,8 +46,8 @@ std::uint64_t filter_expression_function::evaluate(const qor_type_node_t& node) 
     std::uint64_t index = 0;
     if (name_ == "last") {
         // In 32 bits: a count of 0 wraps, and validate then refuses the node.
-        const auto count = element_count_of(node);
-        index = count ? static_cast<std::uint32_t>(*count - 1) : 0;
+        const auto layout = layout_of_node(node);
+        index = layout ? layout->element_count - 1 : 0;
     } else if (name_ != "first") {
         throw std::runtime_error("invalid filter expression, function '" + name_ + "' is not supported");
     }

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "qor_tavi_extractor/src/url/syntax_error.hpp"
+#include "qorc/text.hpp"
 
 namespace qor::tavi::detail {
 
@@ -14,24 +15,12 @@ namespace {
 
 constexpr std::size_t first_block = 16384;
 
-bool is_letter(char byte) noexcept {
-    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || byte == '_';
-}
-
-bool is_digit(char byte) noexcept {
-    return byte >= '0' && byte <= '9';
-}
-
 bool is_blank(char byte) noexcept {
     return byte == '\t' || byte == '\r' || byte == ' ';
 }
 
 bool is_white(char byte) noexcept {
     return is_blank(byte) || byte == '\n' || byte == '\v' || byte == '\f';
-}
-
-bool is_name_byte(char byte) noexcept {
-    return is_letter(byte) || is_digit(byte) || byte == '-';
 }
 
 template<typename Class>
@@ -185,10 +174,10 @@ void url_scanner::fail_on_byte() {
 token_code url_scanner::scan_outside() {
     const auto text = rest();
     const char first = text.front();
-    if (is_letter(first)) {
-        const std::size_t name = run_length(text, 0, is_name_byte);
+    if (begins_name(first)) {
+        const std::size_t name = run_length(text, 0, continues_name);
         if (name < text.size() && is_white(text[name])) {
-            const auto spaced = [](char byte) { return is_white(byte) || is_name_byte(byte); };
+            const auto spaced = [](char byte) { return is_white(byte) || continues_name(byte); };
             return take_text(run_length(text, 0, spaced), token_code::name_with_space);
         }
         return take_text(name, token_code::name);
@@ -223,8 +212,8 @@ token_code url_scanner::scan_outside() {
 token_code url_scanner::scan_inside() {
     const auto text = rest();
     const char first = text.front();
-    if (is_letter(first)) {
-        const auto in_identifier = [](char byte) { return is_letter(byte) || is_digit(byte); };
+    if (begins_name(first)) {
+        const auto in_identifier = [](char byte) { return begins_name(byte) || is_digit(byte); };
         return take_text(run_length(text, 0, in_identifier), token_code::identifier);
     }
     if (is_digit(first)) {

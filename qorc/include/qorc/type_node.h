@@ -97,10 +97,10 @@ typedef struct qor_signal_node_t {
     /*
      * When the signal is in its object: conditions joined by '&', all of which must hold; null means always.
      * A condition reads the bits of a selector in the same object:
-     *     <byte offset>:<bit offset>:<bit length>:<byte order>:<signed 0|1>:<selector name>=<ranges>
-     * with the byte offset counted from the object's start, the rest as in the selector's own node, and ranges
-     * "first-last" or single values in decimal, joined by ','. Example: "0:0:4:0:0:S0=2,5-7&0:4:4:0:0:S1=0".
-     * A negative value is written with its sign: "-3--1" is -3 to -1.
+     *     <byte offset>:<bit offset>:<bit length>[/<raw bits>]:<byte order>:<signed 0|1>:<selector name>=<ranges>
+     * with the byte offset counted from the object's start, <raw bits> the width of the selector's raw kind (by default
+     * of the narrowest integer), the rest as in its node, and ranges "first-last" or single values in decimal, joined
+     * by ','. Example: "0:0:4:0:0:S0=2,5-7&0:4:4:0:0:S1=0". A negative value has its sign: "-3--1" is -3 to -1.
      */
     const char* presence;
     /* Conversion: (n2 x^2 + n1 x + n0) / (d2 x^2 + d1 x + d0), x the stored value. */

@@ -16,21 +16,21 @@
 
 namespace qor {
 
-// Where the bits of a selector lie in its object, and how they form a number: as a signal type of the same parameters
+// Where the bits of a selector are in its object, and how they form a number: as a signal type of the same parameters
 // reads them.
 class QORCPP_API presence_selector {
 public:
-    // byte_offset  from the object's start to the selector's first byte
-    // bit_offset   from there. Byte order 0: of the lowest bit, the higher ones follow at higher addresses. Byte order
-    // 2:
-    //              of the lowest bit too, which lies in the last byte; the higher ones follow at lower addresses.
+    // byte_offset  from the object's start to the start of the selector's instance
+    // bit_offset   of the lowest bit, from there (qorcpp/signal_layout.hpp)
     // bit_length   1 to 64
+    // raw_bits     width of the type that stores the bits: 8, 16, 32 or 64
     // byte_order   0 or 2
     // is_signed    two's complement
     //
-    // Throws: std::invalid_argument for another bit length or byte order, and for bits that lie before the first byte.
+    // Throws: std::invalid_argument for another bit length, width or byte order, and for bits that a signal type
+    // refuses to read, since they begin before the instance.
     presence_selector(std::uint32_t byte_offset, std::uint32_t bit_offset, std::uint32_t bit_length,
-                      std::uint8_t byte_order, bool is_signed);
+                      std::uint32_t raw_bits, std::uint8_t byte_order, bool is_signed);
 
     bool operator==(const presence_selector&) const = default;
 

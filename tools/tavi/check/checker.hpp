@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/tavi/check/loaded_plugin.hpp"
+#include "qorcpp/plugin_handle.hpp"
 
 namespace tavi::tool {
 
@@ -41,10 +41,10 @@ public:
 
     // The table when the plug-in offers it and each of `slots(table)` is set; else null.
     template<typename Table, typename Slots>
-    const Table* find_table(const loaded_plugin& plugin, bool mandatory, Slots slots) {
+    const Table* find_table(const qor::plugin_handle& plugin, bool mandatory, Slots slots) {
         const std::string name = "table " + qor::service_name<Table>();
         const Table* table = nullptr;
-        const bool asked = attempted(name, [&] { table = plugin.table<Table>(); });
+        const bool asked = attempted(name, [&] { table = plugin.find_table<Table>(); });
         if (asked && table == nullptr) {
             mandatory ? add(false, name + " is missing") : tell_({verdict::kind::note, name + " is not offered"});
         }

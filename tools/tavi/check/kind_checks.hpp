@@ -6,10 +6,10 @@
 
 namespace tavi::tool {
 
-void check_matcher(const loaded_plugin& plugin, checker& check);
-void check_parser(const loaded_plugin& plugin, checker& check);
-void check_processor(const loaded_plugin& plugin, checker& check);
-void check_storage(const loaded_plugin& plugin, checker& check);
+void check_matcher(const qor::plugin_handle& plugin, checker& check);
+void check_parser(const qor::plugin_handle& plugin, checker& check);
+void check_processor(const qor::plugin_handle& plugin, checker& check);
+void check_storage(const qor::plugin_handle& plugin, checker& check);
 
 } // namespace tavi::tool
 

@@ -7,7 +7,7 @@
 
 namespace tavi::tool {
 
-void check_matcher(const loaded_plugin& plugin, checker& check) {
+void check_matcher(const qor::plugin_handle& plugin, checker& check) {
     const auto* const support =
         check.find_table<qor_data_matcher_support_t>(plugin, true, [](const auto& table) -> slot_list {
             return {{"register_type", table.register_type != nullptr},
@@ -39,7 +39,7 @@ void check_matcher(const loaded_plugin& plugin, checker& check) {
         uint64_t size = 0;
         uint64_t expected = 0;
         qor_error_details_t* details = nullptr;
-        support->match(plugin.handle(), unknown_handle, package, true, &matched, &offset, &size, &expected, &details);
+        support->match(plugin.instance(), unknown_handle, package, true, &matched, &offset, &size, &expected, &details);
         qor::rethrow_details(details);
         if (matched) {
             throw std::runtime_error("it matched");
@@ -50,7 +50,7 @@ void check_matcher(const loaded_plugin& plugin, checker& check) {
             qor_match_outcome_t outcome{};
             size_t count = 0;
             qor_error_details_t* details = nullptr;
-            batch->match_batch(plugin.handle(), package, &unknown_handle, 1, true, &outcome, &count, &details);
+            batch->match_batch(plugin.instance(), package, &unknown_handle, 1, true, &outcome, &count, &details);
             qor::rethrow_details(details);
             if (count != 0) {
                 throw std::runtime_error("it gave " + std::to_string(count) + " outcomes");

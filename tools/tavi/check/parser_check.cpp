@@ -35,7 +35,7 @@ qor_signal_storage_context_t swallowing_context() {
 
 } // namespace
 
-void check_parser(const loaded_plugin& plugin, checker& check) {
+void check_parser(const qor::plugin_handle& plugin, checker& check) {
     const auto* const support =
         check.find_table<qor_data_description_parser_support_t>(plugin, true, [](const auto& table) -> slot_list {
             return {{"parse_buffer", table.parse_buffer != nullptr}};
@@ -50,11 +50,11 @@ void check_parser(const loaded_plugin& plugin, checker& check) {
         return;
     }
     check.attempt("names its formats", [&] { formats_of(plugin, "data-description-parser"); });
-    check.attempt("a context type is given", [&] { formats->get_context_type(plugin.handle()); });
+    check.attempt("a context type is given", [&] { formats->get_context_type(plugin.instance()); });
     check.attempt("an empty description is answered, if only by a refusal", [&] {
         qor_signal_storage_context_t context = swallowing_context();
         qor_error_details_t* details = nullptr;
-        support->parse_buffer(plugin.handle(), &context, 0, "", 0, "check", nullptr, nullptr, &details);
+        support->parse_buffer(plugin.instance(), &context, 0, "", 0, "check", nullptr, nullptr, &details);
         qor_error_details_destroy(details);
     });
 }

@@ -10,7 +10,7 @@ namespace tavi::tool {
 
 namespace {
 
-void check_kind(const loaded_plugin& plugin, const std::string& type, checker& check) {
+void check_kind(const qor::plugin_handle& plugin, const std::string& type, checker& check) {
     if (type == "signal-storage") {
         check_storage(plugin, check);
         return;
@@ -35,7 +35,7 @@ plugin_summary summarise_plugin(const std::string& path) {
     // The storage's formats are all the same, and the libraries that are no plug-ins have none.
     if (is_plugin_type(summary.type) && summary.type != "signal-storage") {
         try {
-            summary.formats = formats_of(loaded_plugin(path, summary.type), summary.type);
+            summary.formats = formats_of(qor::plugin_handle(path, summary.type), summary.type);
         } catch (const std::exception& error) {
             summary.failure = error.what();
         }
@@ -55,14 +55,14 @@ void check_plugin(const std::string& path, const verdict_sink& tell) {
     if (!check.sound()) {
         return;
     }
-    std::optional<loaded_plugin> plugin;
+    std::optional<qor::plugin_handle> plugin;
     check.attempt("loads, has its entry symbols, makes an instance and gives a locator",
                   [&] { plugin.emplace(path, type); });
     if (!plugin) {
         return;
     }
     check.attempt("makes a second instance, as for two extractors in one process",
-                  [&] { const loaded_plugin second(path, type); });
+                  [&] { const qor::plugin_handle second(path, type); });
     if (check.sound()) {
         check_kind(*plugin, type, check);
     }

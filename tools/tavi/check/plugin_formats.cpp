@@ -31,33 +31,34 @@ std::vector<std::string> list_formats(std::size_t count, Get get) {
     return formats;
 }
 
-std::vector<std::string> matcher_formats(const loaded_plugin& plugin) {
-    const auto& table = *plugin.table<qor_data_matcher_format_support_t>();
-    return list_formats(table.get_supported_format_count(plugin.handle()), [&](std::size_t index, auto** details) {
+std::vector<std::string> matcher_formats(const qor::plugin_handle& plugin) {
+    const auto& table = plugin.table<qor_data_matcher_format_support_t>();
+    return list_formats(table.get_supported_format_count(plugin.instance()), [&](std::size_t index, auto** details) {
         const char* format = nullptr;
-        table.get_supported_format(plugin.handle(), index, &format, details);
+        table.get_supported_format(plugin.instance(), index, &format, details);
         return format;
     });
 }
 
-std::vector<std::string> parser_formats(const loaded_plugin& plugin) {
-    const auto& table = *plugin.table<qor_data_description_parser_format_support_t>();
-    return list_formats(table.get_supported_file_format_count(plugin.handle()), [&](std::size_t index, auto** details) {
-        qor_data_description_file_format_t format{};
-        table.get_supported_file_format(plugin.handle(), index, &format, details);
-        return format.description_type;
-    });
+std::vector<std::string> parser_formats(const qor::plugin_handle& plugin) {
+    const auto& table = plugin.table<qor_data_description_parser_format_support_t>();
+    return list_formats(table.get_supported_file_format_count(plugin.instance()),
+                        [&](std::size_t index, auto** details) {
+                            qor_data_description_file_format_t format{};
+                            table.get_supported_file_format(plugin.instance(), index, &format, details);
+                            return format.description_type;
+                        });
 }
 
-std::vector<std::string> processor_formats(const loaded_plugin& plugin) {
-    const auto& table = *plugin.table<qor_data_processor_format_support_t>();
+std::vector<std::string> processor_formats(const qor::plugin_handle& plugin) {
+    const auto& table = plugin.table<qor_data_processor_format_support_t>();
     std::size_t count = 0;
     qor_error_details_t* failure = nullptr;
-    table.get_supported_format_count(plugin.handle(), &count, &failure);
+    table.get_supported_format_count(plugin.instance(), &count, &failure);
     qor::rethrow_details(failure);
     return list_formats(count, [&](std::size_t index, auto** details) {
         qor_data_processor_format_t format{};
-        table.get_supported_format(plugin.handle(), index, &format, details);
+        table.get_supported_format(plugin.instance(), index, &format, details);
         return format.format;
     });
 }
@@ -79,7 +80,7 @@ bool is_plugin_type(const std::string& type) {
            type == "signal-storage";
 }
 
-std::vector<std::string> formats_of(const loaded_plugin& plugin, const std::string& type) {
+std::vector<std::string> formats_of(const qor::plugin_handle& plugin, const std::string& type) {
     return type == "data-matcher"              ? matcher_formats(plugin)
            : type == "data-description-parser" ? parser_formats(plugin)
            : type == "data-processor"          ? processor_formats(plugin)

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/tavi/check/loaded_plugin.hpp"
+#include "qorcpp/plugin_handle.hpp"
 
 namespace tavi::tool {
 
@@ -18,7 +18,7 @@ bool is_plugin_type(const std::string& type);
 
 // What the plug-in names, none for a signal storage. Requires: the tables for it are there and complete.
 // Throws: what the plug-in reports, std::runtime_error for names and counts that no host could use.
-std::vector<std::string> formats_of(const loaded_plugin& plugin, const std::string& type);
+std::vector<std::string> formats_of(const qor::plugin_handle& plugin, const std::string& type);
 
 } // namespace tavi::tool
 

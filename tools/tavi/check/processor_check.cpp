@@ -7,7 +7,7 @@
 
 namespace tavi::tool {
 
-void check_processor(const loaded_plugin& plugin, checker& check) {
+void check_processor(const qor::plugin_handle& plugin, checker& check) {
     const auto* const support =
         check.find_table<qor_data_processor_support_t>(plugin, true, [](const auto& table) -> slot_list {
             return {{"register_type", table.register_type != nullptr},
@@ -43,7 +43,7 @@ void check_processor(const loaded_plugin& plugin, checker& check) {
         qor_dynamic_data_t** records = nullptr;
         uint64_t count = 0;
         qor_error_details_t* details = nullptr;
-        support->process(plugin.handle(), unknown_handle, package, &records, &count, allocator, &details);
+        support->process(plugin.instance(), unknown_handle, package, &records, &count, allocator, &details);
         allocator->free(records, allocator->context);
         qor::rethrow_details(details);
         if (count != 0) {

@@ -5,7 +5,7 @@
 
 namespace tavi::tool {
 
-void check_storage(const loaded_plugin& plugin, checker& check) {
+void check_storage(const qor::plugin_handle& plugin, checker& check) {
     check.find_table<qor_signal_storage_t>(plugin, true, [](const auto& table) -> slot_list {
         return {{"create_context", table.create_context != nullptr}, {"checkpoint", table.checkpoint != nullptr}};
     });

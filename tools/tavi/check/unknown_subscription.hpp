@@ -21,10 +21,10 @@ inline const qor_package_t& empty_package(host::package_builder& builder, const 
 }
 
 template<typename Support>
-void check_withdrawal(const loaded_plugin& plugin, const Support& support, checker& check) {
+void check_withdrawal(const qor::plugin_handle& plugin, const Support& support, checker& check) {
     check.attempt("an unknown subscription is withdrawn without a failure", [&] {
         qor_error_details_t* details = nullptr;
-        support.unregister_type(plugin.handle(), unknown_handle, &details);
+        support.unregister_type(plugin.instance(), unknown_handle, &details);
         qor::rethrow_details(details);
     });
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "qor_tavi_extractor/qor_tavi_extractor.h"
+#include "qorc/text.hpp"
 #include "qorcpp/platform/module.hpp"
 #include "tools/tavi/check/check_process.hpp"
 #include "tools/tavi/check/plugin_check.hpp"
@@ -17,12 +18,8 @@ namespace tavi::tool {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + printable(word);
-    }
-    return text;
+std::string printable_list(const std::vector<std::string>& words) {
+    return qor::joined(words, ", ", printable);
 }
 
 std::string padded(std::string text, std::size_t width) {
@@ -53,7 +50,7 @@ exit_code list_plugins() {
         }
         std::string line = padded(printable(file.filename().string()), 28) + padded(summary.type, 25) +
                            padded(printable(summary.version), 24);
-        line += joined(summary.formats);
+        line += printable_list(summary.formats);
         if (!summary.failure.empty()) {
             line += "cannot be used: " + printable(summary.failure);
             code = exit_code::plugin_failed;

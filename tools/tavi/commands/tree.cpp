@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "qorcpp/node_layout.hpp"
 #include "tavi/nodes.hpp"
 #include "tavi/value_text.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
@@ -100,14 +101,19 @@ std::string signal_text(const qor_signal_node_t& signal) {
 void print_node(block_output& output, catalogue& known, const qor_type_node_t& node, int depth, bool of_frames) {
     std::string line(static_cast<std::size_t>(depth) * indent_width, ' ');
     line += node.kind == QOR_TYPE_NODE_OBJECT ? known.names().name_of(node) : host::text_of(node.name);
-    if (node.kind == QOR_TYPE_NODE_VIEW && node.view.cycle != 0) {
-        line += "  (cycle " + std::to_string(node.view.cycle) + ')';
-    } else if (node.kind == QOR_TYPE_NODE_OBJECT) {
+    switch (qor::kind_of(node)) {
+    case qor::node_kind::view:
+        line += node.view.cycle != 0 ? "  (cycle " + std::to_string(node.view.cycle) + ')' : "";
+        break;
+    case qor::node_kind::object:
         line += object_text(node.object, of_frames && node.object.address <= UINT32_MAX);
-    } else if (node.kind == QOR_TYPE_NODE_GROUP && node.group.element_count > 1) {
-        line += '[' + std::to_string(node.group.element_count) + ']';
-    } else if (node.kind == QOR_TYPE_NODE_SIGNAL) {
+        break;
+    case qor::node_kind::group:
+        line += node.group.element_count > 1 ? '[' + std::to_string(node.group.element_count) + ']' : "";
+        break;
+    case qor::node_kind::signal:
         line += signal_text(node.signal);
+        break;
     }
     if (const auto comment = host::text_of(node.comment); !comment.empty()) {
         line += "  -- " + std::string(comment);

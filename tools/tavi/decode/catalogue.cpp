@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "qorc/extensibility/signal_storage.h"
+#include "qorc/text.hpp"
 #include "qorcpp/platform/stream.hpp"
 #include "tavi/stored_descriptions.hpp"
 #include "tools/tavi/decode/message_names.hpp"
@@ -23,7 +24,6 @@ constexpr std::size_t largest_description = std::size_t{256} << 20;
 constexpr std::size_t longest_name = 254;
 constexpr std::size_t longest_type = 15;
 // What the library says of a type word that no plug-in reads.
-constexpr std::string_view no_parser = "failed to find a data description parser";
 
 std::string read_file(const std::string& path) {
     try {
@@ -46,22 +46,35 @@ std::string read_file(const std::string& path) {
     }
 }
 
-// The type word of a description: its file name extension.
-std::string type_of(const std::string& path) {
-    std::string type = std::filesystem::path(path).extension().string();
-    if (type.size() < 2) {
+// The file name extension in lower case; that of a DBC for a name without one.
+std::string extension_of(const std::string& path) {
+    std::string extension = std::filesystem::path(path).extension().string();
+    if (extension.size() < 2) {
         return "dbc";
     }
-    type.erase(0, 1);
-    std::transform(type.begin(), type.end(), type.begin(),
+    extension.erase(0, 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
-    if (type == "json") {
-        return "sdl";
+    return extension;
+}
+
+// "descriptions end in .dbc, .sdl or .json": what the parsers read.
+std::string usual_extensions(const std::vector<host::description_format>& formats) {
+    std::vector<std::string> extensions;
+    for (const host::description_format& format : formats) {
+        for (const std::string& extension : format.extensions) {
+            if (std::find(extensions.begin(), extensions.end(), '.' + extension) == extensions.end()) {
+                extensions.push_back('.' + extension);
+            }
+        }
     }
-    if (type.size() > longest_type) {
-        throw command_error(printable(path) + ": error: descriptions end in .dbc, .sdl or .json");
+    if (extensions.empty()) {
+        return "there is no parser of descriptions";
     }
-    return type;
+    const std::string last = extensions.back();
+    extensions.pop_back();
+    const std::string others = qor::joined(extensions, ", ");
+    return "descriptions end in " + (others.empty() ? last : others + " or " + last);
 }
 
 // What helps when a catalogue that is only read cannot be opened; empty when its file is there.
@@ -148,6 +161,9 @@ void catalogue::load() {
     if (arguments_.empty()) {
         list_stored();
     }
+    if (file_count_ != 0) {
+        formats_ = host::description_formats();
+    }
     for (std::size_t description = 0; description < arguments_.size(); ++description) {
         description < file_count_ ? load_one(description) : load_stored(description);
     }
@@ -205,7 +221,12 @@ void catalogue::load_stored(std::size_t description) {
 void catalogue::load_one(std::size_t description) {
     const std::string& path = arguments_[description].path;
     const std::string content = contents_.empty() ? read_file(path) : contents_[description];
-    const std::string type = type_of(path);
+    const std::string extension = extension_of(path);
+    const host::description_format* const format = host::find_format(formats_, extension);
+    if (format == nullptr && extension.size() > longest_type) {
+        throw command_error(printable(path) + ": error: " + usual_extensions(formats_));
+    }
+    const std::string type = format != nullptr ? format->type : extension;
     const std::string name = std::filesystem::path(path).filename().string().substr(0, longest_name);
     const std::uint64_t before = warnings();
     log_.begin(name, path, content);
@@ -215,10 +236,8 @@ void catalogue::load_one(std::size_t description) {
                                        "description " + std::to_string(description + 1), {{name, type, content}});
         signatures_.push_back(signatures.empty() ? std::string() : signatures.front());
     } catch (const host::error& error) {
-        const bool usual = type == "dbc" || type == "sdl";
-        const bool has_parser = std::string_view(error.what()).find(no_parser) == std::string_view::npos;
         throw command_error(log_.refusal(error.what()), exit_code::failed,
-                            usual || has_parser ? "" : "descriptions end in .dbc, .sdl or .json");
+                            format != nullptr ? "" : usual_extensions(formats_));
     }
     log_.end();
     if (warnings() != before) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tavi/candump_reader.hpp"
+#include "tavi/description_formats.hpp"
 #include "tavi/extractor.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/report/description_log.hpp"
@@ -115,6 +116,8 @@ private:
     std::vector<description_argument> arguments_;
     std::vector<std::string> signatures_;
     std::shared_ptr<const message_names> names_;
+    // What the parsers read; empty as long as no file was to be read.
+    std::vector<host::description_format> formats_;
     description_log log_;
     host::extractor extractor_;
 };

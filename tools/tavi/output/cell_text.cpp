@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "qorc/text.hpp"
 #include "tools/tavi/report/printable.hpp"
 #include "tools/tavi/report/text_character.hpp"
 
@@ -23,8 +24,7 @@ std::uint32_t ascii_of(std::uint32_t code) {
 bool can_be_computed(std::uint32_t code) {
     const bool is_foreign_letter = code >= 0xC0 && (code < 0x2000 || code >= 0x2C00);
     const auto byte = static_cast<char>(code < 0x80 ? code : 0);
-    return is_foreign_letter || (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
-           (byte >= 'a' && byte <= 'z') ||
+    return is_foreign_letter || qor::is_digit(byte) || qor::is_letter(byte) ||
            (byte != 0 && std::string_view("([{\"'$=@").find(byte) != std::string_view::npos);
 }
 

@@ -6,12 +6,12 @@
 namespace tavi::tool {
 
 row_style row_style_of(const decode_options& options, const block_output& output) {
-    return {options.format, {!options.no_formula_guard, output.is_terminal()}};
+    return {row_formats[options.format].format, {!options.no_formula_guard, output.is_terminal()}};
 }
 
 void row_writer::write_header() {
-    if (style_.format == output_format::csv) {
-        output_.write("timestamp,signal,value,unit\n");
+    if (!style_.format->header.empty()) {
+        output_.write(style_.format->header);
     }
 }
 
@@ -28,24 +28,19 @@ void row_texts::add(std::string_view before, std::string_view behind) {
 }
 
 void row_writer::add_row(row_texts& texts, std::string_view signal, std::string_view unit) const {
-    if (style_.format == output_format::csv) {
-        texts.add(',' + csv_field(signal, style_.cells) + ',', ',' + csv_field(unit, style_.cells) + '\n');
-    } else {
-        texts.add(",\"signal\":" + json_text(signal) + ",\"value\":", ",\"unit\":" + json_text(unit) + "}\n");
-    }
+    texts.add(style_.format->before_value(signal, style_.cells), style_.format->after_value(unit, style_.cells));
 }
 
 void row_writer::set_time(std::string_view time) {
-    if (style_.format == output_format::csv) {
-        time_.assign(time);
+    if (time.empty()) {
+        time_.assign(style_.format->no_time);
     } else {
-        time_.assign("{\"timestamp\":", time.empty() ? std::string_view("null") : time);
+        time_.assign(style_.format->before_time, time);
     }
 }
 
-// JSON has no numbers that are none: they are texts there.
 char* row_writer::write_floating(char* at, const host::record_plan& plan, const host::reading& value) const {
-    if (style_.format == output_format::csv || std::isfinite(value.floating_value)) {
+    if (!style_.format->quotes_non_finite || std::isfinite(value.floating_value)) {
         return plan.write_text(value, at);
     }
     *at++ = '"';

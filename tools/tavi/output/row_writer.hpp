@@ -1,4 +1,4 @@
-// Values as rows of CSV or JSON lines.
+// Values as rows of a form of output.
 #ifndef TOOLS_TAVI_OUTPUT_ROW_WRITER_HPP
 #define TOOLS_TAVI_OUTPUT_ROW_WRITER_HPP
 
@@ -10,7 +10,7 @@
 #include "tavi/record_plan.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/output/block_output.hpp"
-#include "tools/tavi/output/cell_text.hpp"
+#include "tools/tavi/output/row_format.hpp"
 
 namespace tavi::tool {
 
@@ -38,7 +38,7 @@ private:
 };
 
 struct row_style {
-    output_format format = output_format::csv;
+    const row_format* format;
     cell_rules cells; // of CSV
 };
 

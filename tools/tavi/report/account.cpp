@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "qorc/text.hpp"
 #include "tools/tavi/output/cell_text.hpp"
 
 namespace tavi::tool {
@@ -13,14 +14,6 @@ namespace {
 
 std::string plural(std::uint64_t count, const char* one, const char* several) {
     return std::to_string(count) + ' ' + (count == 1 ? one : several);
-}
-
-std::string join(const std::vector<std::string>& parts) {
-    std::string text;
-    for (const std::string& part : parts) {
-        text += (text.empty() ? "" : ", ") + part;
-    }
-    return text;
 }
 
 std::string seconds_text(double seconds) {
@@ -78,9 +71,9 @@ std::string format_account(const account& totals) {
         lost.push_back("the rest of the log");
     }
     return "tavi: " + plural(totals.frames(), (totals.unit + " read").c_str(), (totals.unit + "s read").c_str()) +
-           ": " + join(frames) +
+           ": " + qor::joined(frames, ", ") +
            (totals.comment_lines != 0 ? "; " + plural(totals.comment_lines, "comment line", "comment lines") : "") +
-           "\ntavi: lost: " + (lost.empty() ? "nothing" : join(lost)) + "\ntavi: " +
+           "\ntavi: lost: " + (lost.empty() ? "nothing" : qor::joined(lost, ", ")) + "\ntavi: " +
            (failed ? plural(totals.values, "value decoded", "values decoded")
                    : plural(totals.values, "value written", "values written")) +
            " in " + seconds_text(totals.seconds) + " s" +

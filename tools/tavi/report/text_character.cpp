@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "qorcpp/utf8.hpp"
+
 namespace tavi::tool {
 
 namespace {
@@ -30,29 +32,11 @@ character_kind kind_of(std::uint32_t code) {
 } // namespace
 
 text_character first_character(std::string_view text) {
-    const auto lead = static_cast<unsigned char>(text[0]);
-    const text_character invalid{1, lead, character_kind::invalid};
-    if (lead < 0x80) {
-        return {1, lead, kind_of(lead)};
+    const auto [code, length] = qor::front_of_utf8(text);
+    if (length == 0) {
+        return {1, static_cast<unsigned char>(text.front()), character_kind::invalid};
     }
-    const std::size_t length = lead >= 0xC2 && lead <= 0xDF   ? 2
-                               : lead >= 0xE0 && lead <= 0xEF ? 3
-                               : lead >= 0xF0 && lead <= 0xF4 ? 4
-                                                              : 0;
-    if (length == 0 || text.size() < length) {
-        return invalid;
-    }
-    std::uint32_t code = lead & (0xFFU >> (length + 1));
-    for (std::size_t at = 1; at < length; ++at) {
-        const auto byte = static_cast<unsigned char>(text[at]);
-        if ((byte & 0xC0) != 0x80) {
-            return invalid;
-        }
-        code = code << 6 | (byte & 0x3F);
-    }
-    const bool overlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    return overlong || surrogate || code > 0x10FFFF ? invalid : text_character{length, code, kind_of(code)};
+    return {length, code, kind_of(code)};
 }
 
 } // namespace tavi::tool

@@ -30,6 +30,14 @@
 
 namespace qor::sdk {
 
+// A table with null slots after it. A host that was built with a later form of the table, which has more slots at its
+// end, finds them missing instead of what happens to be in memory.
+template<typename Table>
+struct extendable_table {
+    Table table;
+    void* later_slots[8] = {};
+};
+
 // The plug-in's side of a service locator: tables by the name of their structure. Filled in the constructor of the
 // plug-in, only read afterwards, so that any thread may ask. Tables are copied.
 class service_table {
@@ -40,7 +48,7 @@ public:
 
     template<typename Table>
     void offer(const Table& table) {
-        tables_[service_name<Table>()] = std::make_shared<Table>(table);
+        tables_[service_name<Table>()] = std::make_shared<extendable_table<Table>>(extendable_table<Table>{table});
     }
 
     qor_service_locator_t* locator() noexcept { return &locator_; }
@@ -85,23 +93,25 @@ struct member_parts;
 
 template<typename Class, typename Answer, typename... Parameters>
 struct member_parts<Answer (Class::*)(Parameters...)> {
-    // Calls Function as a slot: handle first, details last.
-    template<auto Function>
+    using owner = Class;
+
+    // Calls Function as a slot: handle first, details last. The handle is that of a Plugin.
+    template<auto Function, typename Plugin>
     static uint32_t call(void* handle, Parameters... arguments, qor_error_details_t** error) noexcept {
         static_assert(std::is_void_v<Answer> || std::is_same_v<Answer, uint32_t>, "a slot gives a status");
         return guarded_call(
             [&] {
                 check_argument(handle, "handle");
-                return (static_cast<Class*>(handle)->*Function)(arguments...);
+                return (static_cast<Plugin*>(handle)->*Function)(arguments...);
             },
             error);
     }
 
     // Calls Function as a slot without details.
-    template<auto Function>
+    template<auto Function, typename Plugin>
     static Answer value(void* handle, Parameters... arguments) noexcept {
         try {
-            return handle != nullptr ? (static_cast<Class*>(handle)->*Function)(arguments...) : Answer{};
+            return handle != nullptr ? (static_cast<Plugin*>(handle)->*Function)(arguments...) : Answer{};
         } catch (...) {
             return Answer{};
         }
@@ -110,6 +120,13 @@ struct member_parts<Answer (Class::*)(Parameters...)> {
 
 template<typename Class, typename Answer, typename... Parameters>
 struct member_parts<Answer (Class::*)(Parameters...) const> : member_parts<Answer (Class::*)(Parameters...)> {};
+
+template<typename Class, typename Answer, typename... Parameters>
+struct member_parts<Answer (Class::*)(Parameters...) const noexcept> : member_parts<Answer (Class::*)(Parameters...)> {
+};
+
+template<auto Member>
+using owner_of = typename member_parts<decltype(Member)>::owner;
 
 template<typename Plugin>
 struct entry {
@@ -138,11 +155,11 @@ struct entry {
 
 } // namespace detail
 
-// See the top of the file.
-template<auto Member>
-inline constexpr auto* slot = &detail::member_parts<decltype(Member)>::template call<Member>;
-template<auto Member>
-inline constexpr auto* value_slot = &detail::member_parts<decltype(Member)>::template value<Member>;
+// See the top of the file. Plugin is the plug-in's class where Member is that of a base.
+template<auto Member, typename Plugin = detail::owner_of<Member>>
+inline constexpr auto* slot = &detail::member_parts<decltype(Member)>::template call<Member, Plugin>;
+template<auto Member, typename Plugin = detail::owner_of<Member>>
+inline constexpr auto* value_slot = &detail::member_parts<decltype(Member)>::template value<Member, Plugin>;
 
 } // namespace qor::sdk
 
