@@ -82,7 +82,8 @@ function(tavi_exports target)
 endfunction()
 
 # tavi_add_plugin(NAME KIND SOURCES... [LIBRARIES ...]): lib<qor_NAME>.so with the entry symbols of its kind.
-#   KIND is the stem of the entry symbols: signal_storage, data_description_parser, data_matcher or data_processor.
+#   KIND is the stem of the entry symbols: signal_storage, data_description_parser, data_matcher, data_processor or
+#   recording_reader.
 function(tavi_add_plugin name kind)
   cmake_parse_arguments(PLUGIN "" "" "SOURCES;LIBRARIES" ${ARGN})
   set(target qor_${name})

@@ -22,10 +22,9 @@
 #include <string_view>
 #include <vector>
 
-namespace tavi::host {
+#include "tavi/byte_stream.hpp"
 
-// Where a reader's bytes come from: fills up to `room` bytes and returns how many; 0 is the end.
-using byte_source = std::function<std::size_t(char* buffer, std::size_t room)>;
+namespace tavi::host {
 
 inline constexpr std::uint8_t can_fd_flag = 0x04; // in `flags`: a CAN FD frame; the other bits as the log has them
 

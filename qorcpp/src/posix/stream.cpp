@@ -45,7 +45,9 @@ std::array<int, 2> make_pipe() noexcept {
 
 } // namespace
 
-input_stream::input_stream() noexcept : descriptor_(STDIN_FILENO) {
+input_stream::input_stream() noexcept : input_stream(STDIN_FILENO) {}
+
+input_stream::input_stream(int descriptor) noexcept : descriptor_(descriptor) {
     struct stat status {};
     if (::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) {
         size_ = static_cast<std::uint64_t>(status.st_size);
@@ -54,7 +56,8 @@ input_stream::input_stream() noexcept : descriptor_(STDIN_FILENO) {
     }
 }
 
-input_stream::input_stream(const std::string& path) : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+input_stream::input_stream(const std::string& path)
+    : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)), owned_(true) {
     if (descriptor_ < 0) {
         fail("cannot open");
     }
@@ -74,13 +77,19 @@ input_stream::input_stream(const std::string& path) : descriptor_(::open(path.c_
 }
 
 input_stream::~input_stream() {
-    if (descriptor_ > STDERR_FILENO) {
+    if (owned_) {
         ::close(descriptor_);
     }
     for (const int end : end_pipe_) {
         if (end >= 0) {
             ::close(end);
         }
+    }
+}
+
+void input_stream::seek(std::uint64_t offset) {
+    if (::lseek(descriptor_, static_cast<off_t>(offset), SEEK_SET) < 0) {
+        fail("cannot seek");
     }
 }
 

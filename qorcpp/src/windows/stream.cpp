@@ -47,12 +47,14 @@ std::optional<std::uint64_t> size_of(int descriptor) {
 
 } // namespace
 
-input_stream::input_stream() noexcept : descriptor_(standard_input), size_(size_of(standard_input)) {
+input_stream::input_stream() noexcept : input_stream(standard_input) {}
+
+input_stream::input_stream(int descriptor) noexcept : descriptor_(descriptor), size_(size_of(descriptor)) {
     _setmode(descriptor_, _O_BINARY);
 }
 
 input_stream::input_stream(const std::string& path)
-    : descriptor_(_wopen(widen(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT)) {
+    : descriptor_(_wopen(widen(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT)), owned_(true) {
     if (descriptor_ < 0) {
         fail("cannot open");
     }
@@ -60,8 +62,14 @@ input_stream::input_stream(const std::string& path)
 }
 
 input_stream::~input_stream() {
-    if (descriptor_ > standard_error) {
+    if (owned_) {
         _close(descriptor_);
+    }
+}
+
+void input_stream::seek(std::uint64_t offset) {
+    if (_lseeki64(descriptor_, static_cast<std::int64_t>(offset), SEEK_SET) < 0) {
+        fail("cannot seek");
     }
 }
 

@@ -177,7 +177,7 @@ public:
 
     // A place that could not be read. The texts are copied.
     void add_fault(std::uint64_t place, std::uint64_t column, std::string_view cause, std::string_view hint,
-                   std::optional<std::string_view> text = std::nullopt) {
+                   std::optional<std::string_view> text = std::nullopt, std::uint32_t flags = 0) {
         qor_recording_fault_t& fault = faults_.emplace_back();
         fault.package = packages_.size();
         fault.place = place;
@@ -186,6 +186,7 @@ public:
         fault.text_size = text ? text->size() : 0;
         fault.cause = copy(cause);
         fault.hint = copy(hint);
+        fault.flags = flags;
     }
 
     // A text that stays until the next batch, with a zero after it.
@@ -224,8 +225,28 @@ public:
     virtual bool read(batch_builder& batch) = 0;
 
     const std::deque<qor_recorded_source_t>& sources() const noexcept { return sources_; }
-    const qor_recording_properties_t& properties() const noexcept { return properties_; }
+    qor_recording_properties_t properties() const {
+        qor_recording_properties_t now = properties_;
+        now.place = place();
+        return now;
+    }
     const std::vector<qor_other_records_t>& other_records() const noexcept { return other_records_; }
+
+    // How far the reading came, see qor_recording_properties_t; 0 for unknown.
+    virtual std::uint64_t place() const noexcept { return 0; }
+
+    // For formats that pass over what a filter excludes, see qor_recording_filter_support_t;
+    // <qor_plugin_sdk/package_filter.hpp> does the work.
+    virtual void set_filter(std::size_t, std::optional<std::string_view>) {}
+    virtual std::span<const qor_excluded_packages_t> excluded() const { return {}; }
+
+    // For formats that several threads read, see qor_recording_split_support_t. The base for texts has all of it but
+    // make_part.
+    virtual bool begin_split(std::span<const std::uint8_t>&) { return false; }
+    virtual std::size_t find_end(std::span<const std::uint8_t>) const { return 0; }
+    virtual std::unique_ptr<recording> make_part() const { return nullptr; }
+    virtual void set_chunk(std::span<const std::uint8_t>) {}
+    virtual std::uint64_t extent() const noexcept { return 0; }
 
 protected:
     recording() = default;
@@ -271,6 +292,7 @@ protected:
         properties_.times = QOR_RECORDING_TIMES_ABSOLUTE;
     }
     void set_times(std::uint32_t times) noexcept { properties_.times = times; }
+    void set_places(std::uint32_t places) noexcept { properties_.places = places; }
     void set_end(std::uint32_t end) noexcept { properties_.end = end; }
     void set_announced_packages(std::uint64_t count) noexcept { properties_.announced_packages = count; }
 
@@ -287,8 +309,15 @@ private:
     std::deque<qor_recorded_source_t> sources_;
     std::vector<channel> channels_;
     std::vector<qor_other_records_t> other_records_;
-    qor_recording_properties_t properties_{
-        "", "", 0, QOR_RECORDING_UNCOUNTED, QOR_RECORDING_TIMES_RELATIVE, QOR_RECORDING_END_UNKNOWN, false};
+    qor_recording_properties_t properties_{"",
+                                           "",
+                                           0,
+                                           QOR_RECORDING_UNCOUNTED,
+                                           QOR_RECORDING_TIMES_RELATIVE,
+                                           QOR_RECORDING_END_UNKNOWN,
+                                           0,
+                                           QOR_RECORDING_PLACES_BYTES,
+                                           false};
 };
 
 // A plug-in of these formats; see QOR_RECORDING_READER.
@@ -303,6 +332,11 @@ public:
             slot<&recording_reader::open>, [](void*, void* opened) { delete static_cast<open_recording*>(opened); },
             slot<&recording_reader::next_batch>, slot<&recording_reader::get_sources>,
             slot<&recording_reader::get_properties>, slot<&recording_reader::get_other_records>});
+        services_.offer(
+            qor_recording_filter_support_t{slot<&recording_reader::set_filter>, slot<&recording_reader::get_excluded>});
+        services_.offer(qor_recording_split_support_t{
+            slot<&recording_reader::begin_split>, slot<&recording_reader::find_end>, slot<&recording_reader::open_part>,
+            slot<&recording_reader::set_chunk>, slot<&recording_reader::get_extent>});
     }
 
     service_table& services() noexcept { return services_; }
@@ -362,6 +396,55 @@ public:
         *count = all.size();
     }
 
+    void set_filter(void* opened, std::size_t source, const char* expression) {
+        content_of(opened).set_filter(source, expression != nullptr ? std::optional<std::string_view>(expression)
+                                                                    : std::nullopt);
+    }
+
+    void get_excluded(void* opened, const qor_excluded_packages_t** excluded, std::size_t* count) {
+        check_argument(excluded, "excluded");
+        check_argument(count, "count");
+        const auto all = content_of(opened).excluded();
+        *excluded = all.data();
+        *count = all.size();
+    }
+
+    void begin_split(void* opened, bool* can_split, const std::uint8_t** rest, std::size_t* rest_size) {
+        check_argument(can_split, "can_split");
+        check_argument(rest, "rest");
+        check_argument(rest_size, "rest_size");
+        std::span<const std::uint8_t> unread;
+        *can_split = content_of(opened).begin_split(unread);
+        *rest = unread.data();
+        *rest_size = unread.size();
+    }
+
+    void find_end(void* opened, const std::uint8_t* data, std::size_t size, std::size_t* whole) {
+        check_argument(whole, "whole");
+        *whole = content_of(opened).find_end({data, size});
+    }
+
+    void open_part(void* opened, void** part) {
+        check_argument(part, "part");
+        auto made = std::make_unique<open_recording>();
+        made->content = content_of(opened).make_part();
+        if (made->content == nullptr) {
+            throw std::runtime_error("the recording cannot be split");
+        }
+        made->has_more = false;
+        *part = made.release();
+    }
+
+    void set_chunk(void* opened, const std::uint8_t* data, std::size_t size) {
+        content_of(opened).set_chunk({data, size});
+        static_cast<open_recording*>(opened)->has_more = true;
+    }
+
+    void get_extent(void* opened, std::uint64_t* extent) {
+        check_argument(extent, "extent");
+        *extent = content_of(opened).extent();
+    }
+
 private:
     struct open_recording {
         std::unique_ptr<recording> content;
@@ -369,6 +452,11 @@ private:
         std::vector<qor_recorded_source_t> sources;
         bool has_more = true;
     };
+
+    static recording& content_of(void* opened) {
+        check_argument(opened, "recording");
+        return *static_cast<open_recording*>(opened)->content;
+    }
 
     static std::size_t checked(std::size_t index) {
         if (index >= sizeof...(Recordings)) {

@@ -115,7 +115,50 @@ public:
     // Requires: `longest_line` of at most half of `block_size`.
     explicit text_recording(recording_input input, std::size_t longest_line = 65536,
                             std::size_t block_size = std::size_t{256} << 10)
-        : input_(input), block_(block_size), longest_line_(longest_line) {}
+        : input_(input), block_(block_size), longest_line_(longest_line), text_(block_.data()) {
+        set_places(QOR_RECORDING_PLACES_LINES);
+    }
+
+    // For chunks of a recording that is split.
+    explicit text_recording(std::size_t longest_line = 65536) : longest_line_(longest_line) {
+        set_places(QOR_RECORDING_PLACES_LINES);
+    }
+
+    std::uint64_t place() const noexcept final { return line_number_; }
+
+    bool begin_split(std::span<const std::uint8_t>& rest) final {
+        if (!can_split() || has_begun_) {
+            return false;
+        }
+        begin_text();
+        if (wide_) {
+            return false;
+        }
+        rest = {reinterpret_cast<const std::uint8_t*>(text_) + begin_, end_ - begin_};
+        return true;
+    }
+
+    // After the last line end; a CR at the end is left, since an LF may follow.
+    std::size_t find_end(std::span<const std::uint8_t> data) const final {
+        const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
+        const std::size_t end = text.find_last_of("\r\n");
+        if (end == text.npos || text[end] == '\n' || end + 1 < text.size()) {
+            return end == text.npos ? 0 : end + 1;
+        }
+        const std::size_t before = text.substr(0, end).find_last_of("\r\n");
+        return before == text.npos ? 0 : before + 1;
+    }
+
+    void set_chunk(std::span<const std::uint8_t> data) final {
+        text_ = reinterpret_cast<const char*>(data.data());
+        begin_ = 0;
+        end_ = data.size();
+        line_number_ = 0;
+        has_begun_ = at_end_ = has_finished_ = true;
+        is_in_long_line_ = is_after_return_ = false;
+    }
+
+    std::uint64_t extent() const noexcept final { return line_number_; }
 
     bool read(batch_builder& batch) final {
         for (;;) {
@@ -144,12 +187,15 @@ protected:
     virtual void read_line(const text_line& line, batch_builder& batch) = 0;
     // After the last line.
     virtual void finish(batch_builder&) {}
+    // Whether lines can be read from any line on. Requires: make_part.
+    virtual bool can_split() const { return false; }
 
     static void add_fault(batch_builder& batch, const text_line& line, const char* where, std::string_view cause,
                           std::string_view hint) {
         const std::uint64_t column =
             where != nullptr ? static_cast<std::uint64_t>(where - line.text.data()) + 1 : std::uint64_t{0};
-        batch.add_fault(line.number, column, cause, hint, line.text.substr(0, longest_shown));
+        batch.add_fault(line.number, column, cause, hint, line.text.substr(0, longest_shown),
+                        line.has_end ? 0 : QOR_RECORDED_UNENDED);
     }
 
     // Sets what a package has of its line.
@@ -165,11 +211,11 @@ private:
     // False when the block holds no further whole line.
     bool take_line(batch_builder& batch) {
         if (is_after_return_ && begin_ != end_) {
-            begin_ += block_[begin_] == '\n' ? 1 : 0;
+            begin_ += text_[begin_] == '\n' ? 1 : 0;
             is_after_return_ = false;
         }
-        const char* const from = block_.data() + begin_;
-        const char* const limit = block_.data() + end_;
+        const char* const from = text_ + begin_;
+        const char* const limit = text_ + end_;
         const char* const stop = std::find_if(from, limit, [](char c) { return c == '\n' || c == '\r'; });
         const auto length = static_cast<std::size_t>(stop - from);
         const bool has_end = stop != limit;
@@ -222,7 +268,7 @@ private:
         if (wide_) {
             read_wide();
         } else {
-            const std::size_t count = input_.read(block_.data() + end_, block_.size() - end_);
+            const std::size_t count = input_->read(block_.data() + end_, block_.size() - end_);
             end_ += count;
             at_end_ = count == 0;
         }
@@ -232,7 +278,7 @@ private:
     void begin_text() {
         has_begun_ = true;
         while (end_ < 3) {
-            const std::size_t count = input_.read(block_.data() + end_, 3 - end_);
+            const std::size_t count = input_->read(block_.data() + end_, 3 - end_);
             if (count == 0) {
                 break;
             }
@@ -257,7 +303,7 @@ private:
         std::copy(pending_.begin(), pending_.end(), units.begin());
         const std::size_t held = pending_.size();
         const std::size_t most = std::min(units.size() - held, (block_.size() - end_) / 3 - held);
-        const std::size_t count = input_.read(units.data() + held, most);
+        const std::size_t count = input_->read(units.data() + held, most);
         at_end_ = count == 0;
         const std::size_t size = held + count;
         std::size_t at = 0;
@@ -311,9 +357,12 @@ private:
 
     enum class byte_order { little, big };
 
-    recording_input input_;
+    // None for chunks.
+    std::optional<recording_input> input_;
     std::vector<char> block_;
     std::size_t longest_line_;
+    // The block, or a chunk that belongs to the host.
+    const char* text_ = nullptr;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     std::uint64_t line_number_ = 0;

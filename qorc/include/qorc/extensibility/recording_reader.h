@@ -15,7 +15,8 @@
  *
  *  - Functions take the plug-in's handle first. Details decide whether a call failed.
  *  - A damaged recording is not a failed call: what cannot be read is a fault in a batch, and reading goes on where the
- *    next whole record begins. A call fails for an argument, for what the stream reports, and for want of memory.
+ *    next whole record begins. A call fails for an argument, for what the stream reports, and for want of memory. Its
+ *    text may have a second line: what a user may do.
  *  - Nothing is dropped in silence: every byte of the recording is a package, a fault, or a record of a kind that
  *    `get_other_records` counts.
  *  - Texts are UTF-8, zero-terminated where no size is given.
@@ -52,6 +53,13 @@ typedef struct qor_recording_format_t {
 #define QOR_RECORDING_NEEDS_MORE (-1)
 /* A signature that no other format has, such as the first bytes "LOGG". */
 #define QOR_RECORDING_IS_CERTAIN 100
+/*
+ * Lower certainties are guesses: that a line further down looks like one of the format, or that nothing contradicts it.
+ * A host that knows the bytes as another kind of file, such as a description, then says so instead.
+ */
+#define QOR_RECORDING_IS_LIKELY 50
+/* Nothing was found that is of the format: what a damaged recording of it may look like. */
+#define QOR_RECORDING_IS_POSSIBLE 1
 
 /* The most bytes of the beginning of a recording that a host shows to `recognise`. */
 #define QOR_RECORDING_BEGINNING 65536
@@ -145,7 +153,11 @@ typedef struct qor_recorded_package_t {
     uint16_t time_text_size;
     /* How many decimals of the second the recording has: 0 to 9, or QOR_RECORDED_WITHOUT_TIME. */
     uint8_t time_decimals;
-    uint8_t unused;
+    /*
+     * How many bytes before `payload` belong to the package and may be overwritten by the host. With 63 or more it
+     * makes the qor_package_t of a large payload in place instead of a copy.
+     */
+    uint8_t headroom;
 } qor_recorded_package_t;
 
 /* A place of the recording that could not be read. What it points to is valid as long as the batch. */
@@ -163,6 +175,8 @@ typedef struct qor_recording_fault_t {
     const char* cause;
     /* What was expected, or what a user may do; may be empty. */
     const char* hint;
+    /* QOR_RECORDED_UNENDED or 0. */
+    uint32_t flags;
 } qor_recording_fault_t;
 
 /* The next part of a recording. Both arrays are valid until the next call for the recording. */
@@ -186,6 +200,10 @@ typedef struct qor_recording_batch_t {
 #define QOR_RECORDING_END_PROVEN 1       /* an end mark or a count in it agrees with what was read */
 #define QOR_RECORDING_END_CONTRADICTED 2 /* an end mark is missing, or a count differs: told by a fault as well */
 
+/* What `place` of packages and faults counts. */
+#define QOR_RECORDING_PLACES_BYTES 0
+#define QOR_RECORDING_PLACES_LINES 1
+
 /* The value of a count that the recording does not have. */
 #define QOR_RECORDING_UNCOUNTED UINT64_MAX
 
@@ -203,6 +221,10 @@ typedef struct qor_recording_properties_t {
     uint32_t times;
     /* QOR_RECORDING_END_. */
     uint32_t end;
+    /* How far the reading came: the number of the last line, or a byte offset; 0 when that is not known. */
+    uint64_t place;
+    /* QOR_RECORDING_PLACES_. */
+    uint32_t places;
     bool has_start;
 } qor_recording_properties_t;
 
@@ -271,10 +293,13 @@ typedef struct qor_excluded_packages_t {
  */
 typedef struct qor_recording_filter_support_t {
     /*
-     * From the next batch on, packages that the expression excludes need not be delivered.
+     * From the next batch on, packages that the expression excludes need not be delivered. They are checked as all
+     * others: a damaged one is a fault.
      *
      * source      index of the source that the expression is for
-     * expression  as qor_tavi_extractor_get_reader_filter_expression gives it; null takes the filter back
+     * expression  as qor_tavi_extractor_get_reader_filter_expression gives it: "(Address = 0xC8) OR (Address = 0xE0)";
+     *             an empty one excludes all packages, null takes the filter back. SourceId and Instance in it are
+     *             those of the source. `address` of a package is compared, with the flag bits that it has.
      */
     uint32_t (*set_filter)(void* handle, void* recording, size_t source, const char* expression,
                            qor_error_details_t** error);
@@ -282,6 +307,12 @@ typedef struct qor_recording_filter_support_t {
     uint32_t (*get_excluded)(void* handle, void* recording, const qor_excluded_packages_t** excluded, size_t* count,
                              qor_error_details_t** error);
 } qor_recording_filter_support_t;
+
+/*
+ * Records of a recording that can be split are shorter. Of a longer one the host hands over that many bytes as a chunk,
+ * which the part reports as a fault, and leaves out the others.
+ */
+#define QOR_RECORDING_LONGEST_RECORD 262144
 
 /*
  * Service "qor_recording_split_support_t", optional: for formats whose records can be read from any record on, so that
@@ -299,8 +330,8 @@ typedef struct qor_recording_split_support_t {
     uint32_t (*begin_split)(void* handle, void* recording, bool* can_split, const uint8_t** rest, size_t* rest_size,
                             qor_error_details_t** error);
     /*
-     * How many bytes of `data`, which begins with a record, are whole records: 0 when the first one does not end in it.
-     * Thread: any.
+     * How many bytes of `data`, which begins with a record or within one that is too long, are whole records: 0 when
+     * the first one does not end in it. Thread: any.
      */
     uint32_t (*find_end)(void* handle, void* recording, const uint8_t* data, size_t size, size_t* whole,
                          qor_error_details_t** error);
@@ -311,7 +342,8 @@ typedef struct qor_recording_split_support_t {
      */
     uint32_t (*open_part)(void* handle, void* recording, void** part, qor_error_details_t** error);
     /*
-     * Gives the part another chunk, whose last batch was taken before. `data` has to stay until then.
+     * Gives the part another chunk; the last batch of the one before was taken. `data` has to stay until the last batch
+     * of this one was taken and its packages are not needed any more.
      */
     uint32_t (*set_chunk)(void* handle, void* part, const uint8_t* data, size_t size, qor_error_details_t** error);
     /* Lines of a text, or bytes, that the part's chunk had: what places of the next chunk are moved by. */

@@ -27,6 +27,8 @@ public:
     input_stream() noexcept;
     // Throws: std::system_error when the file cannot be opened or is a directory; its text is the system's.
     explicit input_stream(const std::string& path);
+    // An open file, which stays open when the object ends.
+    explicit input_stream(int descriptor) noexcept;
     ~input_stream();
     input_stream(const input_stream&) = delete;
     input_stream& operator=(const input_stream&) = delete;
@@ -38,6 +40,9 @@ public:
     // interrupt or `end` on. Throws: std::system_error.
     std::size_t read(char* buffer, std::size_t room);
 
+    // Moves to a byte offset from the beginning of the file. Requires: size(). Throws: std::system_error.
+    void seek(std::uint64_t offset);
+
     // Ends a pipe or terminal for the reader, also for one that waits; nothing for regular files, where none waits.
     // Thread: any.
     void end() noexcept;
@@ -46,6 +51,7 @@ private:
     bool wait();
 
     int descriptor_;
+    bool owned_ = false;
     // A byte in it wakes the one who waits; none for regular files.
     std::array<int, 2> end_pipe_{-1, -1};
     std::optional<std::uint64_t> size_;

@@ -1,4 +1,4 @@
-#include "tavi/reader_filter.hpp"
+#include "qorcpp/reader_filter.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace tavi::host {
+namespace qor {
 
 namespace {
 
@@ -109,4 +109,4 @@ bool reader_filter::accepts(std::uint16_t source_id, std::uint32_t instance, std
     });
 }
 
-} // namespace tavi::host
+} // namespace qor
