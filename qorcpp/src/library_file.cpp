@@ -21,7 +21,7 @@ std::string read_library_metadata(const std::string& path) {
     std::optional<std::string> section = library.read_section(".qorrt", section_size_limit);
     library.check_segments();
     if (!section) {
-        throw unusable_file("no metadata block (section .qorrt)");
+        throw library_without_metadata("no metadata block (section .qorrt)");
     }
     return std::move(*section);
 }

@@ -71,6 +71,8 @@ library_survey survey_local_libraries(const std::string& search_path) {
     for (const std::string& path : library_paths_in(search_path)) {
         try {
             survey.libraries.push_back({path, type_of(path)});
+        } catch (const library_without_metadata& error) {
+            survey.passed_over.push_back({path, error.what(), false});
         } catch (const unusable_file& error) {
             survey.passed_over.push_back({path, error.what()});
         } catch (const std::system_error& error) {

@@ -13,6 +13,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A whole library that does not describe itself.
+class library_without_metadata : public unusable_file {
+public:
+    using unusable_file::unusable_file;
+};
+
 } // namespace qor::runtime
 
 #endif

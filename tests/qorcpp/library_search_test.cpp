@@ -76,7 +76,8 @@ TEST_F(library_search, passes_over_what_is_no_whole_library_with_a_reason) {
     }
     EXPECT_EQ(found, "liba.so is data-matcher\nlibb.so is runtime-c\n");
     std::string passed_over;
-    for (const auto& [path, reason] : survey.passed_over) {
+    for (const auto& [path, reason, is_damaged] : survey.passed_over) {
+        EXPECT_EQ(is_damaged, reason != "no metadata block (section .qorrt)");
         passed_over += fs::path(path).filename().string() + ": " + reason + "\n";
     }
     EXPECT_EQ(passed_over, "libcut.so: cut short: its headers describe " + size +

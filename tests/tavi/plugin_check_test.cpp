@@ -68,9 +68,10 @@ TEST_F(plugin_check, gives_a_verdict_whatever_the_plugin_does) {
 
 TEST_F(plugin_check, is_ended_at_once_by_a_signal) {
     for (const std::string signal : {"INT", "TERM", "HUP"}) {
-        const ended run = shell("TAVI_HOSTILE=match:loop \"$TAVI\" plugins --check data-matcher.so --time-limit 100 "
-                                ">rows & until grep -q withdrawn rows; do sleep 0.02; done; kill -" +
-                                signal + " $!; wait $!");
+        const ended run =
+            shell("rm -f rows; TAVI_HOSTILE=match:loop \"$TAVI\" plugins --check data-matcher.so --time-limit 100 "
+                  ">rows & until grep -q withdrawn rows; do sleep 0.02; done; kill -" +
+                  signal + " $!; wait $!");
         EXPECT_EQ(run.code, 130) << signal;
         EXPECT_THAT(read("rows"), ::testing::EndsWith(": not checked to the end: interrupted\n"));
     }

@@ -13,7 +13,7 @@ enum class exit_code {
     failed = 1,        // the work could not be done
     usage = 2,         // the command line is wrong
     incomplete = 3,    // done, but something was damaged or skipped
-    plugin_failed = 4, // a plug-in failed or was refused
+    plugin_failed = 4, // a plug-in failed, is missing or cannot be used
     interrupted = 130  // ended early by SIGINT, SIGTERM or SIGHUP
 };
 

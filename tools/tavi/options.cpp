@@ -142,7 +142,7 @@ void add_decode_options(CLI::App& app, decode_options& options) {
     command.footer(
         "A description with SOURCE= is for the interface of that name only.\n"
         "Exit codes: 0 all decoded, 1 not done, 2 wrong usage, 3 done but something was damaged or skipped,\n"
-        "4 a plug-in failed.");
+        "4 a plug-in failed or is missing.");
 }
 
 void add_tree_options(CLI::App& app, tree_options& options) {

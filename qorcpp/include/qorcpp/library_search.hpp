@@ -28,6 +28,8 @@ struct passed_over_file {
     std::string path;
     // Without the path: "cut short: its headers describe 712344 bytes, it has 20000".
     std::string reason;
+    // False for a whole library without metadata: it is not one of this system, but plug-ins may use it.
+    bool is_damaged = true;
 };
 
 struct library_survey {

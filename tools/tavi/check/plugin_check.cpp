@@ -38,6 +38,8 @@ plugin_summary summarise_plugin(const std::string& path) {
             summary.formats = formats_of(qor::plugin_handle(path, summary.type), summary.type);
         } catch (const std::exception& error) {
             summary.failure = error.what();
+        } catch (...) {
+            summary.failure = "an exception that is no std::exception";
         }
     }
     return summary;

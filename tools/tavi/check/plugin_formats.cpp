@@ -11,6 +11,23 @@ namespace tavi::tool {
 
 namespace {
 
+template<typename Table>
+const Table& mandatory_table(const qor::plugin_handle& plugin) {
+    const Table* const table = plugin.find_table<Table>();
+    if (table == nullptr) {
+        throw std::runtime_error("missing mandatory " + qor::service_name<Table>() + " interface");
+    }
+    return *table;
+}
+
+template<typename Table, typename Slot>
+void check_slot(Slot slot, const char* name) {
+    if (slot == nullptr) {
+        throw std::runtime_error("invalid " + qor::service_name<Table>() + " interface, missing '" + name +
+                                 "' function");
+    }
+}
+
 // The texts that `get(index, details)` gives.
 template<typename Get>
 std::vector<std::string> list_formats(std::size_t count, Get get) {
@@ -32,7 +49,11 @@ std::vector<std::string> list_formats(std::size_t count, Get get) {
 }
 
 std::vector<std::string> matcher_formats(const qor::plugin_handle& plugin) {
-    const auto& table = plugin.table<qor_data_matcher_format_support_t>();
+    mandatory_table<qor_data_matcher_support_t>(plugin);
+    using table_type = qor_data_matcher_format_support_t;
+    const auto& table = mandatory_table<table_type>(plugin);
+    check_slot<table_type>(table.get_supported_format, "get_supported_format");
+    check_slot<table_type>(table.get_supported_format_count, "get_supported_format_count");
     return list_formats(table.get_supported_format_count(plugin.instance()), [&](std::size_t index, auto** details) {
         const char* format = nullptr;
         table.get_supported_format(plugin.instance(), index, &format, details);
@@ -41,7 +62,11 @@ std::vector<std::string> matcher_formats(const qor::plugin_handle& plugin) {
 }
 
 std::vector<std::string> parser_formats(const qor::plugin_handle& plugin) {
-    const auto& table = plugin.table<qor_data_description_parser_format_support_t>();
+    mandatory_table<qor_data_description_parser_support_t>(plugin);
+    using table_type = qor_data_description_parser_format_support_t;
+    const auto& table = mandatory_table<table_type>(plugin);
+    check_slot<table_type>(table.get_supported_file_format_count, "get_supported_file_format_count");
+    check_slot<table_type>(table.get_supported_file_format, "get_supported_file_format");
     return list_formats(table.get_supported_file_format_count(plugin.instance()),
                         [&](std::size_t index, auto** details) {
                             qor_data_description_file_format_t format{};
@@ -51,7 +76,11 @@ std::vector<std::string> parser_formats(const qor::plugin_handle& plugin) {
 }
 
 std::vector<std::string> processor_formats(const qor::plugin_handle& plugin) {
-    const auto& table = plugin.table<qor_data_processor_format_support_t>();
+    mandatory_table<qor_data_processor_support_t>(plugin);
+    using table_type = qor_data_processor_format_support_t;
+    const auto& table = mandatory_table<table_type>(plugin);
+    check_slot<table_type>(table.get_supported_format, "get_supported_format");
+    check_slot<table_type>(table.get_supported_format_count, "get_supported_format_count");
     std::size_t count = 0;
     qor_error_details_t* failure = nullptr;
     table.get_supported_format_count(plugin.instance(), &count, &failure);

@@ -16,8 +16,8 @@ std::map<std::string, std::string> metadata_of(const std::string& path);
 // Whether a type word of metadata is that of a plug-in.
 bool is_plugin_type(const std::string& type);
 
-// What the plug-in names, none for a signal storage. Requires: the tables for it are there and complete.
-// Throws: what the plug-in reports, std::runtime_error for names and counts that no host could use.
+// What the plug-in names, none for a signal storage. Throws: what the plug-in reports; std::runtime_error with the text
+// of the library for a table or function that is missing, and for names and counts that no host could use.
 std::vector<std::string> formats_of(const qor::plugin_handle& plugin, const std::string& type);
 
 } // namespace tavi::tool

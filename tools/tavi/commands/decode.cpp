@@ -11,8 +11,10 @@
 #include <system_error>
 #include <thread>
 
+#include "qorcpp/can_frame.hpp"
 #include "qorcpp/platform/stream.hpp"
 #include "tavi/candump_reader.hpp"
+#include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/decode/frame_decoder.hpp"
 #include "tools/tavi/decode/log_input.hpp"
@@ -174,6 +176,11 @@ void decode_run::decode() {
         known.load();
     }
     selection wanted(known, options_.patterns);
+    if (nmea) {
+        require_receiver(known);
+    } else {
+        require_matcher({!options_.memory.empty() ? "memory" : options_.j1939 ? qor::j1939_format : qor::can_format});
+    }
 
     block_output& output = output_.emplace(options_.output);
     row_writer rows(output, row_style_of(options_, output));

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "qorcpp/can_frame.hpp"
+#include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/decode/message_names.hpp"
 #include "tools/tavi/decode/selection.hpp"
@@ -47,6 +49,17 @@ void append_terms(std::string& filter, std::string_view added) {
     }
 }
 
+// The packages of a description of frames are frames, those of others memory or frames.
+void require_matcher_of(selection& wanted) {
+    const auto& messages = wanted.messages();
+    if (std::any_of(messages.begin(), messages.end(),
+                    [](const message& each) { return each.selected && each.view == view_of_frames; })) {
+        require_matcher({qor::can_format});
+    } else {
+        require_matcher({"memory", qor::can_format});
+    }
+}
+
 } // namespace
 
 exit_code run_filter(const filter_options& options) {
@@ -55,6 +68,7 @@ exit_code run_filter(const filter_options& options) {
     catalogue known(options.catalogue, messages);
     known.load();
     selection wanted(known, options.patterns);
+    require_matcher_of(wanted);
     std::string filter;
     try {
         for (std::size_t layer = 0; layer < known.names().layer_count(); ++layer) {

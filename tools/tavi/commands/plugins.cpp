@@ -6,11 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "qor_tavi_extractor/qor_tavi_extractor.h"
 #include "qorc/text.hpp"
-#include "qorcpp/platform/module.hpp"
 #include "tools/tavi/check/check_process.hpp"
 #include "tools/tavi/check/plugin_check.hpp"
+#include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/report/printable.hpp"
 
@@ -27,36 +26,29 @@ std::string padded(std::string text, std::size_t width) {
     return text;
 }
 
-std::vector<std::filesystem::path> libraries_beside_the_extractor() {
-    const std::string directory =
-        qor::platform::module_directory_of(reinterpret_cast<const void*>(&qor_tavi_extractor_create));
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-        if (qor::platform::is_shared_library_file_name(entry.path().filename().string())) {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    return files;
+// A line begins with the file's name alone.
+std::string name_column(const std::string& path) {
+    return padded(printable(std::filesystem::path(path).filename().string()), 28);
 }
 
 exit_code list_plugins() {
+    const plugin_folder folder;
     exit_code code = exit_code::done;
     block_output output("");
-    for (const auto& file : libraries_beside_the_extractor()) {
-        const plugin_summary summary = summarise_plugin(file.string());
-        if (summary.type.empty()) {
-            continue; // not of this system
-        }
-        std::string line = padded(printable(file.filename().string()), 28) + padded(summary.type, 25) +
-                           padded(printable(summary.version), 24);
-        line += printable_list(summary.formats);
+    for (const auto& library : folder.survey().libraries) {
+        const plugin_summary summary = summarise_plugin(library.path);
+        std::string line = name_column(library.path) + padded(printable(summary.type), 25) +
+                           padded(printable(summary.version), 24) + printable_list(summary.formats);
         if (!summary.failure.empty()) {
             line += "cannot be used: " + printable(summary.failure);
             code = exit_code::plugin_failed;
         }
         line.erase(line.find_last_not_of(' ') + 1);
         output.write(line + '\n');
+    }
+    for (const auto& file : folder.survey().passed_over) {
+        output.write(name_column(file.path) + "passed over: " + printable(file.reason) + '\n');
+        code = file.is_damaged ? exit_code::plugin_failed : code;
     }
     output.close();
     return code;

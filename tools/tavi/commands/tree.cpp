@@ -10,6 +10,7 @@
 #include "tavi/value_text.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/decode/message_names.hpp"
+#include "tools/tavi/decode/selection.hpp"
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/output/written_files.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
@@ -22,9 +23,6 @@ namespace {
 constexpr std::uint32_t extended_bit = 0x80000000;
 constexpr std::size_t longest_table = 60;
 constexpr int indent_width = 2;
-
-// The view that descriptions of frames have: addresses below it are frame ids.
-constexpr std::string_view view_of_frames = "CAN";
 
 // A frame id as logs write it, any other address as descriptions do.
 std::string address_text(std::uint64_t address, bool is_frame_id) {

@@ -10,6 +10,7 @@
 #include "qorc/text.hpp"
 #include "qorcpp/platform/stream.hpp"
 #include "tavi/stored_descriptions.hpp"
+#include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/decode/message_names.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/report/printable.hpp"
@@ -23,7 +24,6 @@ constexpr std::uint16_t description_source_id = 0x0020;
 constexpr std::size_t largest_description = std::size_t{256} << 20;
 constexpr std::size_t longest_name = 254;
 constexpr std::size_t longest_type = 15;
-// What the library says of a type word that no plug-in reads.
 
 std::string read_file(const std::string& path) {
     try {
@@ -96,7 +96,7 @@ host::extractor start_extractor(const catalogue_options& options, const std::str
         return host::extractor(uri, flags, log);
     } catch (const host::error& error) {
         if (options.storage.empty()) {
-            throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+            throw start_error(error.what());
         }
         // With a catalogue in memory it either starts, then the URI is at fault, or tells the same of a plug-in.
         start_extractor({}, host::memory_catalogue, {});
@@ -179,7 +179,9 @@ void catalogue::load_source(std::uint16_t source_id, const std::string& source_n
             arguments_.push_back({"", std::move(signature)});
         }
     } catch (const host::error& error) {
-        throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+        const auto failure = registration_error(error.what(), "tavi", "sdl");
+        throw failure ? *failure
+                      : command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
     }
     for (std::size_t description = 0; description < arguments_.size(); ++description) {
         load_stored(description);
@@ -236,8 +238,12 @@ void catalogue::load_one(std::size_t description) {
                                        "description " + std::to_string(description + 1), {{name, type, content}});
         signatures_.push_back(signatures.empty() ? std::string() : signatures.front());
     } catch (const host::error& error) {
-        throw command_error(log_.refusal(error.what()), exit_code::failed,
-                            format != nullptr ? "" : usual_extensions(formats_));
+        const std::string refusal = log_.refusal(error.what());
+        const bool of_content = std::string_view(error.what()).starts_with(name + ':');
+        const auto failure = of_content
+                                 ? std::nullopt
+                                 : registration_error(error.what(), printable(path), type, usual_extensions(formats_));
+        throw failure ? *failure : command_error(refusal);
     }
     log_.end();
     if (warnings() != before) {

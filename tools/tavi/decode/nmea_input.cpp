@@ -7,6 +7,7 @@
 #include "qorcpp/platform/stream.hpp"
 #include "tavi/nmea_reader.hpp"
 #include "tavi/package_builder.hpp"
+#include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/decode/object_decoder.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/report/printable.hpp"
@@ -14,6 +15,8 @@
 namespace tavi::tool {
 
 namespace {
+
+constexpr char receiver_format[] = "nmea";
 
 // What is known of damage before a processor looks at it, and after.
 void report_damage(const host::nmea_reader& reader, const host::candump_fault& fault, const decode_options& options,
@@ -57,6 +60,15 @@ bool decode_sentence(const host::nmea_sentence& sentence, host::package_builder&
 
 } // namespace
 
+void require_receiver(catalogue& catalogue) {
+    host::package_builder package;
+    package.set_source(receiver_source_id, 0);
+    package.set_format(receiver_format);
+    if (!catalogue.extractor().has_data_processor(package.package())) {
+        throw missing_format_error(receiver_format);
+    }
+}
+
 void decode_nmea(const decode_options& options, host::byte_source source, catalogue& catalogue, selection& selection,
                  row_writer& rows, diagnostics& messages, account& totals) {
     host::nmea_reader reader(std::move(source));
@@ -65,11 +77,7 @@ void decode_nmea(const decode_options& options, host::byte_source source, catalo
                                zero_elements::left_out);
         host::package_builder package;
         package.set_source(receiver_source_id, 0);
-        package.set_format("nmea");
-        if (!catalogue.extractor().has_data_processor(package.package())) {
-            throw command_error("tavi: error: no plug-in beside the library reads NMEA sentences",
-                                exit_code::plugin_failed, "tavi plugins lists those that are there");
-        }
+        package.set_format(receiver_format);
         const std::uint64_t refusals = subscribe_to_refusals(catalogue);
         host::nmea_sentence sentence;
         for (auto outcome = reader.next(sentence); outcome != host::nmea_reader::outcome::end;

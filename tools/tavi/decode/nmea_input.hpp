@@ -16,8 +16,12 @@ namespace tavi::tool {
 inline constexpr std::uint16_t receiver_source_id = 0x23F;
 inline constexpr char receiver_source_name[] = "gps";
 
-// Writes what each sentence brings. The catalogue must have loaded the receiver (catalogue::load_source).
-// Throws: command_error, for a plug-in that fails or is missing with exit_code::plugin_failed.
+// Requires a processor that takes sentences, once the catalogue has loaded the receiver (catalogue::load_source).
+// Throws: missing_format_error.
+void require_receiver(catalogue& catalogue);
+
+// Writes what each sentence brings. Requires: require_receiver.
+// Throws: command_error, for a plug-in that fails with exit_code::plugin_failed.
 void decode_nmea(const decode_options& options, host::byte_source source, catalogue& catalogue, selection& selection,
                  row_writer& rows, diagnostics& messages, account& totals);
 

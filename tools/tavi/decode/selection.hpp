@@ -28,6 +28,9 @@ struct message_plan {
     std::vector<std::uint32_t> rows;
 };
 
+// The view that descriptions of frames have: addresses below it are frame ids.
+inline constexpr std::string_view view_of_frames = "CAN";
+
 // A message of a description, asked for or not.
 struct message {
     std::size_t description = 0;
