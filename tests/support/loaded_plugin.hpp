@@ -14,9 +14,9 @@ class loaded_plugin : public qor::plugin_handle {
 public:
     // name       of the library: "qor_can_matcher"
     // type_word  "data-matcher"
-    loaded_plugin(const std::string& name, const char* type_word, qor_service_locator_t* host = nullptr)
-        : plugin_handle(std::string(library_folder) + '/' + qor::platform::shared_library_file_name(name), type_word,
-                        host) {}
+    loaded_plugin(const std::string& name, const char* type_word, qor_service_locator_t* host = nullptr,
+                  const std::string& folder = library_folder)
+        : plugin_handle(folder + '/' + qor::platform::shared_library_file_name(name), type_word, host) {}
 };
 
 } // namespace tavi::test

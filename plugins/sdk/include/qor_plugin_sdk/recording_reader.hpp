@@ -4,9 +4,12 @@
 //     public:
 //         static constexpr qor_recording_format_t format{"my", "log of my recorder", "my"};
 //         static std::int32_t recognise(std::span<const std::uint8_t> beginning, bool is_whole);
-//         my_recording(qor::sdk::recording_input input, std::string_view options);   // may throw: the text reaches the
-//         host bool read(qor::sdk::batch_builder& batch) override;
+//         explicit my_recording(qor::sdk::recording_input input);   // may throw: the text reaches the host
+//         bool read(qor::sdk::batch_builder& batch) override;
 //     };
+//
+// A format with options has the constructor (qor::sdk::recording_input, std::string_view options) instead; it throws
+// std::invalid_argument for options that it does not have.
 //
 // and a library with one or more of them has one line at file scope:
 //
@@ -27,6 +30,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "qor_plugin_sdk/plugin.hpp"
@@ -115,6 +119,15 @@ private:
     std::uint8_t* at_ = nullptr;
     std::size_t room_ = 0;
 };
+
+// The answer of `recognise` for a format whose recordings begin with a signature.
+inline std::int32_t recognise_signature(std::span<const std::uint8_t> beginning, std::string_view signature) noexcept {
+    const std::size_t size = beginning.size() < signature.size() ? beginning.size() : signature.size();
+    if (size != 0 && std::memcmp(beginning.data(), signature.data(), size) != 0) {
+        return QOR_RECORDING_IS_OTHER;
+    }
+    return size == signature.size() ? QOR_RECORDING_IS_CERTAIN : QOR_RECORDING_NEEDS_MORE;
+}
 
 // When a package came: nanoseconds, and how many decimals of the second the recording has.
 struct recorded_time {
@@ -465,14 +478,23 @@ private:
         return index;
     }
 
+    template<typename Recording>
+    static std::unique_ptr<recording> open_format(recording_input input, std::string_view options) {
+        if constexpr (std::is_constructible_v<Recording, recording_input, std::string_view>) {
+            return std::make_unique<Recording>(input, options);
+        } else if (options.empty()) {
+            return std::make_unique<Recording>(input);
+        } else {
+            throw std::invalid_argument(std::string("the format ") + Recording::format.name + " has no options");
+        }
+    }
+
     static constexpr std::array<const qor_recording_format_t*, sizeof...(Recordings)> formats{&Recordings::format...};
     static constexpr std::array<std::int32_t (*)(std::span<const std::uint8_t>, bool), sizeof...(Recordings)>
         recognisers{&Recordings::recognise...};
     static constexpr std::array<std::unique_ptr<recording> (*)(recording_input, std::string_view),
                                 sizeof...(Recordings)>
-        openers{[](recording_input input, std::string_view options) -> std::unique_ptr<recording> {
-            return std::make_unique<Recordings>(input, options);
-        }...};
+        openers{open_format<Recordings>...};
 
     service_table services_;
 };

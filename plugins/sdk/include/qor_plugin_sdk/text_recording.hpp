@@ -151,7 +151,7 @@ public:
 
     void set_chunk(std::span<const std::uint8_t> data) final {
         text_ = reinterpret_cast<const char*>(data.data());
-        begin_ = 0;
+        begin_ = newline_ = return_ = 0;
         end_ = data.size();
         line_number_ = 0;
         has_begun_ = at_end_ = has_finished_ = true;
@@ -216,7 +216,7 @@ private:
         }
         const char* const from = text_ + begin_;
         const char* const limit = text_ + end_;
-        const char* const stop = std::find_if(from, limit, [](char c) { return c == '\n' || c == '\r'; });
+        const char* const stop = text_ + std::min(next(newline_, '\n'), next(return_, '\r'));
         const auto length = static_cast<std::size_t>(stop - from);
         const bool has_end = stop != limit;
         if (!has_end && !at_end_) {
@@ -242,6 +242,17 @@ private:
         return true;
     }
 
+    // The place of the next `character` from the first unread byte on, or the end. `known` is the answer of the last
+    // call: a text that has only one of LF and CR is searched for the other once.
+    std::size_t next(std::size_t& known, char character) noexcept {
+        known = std::max(known, begin_);
+        if (known < end_ && text_[known] != character) {
+            const void* const found = std::memchr(text_ + known, character, end_ - known);
+            known = found != nullptr ? static_cast<std::size_t>(static_cast<const char*>(found) - text_) : end_;
+        }
+        return known;
+    }
+
     // A line that fills the block is dropped up to its end, with one fault.
     void skip_if_too_long(batch_builder& batch, std::size_t length) {
         if (is_in_long_line_) {
@@ -260,10 +271,15 @@ private:
     void refill() {
         std::copy(block_.begin() + static_cast<std::ptrdiff_t>(begin_),
                   block_.begin() + static_cast<std::ptrdiff_t>(end_), block_.begin());
+        newline_ = std::max(newline_, begin_) - begin_;
+        return_ = std::max(return_, begin_) - begin_;
         end_ -= begin_;
         begin_ = 0;
         if (!has_begun_) {
             begin_text();
+            if (end_ != 0) {
+                return;
+            }
         }
         if (wide_) {
             read_wide();
@@ -274,17 +290,18 @@ private:
         }
     }
 
-    // Looks for a byte order mark: three bytes at most.
+    // Reads the first bytes, at least as many as a byte order mark may have when they begin like one.
     void begin_text() {
+        constexpr std::size_t most = 1024; // what read_wide can take over
         has_begun_ = true;
         while (end_ < 3) {
-            const std::size_t count = input_->read(block_.data() + end_, 3 - end_);
+            const std::size_t count = input_->read(block_.data() + end_, most - end_);
             if (count == 0) {
                 break;
             }
             end_ += count;
-            if (end_ == 1 && static_cast<unsigned char>(block_[0]) < 0x80) {
-                return; // a live text is not waited for
+            if (static_cast<unsigned char>(block_[0]) < 0x80) {
+                return;
             }
         }
         const std::string_view text(block_.data(), end_);
@@ -365,6 +382,9 @@ private:
     const char* text_ = nullptr;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
+    // Where the next LF and CR are, as far as the text was searched for them.
+    std::size_t newline_ = 0;
+    std::size_t return_ = 0;
     std::uint64_t line_number_ = 0;
     bool has_begun_ = false;
     bool at_end_ = false;
