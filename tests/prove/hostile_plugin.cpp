@@ -18,6 +18,7 @@
 #include "qorc/extensibility/data_description_parser.h"
 #include "qorc/extensibility/data_matcher.h"
 #include "qorc/extensibility/data_processor.h"
+#include "qorc/extensibility/recording_reader.h"
 #include "qorc/extensibility/signal_storage.h"
 #include "qorc/metadata.h"
 
@@ -244,6 +245,79 @@ std::uint32_t find_node(void*, std::uint64_t, const char*, qor_type_node_t** nod
     return status_of(deed, error);
 }
 
+std::uint32_t get_recording_format(void*, std::size_t, qor_recording_format_t* format, details error) {
+    const std::string_view deed = deed_in("get_format");
+    *format = {deed == "wild" ? "No Word" : spoiled(deed, served_format()), "", ""};
+    return status_of(deed, error);
+}
+
+std::uint32_t recognise(void*, std::size_t, const std::uint8_t*, std::size_t, bool, std::int32_t* certainty,
+                        details error) {
+    const std::string_view deed = deed_in("recognise");
+    *certainty = deed == "wild" ? 101 : deed == "many" ? QOR_RECORDING_IS_CERTAIN : QOR_RECORDING_IS_OTHER;
+    return status_of(deed, error);
+}
+
+char recording;
+
+// Refuses options, and what the stream refuses.
+std::uint32_t open_recording(void*, std::size_t, const qor_recording_stream_t* stream, const char* options,
+                             void** opened, details error) {
+    const std::string_view deed = deed_in("open");
+    *opened = spoiled(deed, static_cast<void*>(&recording));
+    if (options != nullptr && deed != "none") {
+        return qor_error_details_create(error, QOR_STATUS_INVALID_ARGUMENT, "no options");
+    }
+    char buffer[16];
+    std::size_t count = 0;
+    const std::uint32_t status =
+        deed == "many" ? QOR_STATUS_OK : stream->read(stream->context, buffer, 16, &count, error);
+    return status != QOR_STATUS_OK ? status : status_of(deed, error);
+}
+
+void close_recording(void*, void*) {
+    deed_in("close");
+}
+
+// Packages of a source that there is not, faults after the packages, more packages than the host takes, an end that is
+// not one: one spoiled batch a deed.
+std::uint32_t next_batch(void*, void*, std::size_t most, qor_recording_batch_t* batch, details error) {
+    static qor_recorded_package_t packages[2000];
+    static qor_recording_fault_t fault{};
+    const std::string_view deed = deed_in("next_batch");
+    const std::size_t count = deed == "wild" ? 1 : deed == "many" ? most + 1 : 0;
+    fault.package = deed == "none" ? 1 : 0;
+    fault.cause = deed == "null" ? nullptr : "x";
+    fault.hint = "";
+    *batch = {packages, count < 2000 ? count : 2000, &fault, deed == "none" || deed == "null" ? std::size_t{1} : 0,
+              true};
+    return status_of(deed, error);
+}
+
+std::uint32_t get_sources(void*, void*, const qor_recorded_source_t** sources, std::size_t* count, details error) {
+    const std::string_view deed = deed_in("get_sources");
+    static const qor_recorded_source_t unnamed{};
+    *sources = &unnamed;
+    *count = deed == "null" ? 1 : 0;
+    return status_of(deed, error);
+}
+
+std::uint32_t get_properties(void*, void*, qor_recording_properties_t* properties, details error) {
+    const std::string_view deed = deed_in("get_properties");
+    *properties = qor_recording_properties_t{};
+    properties->version = "";
+    properties->producer = spoiled(deed, "");
+    properties->times = deed == "many" ? 7 : 0;
+    return status_of(deed, error);
+}
+
+std::uint32_t get_other_records(void*, void*, const qor_other_records_t** records, std::size_t* count, details error) {
+    const std::string_view deed = deed_in("get_other_records");
+    *records = nullptr;
+    *count = deed == "null" ? 1 : 0;
+    return status_of(deed, error);
+}
+
 template<typename Table>
 const Table* table();
 
@@ -290,6 +364,18 @@ const qor_data_description_parser_support_t* table() {
 template<>
 const qor_data_description_parser_format_support_t* table() {
     static const qor_data_description_parser_format_support_t made{get_format_count, get_file_format, get_context_type};
+    return &made;
+}
+
+template<>
+const qor_recording_format_support_t* table() {
+    static const qor_recording_format_support_t made{get_format_count, get_recording_format, recognise};
+    return &made;
+}
+template<>
+const qor_recording_reader_support_t* table() {
+    static const qor_recording_reader_support_t made{open_recording, close_recording, next_batch,
+                                                     get_sources,    get_properties,  get_other_records};
     return &made;
 }
 
@@ -349,6 +435,8 @@ const void* find_service(std::string_view name) {
                                        TAVI_HOSTILE_SERVICE(qor_data_processor_data_description_support_t),
                                        TAVI_HOSTILE_SERVICE(qor_data_description_parser_support_t),
                                        TAVI_HOSTILE_SERVICE(qor_data_description_parser_format_support_t),
+                                       TAVI_HOSTILE_SERVICE(qor_recording_format_support_t),
+                                       TAVI_HOSTILE_SERVICE(qor_recording_reader_support_t),
                                        TAVI_HOSTILE_SERVICE(qor_signal_storage_t),
                                        TAVI_HOSTILE_SERVICE(qor_signal_storage_access_t),
                                        TAVI_HOSTILE_SERVICE(qor_signal_storage_maintenance_t)};
@@ -420,4 +508,5 @@ TAVI_HOSTILE_ENTRIES(qor_signal_storage)
 TAVI_HOSTILE_CREATE(qor_data_matcher)
 TAVI_HOSTILE_CREATE(qor_data_description_parser)
 TAVI_HOSTILE_CREATE(qor_data_processor)
+TAVI_HOSTILE_CREATE(qor_recording_reader)
 }

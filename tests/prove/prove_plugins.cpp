@@ -35,6 +35,10 @@ const kind kinds[] = {
     {"data-processor",
      {"get_supported_format_count", "get_supported_format", "unregister_type", "process"},
      {"register_type", "get_data_descriptions"}},
+    {"recording-reader",
+     {"get_supported_format_count", "get_format", "recognise", "open", "next_batch", "close", "get_sources",
+      "get_properties", "get_other_records"},
+     {}},
     {"signal-storage", {"find_node"}, {}},
 };
 

@@ -11,7 +11,8 @@ namespace {
 class plugin_check : public ::testing::Test, public workplace {
 protected:
     plugin_check() {
-        for (const std::string kind : {"data-matcher", "data-description-parser", "data-processor", "signal-storage"}) {
+        for (const std::string kind :
+             {"data-matcher", "data-description-parser", "data-processor", "recording-reader", "signal-storage"}) {
             prove::write_hostile_plugin(TAVI_HOSTILE_PLUGIN, kind, path() / (kind + ".so"));
         }
     }
@@ -32,6 +33,7 @@ TEST_F(plugin_check, gives_a_verdict_whatever_the_plugin_does) {
         {"data-description-parser", "nothing", nullptr},
         {"data-processor", "nothing", nullptr},
         {"signal-storage", "nothing", nullptr},
+        {"recording-reader", "nothing", nullptr},
         {"data-description-parser", "parse_buffer:fail", nullptr}, // a refusal is an answer
         {"data-matcher", "load:exit", "an instance and gives a locator: it ended the process, with exit code 0"},
         {"data-matcher", "create:crash", "makes an instance and gives a locator: it "},
@@ -49,6 +51,21 @@ TEST_F(plugin_check, gives_a_verdict_whatever_the_plugin_does) {
         {"data-processor", "get_supported_format:null", "names its formats: a format without text"},
         {"data-processor", "process:exit", "no record of an empty package: it ended the process, with exit code 0"},
         {"data-description-parser", "parse_buffer:kill", "if only by a refusal: it crashed: Killed"},
+        {"recording-reader", "get_format:wild", "names its formats: the name 'No Word' is not one word"},
+        {"recording-reader", "get_supported_format_count:none", "has a format at least: it has none"},
+        {"recording-reader", "recognise:wild", "random beginnings: the answer is 101"},
+        {"recording-reader", "recognise:many", "random beginnings: it is, by 0 of an empty stream"},
+        {"recording-reader", "open:null", "or refuses them: open gave neither a recording nor a failure"},
+        {"recording-reader", "open:none", "refuses options that it does not have: it takes no-such-option=1"},
+        {"recording-reader", "open:many", "the stream cannot be read: it comes to an end without a failure"},
+        {"recording-reader", "next_batch:many", "a batch has more packages than the host takes"},
+        {"recording-reader", "next_batch:wild", "a package has a source that get_sources does not have"},
+        {"recording-reader", "next_batch:none", "the faults of a batch are not in the order of its packages"},
+        {"recording-reader", "next_batch:null", "a fault has no cause"},
+        {"recording-reader", "get_sources:null", "a source has no name"},
+        {"recording-reader", "get_properties:null", "version or producer is at a null pointer"},
+        {"recording-reader", "get_other_records:null", "there are other records at a null pointer"},
+        {"recording-reader", "close:crash", "or refuses them: it crashed"},
         {"signal-storage", "find_node:throw_standard", "an exception out of a C function"},
     };
     for (const auto& [kind, order, fault] : rows) {

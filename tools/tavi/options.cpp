@@ -172,7 +172,15 @@ void add_plugins_options(CLI::App& app, plugins_options& options) {
         ->type_name("MIB")
         ->check(CLI::Range(least_memory, most_memory).description(""))
         ->needs(&check);
+    command.add_option("--recording", options.recording, "Recording that a recording reader is to read as well")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile);
     command.add_option(check_in_child_option, options.check_in_child)->group("")->excludes(&check);
+    command.parse_complete_callback([&options] {
+        if (!options.recording.empty() && options.check.empty() && options.check_in_child.empty()) {
+            throw CLI::RequiresError("--recording", "--check");
+        }
+    });
     command.footer("The list shows file, kind, version and the formats or description types that are served.\n"
                    "Exit codes: 0 all fit for use, 1 not done, 2 wrong usage, 4 a plug-in is not, whatever it did.");
 }

@@ -72,6 +72,7 @@ struct plugins_options {
     // Of the check, which runs in a child process.
     double time_limit = 10;            // seconds
     std::uint64_t memory_limit = 1024; // MiB of address space
+    std::string recording;             // a file that a recording reader is to read; may be empty
     std::string check_in_child;        // set in that process only, to the file
 };
 

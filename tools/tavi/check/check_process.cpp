@@ -97,12 +97,15 @@ std::string fault_of(const qor::platform::child_end& end, bool reports_ended,
 
 } // namespace
 
-bool check_plugin_in_child(const std::string& path, const qor::platform::child_limits& limits,
-                           const verdict_sink& tell) {
+bool check_plugin_in_child(const std::string& path, const std::string& recording,
+                           const qor::platform::child_limits& limits, const verdict_sink& tell) {
+    std::vector<std::string> arguments{"plugins", check_in_child_option, path};
+    if (!recording.empty()) {
+        arguments.insert(arguments.end(), {"--recording", recording});
+    }
     report_reader reader(tell);
-    const auto end =
-        qor::platform::run_limited(qor::platform::get_current_module_path(), {"plugins", check_in_child_option, path},
-                                   limits, [&](std::string_view bytes) { reader.take(bytes); });
+    const auto end = qor::platform::run_limited(qor::platform::get_current_module_path(), arguments, limits,
+                                                [&](std::string_view bytes) { reader.take(bytes); });
     if (end.how == qor::platform::child_end::kind::interrupted) {
         return false;
     }
@@ -114,8 +117,8 @@ bool check_plugin_in_child(const std::string& path, const qor::platform::child_l
     return true;
 }
 
-void report_check_to_parent(const std::string& path) {
-    check_plugin(path, [](const verdict& verdict) {
+void report_check_to_parent(const std::string& path, const std::string& recording) {
+    check_plugin(path, recording, [](const verdict& verdict) {
         for (const auto& [kind, mark] : marks) {
             if (kind == verdict.kind) {
                 qor::platform::report_to_parent(mark + printable(verdict.text).substr(0, longest_line - 1) + '\n');

@@ -15,11 +15,11 @@ inline constexpr const char* check_in_child_option = "--check-in-child";
 // Runs check_plugin in a child and passes its verdicts on, without those of kind `trying`. A crash, an end of the
 // process or a limit that is passed becomes a fault of the step that was tried.
 // Returns false when the check was interrupted. Throws: std::system_error when no child can be started.
-bool check_plugin_in_child(const std::string& path, const qor::platform::child_limits& limits,
-                           const verdict_sink& tell);
+bool check_plugin_in_child(const std::string& path, const std::string& recording,
+                           const qor::platform::child_limits& limits, const verdict_sink& tell);
 
 // The child's side.
-void report_check_to_parent(const std::string& path);
+void report_check_to_parent(const std::string& path, const std::string& recording);
 
 } // namespace tavi::tool
 

@@ -10,13 +10,15 @@ namespace tavi::tool {
 
 namespace {
 
-void check_kind(const qor::plugin_handle& plugin, const std::string& type, checker& check) {
+void check_kind(const qor::plugin_handle& plugin, const std::string& type, const std::string& recording,
+                checker& check) {
     if (type == "signal-storage") {
         check_storage(plugin, check);
         return;
     }
     type == "data-matcher"              ? check_matcher(plugin, check)
     : type == "data-description-parser" ? check_parser(plugin, check)
+    : type == "recording-reader"        ? check_recording_reader(plugin, check, recording)
                                         : check_processor(plugin, check);
     if (check.sound()) {
         check.attempt("has a format at least", [&] {
@@ -45,7 +47,7 @@ plugin_summary summarise_plugin(const std::string& path) {
     return summary;
 }
 
-void check_plugin(const std::string& path, const verdict_sink& tell) {
+void check_plugin(const std::string& path, const std::string& recording, const verdict_sink& tell) {
     checker check(tell);
     auto metadata = metadata_of(path);
     const std::string type = metadata["qor-library-type"];
@@ -66,7 +68,7 @@ void check_plugin(const std::string& path, const verdict_sink& tell) {
     check.attempt("makes a second instance, as for two extractors in one process",
                   [&] { const qor::plugin_handle second(path, type); });
     if (check.sound()) {
-        check_kind(*plugin, type, check);
+        check_kind(*plugin, type, recording, check);
     }
     check.attempt("is destroyed and unloaded", [&] { plugin.reset(); });
 }

@@ -22,8 +22,8 @@ plugin_summary summarise_plugin(const std::string& path);
 
 // All checks, in the order in which a host would meet the faults; they end where nothing further can be asked. Each is
 // reported before the next begins, and announced, because a bad plug-in may crash, hang or end the process: see
-// check_process.hpp.
-void check_plugin(const std::string& path, const verdict_sink& tell);
+// check_process.hpp. `recording`: a file that a recording reader is to read as well; may be empty.
+void check_plugin(const std::string& path, const std::string& recording, const verdict_sink& tell);
 
 } // namespace tavi::tool
 

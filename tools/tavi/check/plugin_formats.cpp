@@ -1,10 +1,12 @@
 #include "tools/tavi/check/plugin_formats.hpp"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "qorc/extensibility/data_description_parser.h"
 #include "qorc/extensibility/data_matcher.h"
 #include "qorc/extensibility/data_processor.h"
+#include "qorc/extensibility/recording_reader.h"
 #include "qorcpp/metadata_section.hpp"
 
 namespace tavi::tool {
@@ -92,6 +94,35 @@ std::vector<std::string> processor_formats(const qor::plugin_handle& plugin) {
     });
 }
 
+// One word in lower case.
+bool is_format_name(std::string_view name) {
+    return std::all_of(name.begin(), name.end(), [](char character) {
+        return (character >= 'a' && character <= 'z') || (character >= '0' && character <= '9') || character == '-' ||
+               character == '_';
+    });
+}
+
+std::vector<std::string> recording_formats(const qor::plugin_handle& plugin) {
+    const auto& table = plugin.table<qor_recording_format_support_t>();
+    auto names = list_formats(table.get_format_count(plugin.instance()), [&](std::size_t index, auto** details) {
+        qor_recording_format_t format{};
+        table.get_format(plugin.instance(), index, &format, details);
+        if (*details == nullptr && (format.description == nullptr || format.suffixes == nullptr)) {
+            throw std::runtime_error("a format with a description or suffixes at a null pointer");
+        }
+        return format.name;
+    });
+    for (auto name = names.begin(); name != names.end(); ++name) {
+        if (!is_format_name(*name)) {
+            throw std::runtime_error("the name '" + *name + "' is not one word of a to z, 0 to 9, '-' and '_'");
+        }
+        if (std::find(names.begin(), name, *name) != name) {
+            throw std::runtime_error("two formats have the name '" + *name + "'");
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 std::map<std::string, std::string> metadata_of(const std::string& path) {
@@ -106,13 +137,14 @@ std::map<std::string, std::string> metadata_of(const std::string& path) {
 
 bool is_plugin_type(const std::string& type) {
     return type == "data-matcher" || type == "data-description-parser" || type == "data-processor" ||
-           type == "signal-storage";
+           type == "recording-reader" || type == "signal-storage";
 }
 
 std::vector<std::string> formats_of(const qor::plugin_handle& plugin, const std::string& type) {
     return type == "data-matcher"              ? matcher_formats(plugin)
            : type == "data-description-parser" ? parser_formats(plugin)
            : type == "data-processor"          ? processor_formats(plugin)
+           : type == "recording-reader"        ? recording_formats(plugin)
                                                : std::vector<std::string>{};
 }
 

@@ -60,7 +60,9 @@ exit_code check(const std::string& path, const plugins_options& options) {
     const qor::platform::child_limits limits{
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(options.time_limit)),
         options.memory_limit << 20};
-    const bool complete = check_plugin_in_child(path, limits, [&](const verdict& verdict) {
+    const std::string recording =
+        options.recording.empty() ? "" : std::filesystem::absolute(options.recording).string();
+    const bool complete = check_plugin_in_child(path, recording, limits, [&](const verdict& verdict) {
         const bool bad = verdict.kind == tool::verdict::kind::bad;
         const char* const word = bad ? "FAULT  " : verdict.kind == tool::verdict::kind::note ? "note   " : "ok     ";
         output.write(word + verdict.text + '\n');
@@ -79,7 +81,7 @@ exit_code check(const std::string& path, const plugins_options& options) {
 
 exit_code run_plugins(const plugins_options& options) {
     if (!options.check_in_child.empty()) {
-        report_check_to_parent(options.check_in_child);
+        report_check_to_parent(options.check_in_child, options.recording);
         return exit_code::done;
     }
     if (options.check.empty()) {
