@@ -1,0 +1,3 @@
+#include "plugins/blf_reader/blf_recording.hpp"
+
+QOR_RECORDING_READER(tavi::blf::blf_recording)
