@@ -44,7 +44,7 @@ struct signal_code {
     std::string_view name_part;
 };
 
-#define QOR_SIGNAL_CODE_ROW(enumerator, value, name_part) signal_code{code::enumerator, #enumerator, name_part},
+#define QOR_SIGNAL_CODE_ROW(enumerator, value, name_part) signal_code<code>{code::enumerator, #enumerator, name_part},
 inline constexpr auto signal_byte_orders = [] {
     using code = signal_byte_order;
     return std::array{QOR_SIGNAL_BYTE_ORDERS(QOR_SIGNAL_CODE_ROW)};
