@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
-#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "plugins/sdl_parser/sdl_value.hpp"
@@ -31,26 +31,27 @@ std::string text_of(const json::exception& error) {
     return end_of_id == std::string::npos ? text : text.substr(end_of_id + 2);
 }
 
-// Goes through the text before anything is made of it: what is no JSON, nested too deep or has a key twice ends here.
-class text_check final : public json::json_sax_t {
+// Builds the tree and checks it meanwhile: what is no JSON, nested too deep or has a key twice ends here.
+class tree_builder final : public json::json_sax_t {
 public:
-    explicit text_check(std::string_view text) : text_(text) {}
+    tree_builder(std::string_view text, json& root) : text_(text), root_(root) {}
 
-    bool null() override { return count_element(); }
-    bool boolean(bool) override { return count_element(); }
-    bool number_integer(number_integer_t) override { return count_element(); }
-    bool number_unsigned(number_unsigned_t) override { return count_element(); }
-    bool number_float(number_float_t, const string_t&) override { return count_element(); }
-    bool string(string_t&) override { return count_element(); }
-    bool binary(binary_t&) override { return count_element(); }
-    bool start_object(size_t) override { return open(false); }
+    bool null() override { return add(nullptr); }
+    bool boolean(bool value) override { return add(value); }
+    bool number_integer(number_integer_t value) override { return add(value); }
+    bool number_unsigned(number_unsigned_t value) override { return add(value); }
+    bool number_float(number_float_t value, const string_t&) override { return add(value); }
+    bool string(string_t& value) override { return add(std::move(value)); }
+    bool binary(binary_t& value) override { return add(std::move(value)); }
+    bool start_object(size_t) override { return open(json::value_t::object); }
     bool end_object() override { return close(); }
-    bool start_array(size_t) override { return open(true); }
+    bool start_array(size_t) override { return open(json::value_t::array); }
     bool end_array() override { return close(); }
 
     bool key(string_t& key) override {
-        open_.back().last_key = key;
-        if (!open_.back().keys.insert(key).second) {
+        level& object = open_.back();
+        object.last_key = key;
+        if (!object.value->get_ref<json::object_t&>().try_emplace(key).second) {
             throw sdl_error(pointer() + ": the key stands here twice");
         }
         return true;
@@ -64,18 +65,36 @@ public:
     }
 
 private:
+    // An object or array whose end has not come. It stays where it is: nothing is added beside it until then.
     struct level {
-        bool is_array = false;
+        json* value;
         size_t elements = 0;
-        std::unordered_set<std::string> keys;
-        std::string last_key;
+        std::string last_key = {};
     };
 
-    bool open(bool is_array) {
+    // The place of the value that comes.
+    json& place() {
+        if (open_.empty()) {
+            return root_;
+        }
+        json& holder = *open_.back().value;
+        return holder.is_array() ? holder.get_ref<json::array_t&>().emplace_back()
+                                 : holder.get_ref<json::object_t&>().find(open_.back().last_key)->second;
+    }
+
+    template<typename Value>
+    bool add(Value&& value) {
+        place() = json(std::forward<Value>(value));
+        return count_element();
+    }
+
+    bool open(json::value_t type) {
         if (open_.size() == deepest_level) {
             throw sdl_error("/: nested deeper than " + std::to_string(deepest_level) + " levels");
         }
-        open_.emplace_back().is_array = is_array;
+        json& value = place();
+        value = json(type);
+        open_.push_back({&value});
         return true;
     }
 
@@ -96,26 +115,49 @@ private:
         std::string text;
         for (const level& level : open_) {
             text += '/';
-            text += (level.is_array ? std::to_string(level.elements) : escaped(level.last_key));
+            text += (level.value->is_array() ? std::to_string(level.elements) : escaped(level.last_key));
         }
         return text.empty() ? "/" : text;
     }
 
     std::string_view text_;
+    json& root_;
     std::vector<level> open_;
 };
 
+// Empties a value from its leaves on: the library ends values without elements without a list of them.
+void dismantle(json& value) noexcept {
+    if (value.is_array()) {
+        auto& elements = value.get_ref<json::array_t&>();
+        std::for_each(elements.begin(), elements.end(), dismantle);
+        elements.clear();
+    } else if (value.is_object()) {
+        auto& members = value.get_ref<json::object_t&>();
+        for (auto& [key, member] : members) {
+            dismantle(member);
+        }
+        members.clear();
+    }
+}
+
 } // namespace
 
-json parse_json(std::string_view text) {
+json_document::json_document(std::string_view text) {
     // The library takes one for the end of the text.
     if (const size_t zero = text.find('\0'); zero != std::string_view::npos) {
         fail_at(text, zero + 1, "found a zero byte");
     }
-    text_check check(text);
-    json::sax_parse(text, &check);
-    // Not in one go: the library's own way to look on while it builds takes a time that grows by the square.
-    return json::parse(text);
+    try {
+        tree_builder builder(text, root_);
+        json::sax_parse(text, &builder);
+    } catch (...) {
+        dismantle(root_);
+        throw;
+    }
+}
+
+json_document::~json_document() {
+    dismantle(root_);
 }
 
 } // namespace sdl_parser

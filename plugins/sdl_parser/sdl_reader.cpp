@@ -134,8 +134,8 @@ void read_view(const sdl_value& value, sdl_node& node) {
 } // namespace
 
 std::vector<sdl_node> read_description(std::string_view text) {
-    const nlohmann::json json = parse_json(text);
-    const sdl_value root(json, "");
+    const json_document document(text);
+    const sdl_value root(document.root(), "");
     root.check_keys({"$schema", "sdl", "comment", "views"});
     root.at("sdl").integer(language_version, language_version);
     for (const char* const key : {"$schema", "comment"}) {
