@@ -162,7 +162,7 @@ TEST_P(call_backs, of_the_allocator_for_the_result_come_without_the_lock) {
     allocator.call_back = [&] {
         if (records_left-- == 0) {
             others.push_back(std::async(std::launch::async, [&] { return count(); }));
-            EXPECT_EQ(others.back().wait_for(std::chrono::seconds(5)), std::future_status::ready);
+            EXPECT_EQ(others.back().wait_for(std::chrono::minutes(1)), std::future_status::ready);
         }
     };
     EXPECT_EQ(match(can).size(), 2u);

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <random>
 #include <string>
 #include <vector>
@@ -51,7 +51,7 @@ TEST(edit_distance, is_what_the_definition_says_below_the_limit) {
 
 // By the whole table of the two, each takes seconds.
 TEST(edit_distance, of_long_names_is_computed_at_once) {
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock();
     const std::string left(100'000, 'a');
     std::string near = left, far = left;
     near.replace(50'000, 2, "b");
@@ -59,7 +59,7 @@ TEST(edit_distance, of_long_names_is_computed_at_once) {
     EXPECT_EQ(edit_distance(left, near), 2u);
     EXPECT_EQ(edit_distance(left, far), edit_distance_limit);
     EXPECT_EQ(edit_distance(left, std::string(100'000, 'b')), edit_distance_limit);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
+    EXPECT_LT(std::clock() - begin, 5 * CLOCKS_PER_SEC); // of the processor, whatever else it does
 }
 
 } // namespace

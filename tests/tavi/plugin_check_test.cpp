@@ -41,8 +41,8 @@ TEST_F(plugin_check, gives_a_verdict_whatever_the_plugin_does) {
         {"data-matcher", "create:throw", "gives a locator: an exception that is no std::exception"},
         {"data-matcher", "resolve:abort", "table qor_data_matcher_support_t: it crashed: Aborted"},
         {"data-matcher", "resolve:empty", "table qor_data_matcher_support_t has no 'match' function"},
-        {"data-matcher", "match:loop", "matches no empty package: it has not ended within 0.5 s"},
-        {"data-matcher", "match:stop", "matches no empty package: it has not ended within 0.5 s"},
+        {"data-matcher", "match:loop", "matches no empty package: it has not ended within 3 s"},
+        {"data-matcher", "match:stop", "matches no empty package: it has not ended within 3 s"},
         {"data-matcher", "match_batch:wild", "in a batch: it gave 9223372036854775807 outcomes"},
         {"data-matcher", "match:fork", "leaves no processes running: it did, they were ended"},
         {"data-matcher", "match:daemon", "leaves no processes running: it did, they were ended"},
@@ -72,8 +72,8 @@ TEST_F(plugin_check, gives_a_verdict_whatever_the_plugin_does) {
         const ended run = check(kind, order,
                                 std::string(order).find(":loop") != std::string::npos ||
                                         std::string(order).find(":stop") != std::string::npos
-                                    ? "--time-limit 0.5"
-                                    : "");
+                                    ? "--time-limit 3"
+                                    : "--time-limit 60");
         EXPECT_EQ(run.code, fault == nullptr ? 0 : 4) << order << '\n' << run.out;
         EXPECT_THAT(run.out, ::testing::EndsWith(fault == nullptr ? ": fit for use\n" : ": not fit for use\n"))
             << order;
