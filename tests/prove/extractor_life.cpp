@@ -16,9 +16,6 @@ constexpr std::uint16_t memory_source = 32;
 constexpr std::uint16_t second_can_source = 48;
 constexpr std::uint16_t receiver_source = 0x23F;
 
-// The number of the subscription of how many sentences there were.
-const std::string sentence_counts = "5";
-
 std::string example(const char* path) {
     return read_file(std::string(test::source_folder) + "/examples/" + path);
 }
@@ -282,7 +279,9 @@ void extractor_life::add_browsing() {
 }
 
 void extractor_life::take_nodes(qor_type_node_sequence_t* nodes) {
-    root_ = nodes != nullptr && nodes->count != 0 ? nodes->nodes[0].id : 0;
+    if (nodes != nullptr && nodes->count != 0 && nodes->nodes[0].kind == QOR_TYPE_NODE_VIEW) {
+        root_ = nodes->nodes[0].id;
+    }
     for (std::size_t i = 0; nodes != nullptr && i < nodes->count; ++i) {
         answer_.content += std::to_string(nodes->nodes[i].kind) + ':' + nodes->nodes[i].name + ' ';
     }

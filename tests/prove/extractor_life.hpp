@@ -34,6 +34,9 @@ struct answer {
 
 class extractor_life {
 public:
+    // How the receiver's statistics begin in what packages give.
+    static constexpr const char* sentence_statistics = "5=";
+
     explicit extractor_life(const std::string& storage_uri);
     extractor_life(const extractor_life&) = delete;
     extractor_life& operator=(const extractor_life&) = delete;
@@ -86,7 +89,7 @@ private:
     qor_service_locator_t locator_{};
     std::vector<std::uint64_t> subscriptions_;
     std::string signature_;
-    std::uint64_t root_ = 0; // the id of the first node that came last
+    std::uint64_t root_ = 0; // the id of the view that was browsed last
 };
 
 } // namespace tavi::prove

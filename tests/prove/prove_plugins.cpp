@@ -177,7 +177,7 @@ private:
             std::find(endless.begin(), endless.end(), row.deed) != endless.end() || row.deed == "thread";
         const ended run =
             prove::run({{std::string(test::program_folder) + "/tavi", "plugins", "--check", plugin_of(*row.of).string(),
-                         "--time-limit", ends_by_limit ? "0.5" : "15", "--memory-limit", "256"},
+                         "--time-limit", ends_by_limit ? "0.5" : "60", "--memory-limit", "256"},
                         here_.path(),
                         {"TAVI_HOSTILE=" + row.function + ':' + row.deed}});
         const bool is_fit = run.out.ends_with(": fit for use\n");

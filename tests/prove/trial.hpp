@@ -51,7 +51,7 @@ struct command {
     std::vector<std::string> words;
     std::filesystem::path folder;
     std::vector<std::string> environment;
-    std::chrono::seconds limit{20};
+    std::chrono::seconds limit{120};
 };
 
 // Reads nothing. Throws: std::system_error when no process can be started.

@@ -277,7 +277,8 @@ QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_match(qor_tavi_extractor_t* h
  *
  * Errors: "a generic package without format type specifier was received" (QOR_STATUS_INVALID_ARGUMENT here); "package
  * payload size 4 is less than expected size 8 from offset 0" and its like; what a plug-in reports. A failure drops the
- * whole result. Checked: handle, package, dynamic_data, dynamic_data_count, allocator.
+ * whole result. A data processor may have taken the package all the same: repeated, the call gives it once more.
+ * Checked: handle, package, dynamic_data, dynamic_data_count, allocator.
  */
 QOR_TAVI_EXTRACTOR_API uint32_t qor_tavi_extractor_process(qor_tavi_extractor_t* handle, const qor_package_t* package,
                                                            bool strict, qor_dynamic_data_t*** dynamic_data,
