@@ -12,6 +12,8 @@ include(CheckPIESupported)
 
 option(TAVI_HARDENING "Harden optimised builds" ON)
 
+define_property(TARGET PROPERTY TAVI_UNOPTIMISED INITIALIZE_FROM_VARIABLE DEFAULT_TAVI_UNOPTIMISED
+  BRIEF_DOCS "Whether a target is compiled with -O0 in all configurations")
 add_library(tavi_hardening INTERFACE)
 check_pie_supported()
 set(optimised "$<NOT:$<CONFIG:Debug>>")
@@ -36,8 +38,6 @@ if(TAVI_HARDENING AND NOT MSVC AND NOT TAVI_SANITIZE)
     set(fortify 3)
   endif()
   # The headers refuse it without optimisation.
-  define_property(TARGET PROPERTY TAVI_UNOPTIMISED INITIALIZE_FROM_VARIABLE DEFAULT_TAVI_UNOPTIMISED
-    BRIEF_DOCS "Whether a target is compiled with -O0 in all configurations")
   set(fortified "$<AND:${optimised},$<NOT:$<BOOL:$<TARGET_PROPERTY:TAVI_UNOPTIMISED>>>>")
   target_compile_options(tavi_hardening INTERFACE
     $<${fortified}:-U_FORTIFY_SOURCE> $<${fortified}:-D_FORTIFY_SOURCE=${fortify}>)

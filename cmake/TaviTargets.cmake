@@ -42,8 +42,10 @@ else()
     target_link_options(tavi_compile_options INTERFACE -fsanitize=${TAVI_SANITIZE})
   endif()
   if(TAVI_BUILD_FUZZ)
-    # A fuzzer learns from what it reached: so every library counts, not the target's own file alone.
-    target_compile_options(tavi_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+    # A fuzzer learns from what it reached: so every library counts, not the target's own file alone. Tests are no part
+    # of what is fuzzed.
+    target_compile_options(tavi_compile_options INTERFACE
+      $<$<NOT:$<BOOL:$<TARGET_PROPERTY:TAVI_UNOPTIMISED>>>:-fsanitize=fuzzer-no-link>)
     target_link_options(tavi_compile_options INTERFACE -fsanitize=fuzzer-no-link)
   endif()
 endif()
@@ -102,5 +104,8 @@ function(tavi_add_test name)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_compile_definitions(${name} PRIVATE ${TEST_DEFINITIONS})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+  if(TAVI_TEST_HEADERS AND NOT TEST_SOURCES MATCHES "\\.c(;|$)") # which has headers of its own
+    target_precompile_headers(${name} REUSE_FROM ${TAVI_TEST_HEADERS})
+  endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()
