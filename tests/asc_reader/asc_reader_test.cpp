@@ -188,8 +188,8 @@ TEST(asc_reader, recognises_recordings_by_their_lines) {
 }
 
 TEST(asc_reader, reports_what_damage_makes_unreadable) {
-    renew_seed("asc", "classic", hexadecimal);
-    renew_seed("asc", "fd", fd_lines);
+    renew_seed("asc_fuzz", "classic", hexadecimal);
+    renew_seed("asc_fuzz", "fd", fd_lines);
     check_mutants(plugin(), "asc", hexadecimal, 1000, {.overwritten_lines = true});
     check_mutants(plugin(), "asc", fd_lines, 1000, {.overwritten_lines = true});
 }

@@ -155,7 +155,7 @@ TEST(trc_reader, recognises_recordings_by_their_lines) {
 TEST(trc_reader, reports_what_damage_makes_unreadable) {
     unsigned number = 0;
     for (const std::string& text : {version_1_0, version_1_1, version_1_3, version_2_0, version_2_1}) {
-        renew_seed("trc", "version" + std::to_string(number++), text);
+        renew_seed("trc_fuzz", "version" + std::to_string(number++), text);
         check_mutants(plugin(), "trc", text, 400, {.overwritten_lines = true});
     }
 }
