@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "qorcpp/platform/stream.hpp"
+
 namespace tavi::tool {
 
 enum class exit_code {
@@ -32,6 +34,13 @@ class output_error : public command_error {
 public:
     using command_error::command_error;
 };
+
+// Ends a command that has nothing to keep when it was interrupted.
+inline void end_if_interrupted() {
+    if (qor::platform::interrupted()) {
+        throw command_error("tavi: interrupted", exit_code::interrupted);
+    }
+}
 
 } // namespace tavi::tool
 

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <sstream>
 #include <string>
 
@@ -88,6 +89,9 @@ int main(int argc, char** argv) {
         return static_cast<int>(error.code);
     } catch (const qor::platform::closed_pipe_error&) {
         return static_cast<int>(exit_code::done);
+    } catch (const std::bad_alloc&) {
+        std::fputs("tavi: error: not enough memory\n", stderr);
+        return static_cast<int>(exit_code::failed);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "tavi: error: %s\n", printable(error.what()).c_str());
         return static_cast<int>(exit_code::failed);

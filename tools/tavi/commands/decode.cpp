@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -27,6 +28,7 @@
 #include "tools/tavi/parallel/parallel_decoder.hpp"
 #include "tools/tavi/report/account.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
+#include "tools/tavi/report/library_failure.hpp"
 #include "tools/tavi/report/printable.hpp"
 #include "tools/tavi/report/progress_bar.hpp"
 
@@ -77,6 +79,8 @@ public:
             fail(error);
         } catch (const command_error& error) {
             fail(error);
+        } catch (const std::bad_alloc&) {
+            fail(command_error(printable(totals_.log) + ": error: not enough memory to decode it"));
         } catch (const std::exception& error) {
             fail(command_error(std::string("tavi: error: ") + printable(error.what())));
         }
@@ -307,7 +311,7 @@ void decode_run::read_memory(catalogue& known, selection& wanted, row_writer& ro
         decode_memory(options_, log_->stream(), known, wanted, rows, messages_, totals_);
         note_unused_descriptions({memory_source_name});
     } catch (const host::error& error) {
-        throw command_error(printable(totals_.log) + ": error: " + printable(error.what()), exit_code::plugin_failed);
+        throw library_failure(printable(totals_.log), error);
     } catch (const std::system_error& error) {
         throw command_error(printable(totals_.log) + ": error: cannot be read further: " + error.code().message());
     }

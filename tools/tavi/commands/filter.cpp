@@ -13,6 +13,7 @@
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/output/written_files.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
+#include "tools/tavi/report/library_failure.hpp"
 #include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
@@ -28,6 +29,7 @@ std::string filter_of_layer(catalogue& known, selection& wanted, std::size_t lay
     const std::string source = std::to_string(catalogue::interface_source_id) + "#0.";
     std::unordered_set<std::string_view> paths;
     for (const message& candidate : wanted.messages()) {
+        end_if_interrupted();
         if (candidate.selected && candidate.layer == layer && known.serves(candidate.description, interface) &&
             paths.insert(candidate.path).second) {
             known.extractor().subscribe(source + candidate.own_path, host::lenient);
@@ -36,18 +38,26 @@ std::string filter_of_layer(catalogue& known, selection& wanted, std::size_t lay
     return known.extractor().reader_filter();
 }
 
-// Adds the terms of a filter that another does not have yet.
-void append_terms(std::string& filter, std::string_view added) {
-    constexpr std::string_view separator = " OR ";
-    while (!added.empty()) {
-        const std::size_t end = std::min(added.find(separator), added.size());
-        const std::string_view term = added.substr(0, end);
-        if (filter.find(term) == filter.npos) {
-            filter.append(filter.empty() ? "" : separator).append(term);
+// The terms of several filters, each once, as one filter.
+class joined_filter {
+public:
+    void add(std::string_view filter) {
+        constexpr std::string_view separator = " OR ";
+        while (!filter.empty()) {
+            const std::size_t end = std::min(filter.find(separator), filter.size());
+            if (const std::string_view term = filter.substr(0, end); terms_.emplace(term).second) {
+                text_.append(text_.empty() ? "" : separator).append(term);
+            }
+            filter.remove_prefix(std::min(end + separator.size(), filter.size()));
         }
-        added.remove_prefix(std::min(end + separator.size(), added.size()));
     }
-}
+
+    const std::string& text() const noexcept { return text_; }
+
+private:
+    std::string text_;
+    std::unordered_set<std::string> terms_;
+};
 
 // The packages of a description of frames are frames, those of others memory or frames.
 void require_matcher_of(selection& wanted) {
@@ -69,16 +79,16 @@ exit_code run_filter(const filter_options& options) {
     known.load();
     selection wanted(known, options.patterns);
     require_matcher_of(wanted);
-    std::string filter;
+    joined_filter filter;
     try {
         for (std::size_t layer = 0; layer < known.names().layer_count(); ++layer) {
-            append_terms(filter, filter_of_layer(known, wanted, layer, options.source));
+            filter.add(filter_of_layer(known, wanted, layer, options.source));
         }
     } catch (const host::error& error) {
-        throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+        throw library_failure("tavi", error);
     }
     block_output output("");
-    output.write(filter + '\n');
+    output.write(filter.text() + '\n');
     output.close();
     return end_of(messages);
 }

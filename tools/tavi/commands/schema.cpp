@@ -13,6 +13,16 @@
 
 namespace tavi::tool {
 
+namespace {
+
+// "1.9: syntax error, ..." of an expression that begins with a source as "'CAN': syntax error, ...".
+std::string without_position(const std::string& text, const std::string& expression) {
+    const std::size_t end = text.find_first_not_of("0123456789.-");
+    return end != 0 && end < text.size() && text[end] == ':' ? '\'' + expression + '\'' + text.substr(end) : text;
+}
+
+} // namespace
+
 exit_code run_schema(const schema_options& options) {
     check_written_files(options.catalogue);
     diagnostics messages(options.catalogue.strict);
@@ -37,9 +47,9 @@ exit_code run_schema(const schema_options& options) {
         }
     }
     const bool not_found = first_failure->status() == QOR_STATUS_INVALID_ARGUMENT;
-    throw command_error(std::string("tavi: error: ") + printable(first_failure->what()), exit_code::failed,
-                        not_found ? "an expression reads View.Message.Signal; tavi tree -d FILE shows what there is"
-                                  : "");
+    throw command_error(
+        "tavi: error: " + printable(without_position(first_failure->what(), options.expression)), exit_code::failed,
+        not_found ? "an expression reads View.Message.Signal; tavi tree -d FILE shows what there is" : "");
 }
 
 } // namespace tavi::tool

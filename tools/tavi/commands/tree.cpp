@@ -14,6 +14,7 @@
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/output/written_files.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
+#include "tools/tavi/report/library_failure.hpp"
 #include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
@@ -116,6 +117,7 @@ void print_node(block_output& output, catalogue& known, const qor_type_node_t& n
     if (const auto comment = host::text_of(node.comment); !comment.empty()) {
         line += "  -- " + std::string(comment);
     }
+    end_if_interrupted();
     output.write(printable(line) + '\n');
     if (node.kind != QOR_TYPE_NODE_SIGNAL) {
         for (const qor_type_node_t& below : known.extractor().children(node)) {
@@ -140,7 +142,7 @@ exit_code run_tree(const tree_options& options) {
             }
         }
     } catch (const host::error& error) {
-        throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+        throw library_failure("tavi", error);
     }
     output.close();
     return end_of(messages);

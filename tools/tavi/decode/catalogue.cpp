@@ -13,6 +13,7 @@
 #include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/decode/message_names.hpp"
 #include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/report/library_failure.hpp"
 #include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
@@ -166,6 +167,7 @@ void catalogue::load() {
     }
     for (std::size_t description = 0; description < arguments_.size(); ++description) {
         description < file_count_ ? load_one(description) : load_stored(description);
+        end_if_interrupted();
     }
 }
 
@@ -180,8 +182,7 @@ void catalogue::load_source(std::uint16_t source_id, const std::string& source_n
         }
     } catch (const host::error& error) {
         const auto failure = registration_error(error.what(), "tavi", "sdl");
-        throw failure ? *failure
-                      : command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::plugin_failed);
+        throw failure ? *failure : library_failure("tavi", error);
     }
     for (std::size_t description = 0; description < arguments_.size(); ++description) {
         load_stored(description);

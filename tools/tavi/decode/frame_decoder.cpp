@@ -10,6 +10,7 @@
 #include "qorcpp/platform/stream.hpp"
 #include "tools/tavi/decode/record_rows.hpp"
 #include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/report/library_failure.hpp"
 #include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
@@ -269,7 +270,7 @@ void rethrow_with_place(const std::exception_ptr& failure, const std::string& lo
     try {
         std::rethrow_exception(failure);
     } catch (const host::error& error) {
-        throw command_error(place_text(log, line, 0) + ": error: " + printable(error.what()), exit_code::plugin_failed);
+        throw library_failure(place_text(log, line, 0), error);
     } catch (const std::system_error& error) {
         throw command_error(place_text(log, line, 0) + ": error: cannot be read further: " + error.code().message());
     }

@@ -10,6 +10,7 @@
 #include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/decode/object_decoder.hpp"
 #include "tools/tavi/exit_code.hpp"
+#include "tools/tavi/report/library_failure.hpp"
 #include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
@@ -94,8 +95,7 @@ void decode_nmea(const decode_options& options, host::byte_source source, catalo
         }
         totals.comment_lines = reader.comment_lines();
     } catch (const host::error& error) {
-        throw command_error(place_text(totals.log, reader.line_number(), 0) + ": error: " + printable(error.what()),
-                            exit_code::plugin_failed);
+        throw library_failure(place_text(totals.log, reader.line_number(), 0), error);
     } catch (const std::system_error& error) {
         throw command_error(place_text(totals.log, reader.line_number(), 0) +
                             ": error: cannot be read further: " + error.code().message());
