@@ -53,7 +53,7 @@ subject read_subject(reading& reading) {
 // Tells of something that is not there, at the end of the file.
 void miss(reading& reading, const subject& subject, size_t offset, const std::string& what) {
     if (!reading.is_independent(subject.written_id) && !reading.defer()) {
-        reading.warn_at(offset, what + " of " + subject.label() + " is left out: there is no such thing");
+        reading.warn_at(offset, what + " of " + subject.label() + " is left out: it is not defined");
     }
 }
 

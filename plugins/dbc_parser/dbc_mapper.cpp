@@ -43,7 +43,7 @@ void settle_layout(dbc_message& message, const warning_sink& warn) {
     const uint32_t declared_size = message.size;
     for (const dbc_signal& signal : message.signals) {
         if (signal.bits.end() > declared_size && declared_size != 0) {
-            warn(signal.offset, label_of(message, signal.name) + " ends behind the message's " +
+            warn(signal.offset, label_of(message, signal.name) + " ends after the message's " +
                                     std::to_string(declared_size) + " bytes");
         }
         message.size = std::max(message.size, signal.bits.end());

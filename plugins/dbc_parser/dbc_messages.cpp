@@ -25,7 +25,7 @@ std::string_view read_name(dbc_cursor& cursor, const char* what) {
     if (end == std::string_view::npos || end == 0 || line[end] != ':') {
         cursor.read_word(what);
         cursor.skip_blanks();
-        cursor.fail_expected("':' behind the name");
+        cursor.fail_expected("':' after the name");
     }
     cursor.set_offset(cursor.offset() + end + 1);
     return line.substr(0, line.find_last_not_of(blanks, end - 1) + 1);
@@ -45,11 +45,11 @@ bool accept_message_id(reading& reading, size_t offset, dbc_message& message) {
     }
     if (id <= highest_extended_id) {
         reading.warn_at(offset, label_of(message) + ": the id " + std::to_string(id) +
-                                    " has more than 11 bits and is taken as a 29-bit id");
+                                    " has more than 11 bits and is treated as a 29-bit id");
         message.frame_id = static_cast<uint32_t>(id | extended_id_flag);
         return true;
     }
-    reading.warn_at(offset, label_of(message) + " is left out: the id " + std::to_string(id) + " is no CAN id");
+    reading.warn_at(offset, label_of(message) + " is left out: the id " + std::to_string(id) + " is not a CAN id");
     return false;
 }
 
@@ -59,7 +59,8 @@ void begin_message(reading& reading, dbc_message message) {
     reading.message_was_left_out = false;
     if (known != nullptr && known->name == message.name) {
         reading.warn_at(message.offset,
-                        label_of(message) + " stands in the file before; signals that it did not have join it");
+                        label_of(message) +
+                            " is defined again; signals that the first definition lacks are added to it");
         reading.message_index = static_cast<size_t>(known - reading.file.messages.data());
         reading.message = &reading.file.messages[reading.message_index];
         reading.message->size = std::max(reading.message->size, message.size);
@@ -110,11 +111,11 @@ void read_bits(dbc_cursor& cursor, dbc_signal& signal) {
     cursor.skip_white();
     const size_t offset = cursor.offset();
     const uint64_t start = cursor.read_unsigned("the start bit");
-    cursor.expect('|', "'|' behind the start bit");
+    cursor.expect('|', "'|' after the start bit");
     cursor.skip_white();
     const size_t length_offset = cursor.offset();
     const uint64_t length = cursor.read_unsigned("the number of bits");
-    cursor.expect('@', "'@' behind the number of bits");
+    cursor.expect('@', "'@' after the number of bits");
     cursor.skip_white();
     const char order = cursor.peek();
     if (order != '0' && order != '1') {
@@ -131,7 +132,8 @@ void read_bits(dbc_cursor& cursor, dbc_signal& signal) {
         throw statement_error(length_offset, "a signal has 1 to 64 bits, not " + std::to_string(length));
     }
     if (start >= 8 * longest_message) {
-        throw statement_error(offset, "the start bit " + std::to_string(start) + " is beyond any message");
+        throw statement_error(offset,
+                              "the start bit " + std::to_string(start) + " is greater than that of any message");
     }
     signal.bits = lay_out(static_cast<uint32_t>(start), static_cast<uint32_t>(length), order == '0');
     signal.is_signed = sign == '-';
@@ -141,9 +143,9 @@ void read_bits(dbc_cursor& cursor, dbc_signal& signal) {
 void read_conversion(dbc_cursor& cursor, dbc_signal& signal) {
     cursor.expect('(', "'(' before the factor");
     signal.factor = cursor.read_number("the factor");
-    cursor.expect(',', "',' behind the factor");
+    cursor.expect(',', "',' after the factor");
     signal.summand = cursor.read_number("the offset");
-    cursor.expect(')', "')' behind the offset");
+    cursor.expect(')', "')' after the offset");
 }
 
 // "[minimum|maximum]". Limits change no value: without them the signal is as good.
@@ -153,9 +155,9 @@ void read_limits(const reading& reading, dbc_signal& signal) {
     try {
         cursor.expect('[', "'[' before the limits");
         signal.minimum = cursor.read_number("the minimum");
-        cursor.expect('|', "'|' behind the minimum");
+        cursor.expect('|', "'|' after the minimum");
         signal.maximum = cursor.read_number("the maximum");
-        cursor.expect(']', "']' behind the maximum");
+        cursor.expect(']', "']' after the maximum");
     } catch (const statement_error& fault) {
         signal.minimum = signal.maximum = 0.0;
         reading.warn_at(fault.offset,
@@ -219,7 +221,7 @@ void read_message(reading& reading) {
     }
     if (size > longest_message) {
         reading.warn_at(size_offset, label_of(message) + ": the length " + std::to_string(size) +
-                                         " is beyond any message and is taken from the signals");
+                                         " is greater than 1785; the length that the signals need is used");
     } else {
         message.size = static_cast<uint32_t>(size);
     }

@@ -40,7 +40,7 @@ void read_new_symbols(reading& reading) {
 // Names on the line, and on the lines behind it up to one that begins a section.
 void pass_nodes(reading& reading) {
     dbc_cursor& cursor = reading.cursor;
-    cursor.expect(':', "':' behind BU_");
+    cursor.expect(':', "':' after BU_");
     for (cursor.skip_white(); !cursor.at_end() && find_section(cursor.peek_word()) == nullptr; cursor.skip_white()) {
         const auto word = cursor.peek_word();
         if (word.empty() && cursor.peek() != ',' && cursor.peek() != ';') {

@@ -31,7 +31,7 @@ signal_reference read_signal_reference(dbc_cursor& cursor) {
 void miss(reading& reading, const signal_reference& signal, const char* what) {
     if (!reading.is_independent(signal.written_id) && !reading.defer()) {
         reading.warn_at(signal.offset,
-                        std::string(what) + " of " + signal.label() + " is left out: there is no such signal");
+                        std::string(what) + " of " + signal.label() + " is left out: the signal is not defined");
     }
 }
 
@@ -93,7 +93,7 @@ std::string read_table_entries(reading& reading, const Label& label) {
             if (const auto value = stored_value(number)) {
                 append_entry(table, *value, text);
             } else {
-                reading.warn_at(offset, label() + ": the text of a value that is no integer is left out");
+                reading.warn_at(offset, label() + ": the text of a value that is not an integer is left out");
             }
         }
         end_statement(cursor);
@@ -120,7 +120,7 @@ std::shared_ptr<const std::string> read_named_table(reading& reading, const sign
     }
     if (found->second->size() > reading.file.room) {
         reading.warn_at(signal.offset, signal.label() + ": the value table is left out: the tables of the file's " +
-                                           "signals are longer than any real file's");
+                                           "signals are too long");
         return nullptr;
     }
     reading.file.room -= found->second->size();
@@ -191,7 +191,7 @@ void read_signal_value_type(reading& reading) {
         signal->type = type == 1 ? value_type::float32 : value_type::float64;
     } else if (type != 0) {
         reading.warn_at(reference.offset, reference.label() + " stays an integer: value type " + std::to_string(type) +
-                                              " does not go with " + std::to_string(signal->bits.bit_length) + " bits");
+                                              " does not match " + std::to_string(signal->bits.bit_length) + " bits");
     }
 }
 

@@ -100,7 +100,7 @@ private:
             return none;
         }
         if (root_ == none || root_ == index) {
-            warn(index, ": the message has no selector, the signal counts as always there");
+            warn(index, ": the message has no selector, the signal counts as always present");
             return none;
         }
         signal.ranges = {{*signal.multiplex_value, *signal.multiplex_value}};
@@ -122,7 +122,7 @@ private:
                 for (size_t member = at, next = none; selectors_[member] != none; member = next) {
                     next = selectors_[member];
                     selectors_[member] = none;
-                    warn(member, ": its selectors select each other, the signal counts as always there");
+                    warn(member, ": its selectors select each other, the signal counts as always present");
                 }
             }
             for (const size_t passed : way) {
@@ -163,7 +163,7 @@ private:
         std::vector<dbc_signal> kept;
         for (size_t index = 0; index < states_.size(); ++index) {
             if (states_[index] == state::homeless) {
-                warn(index, " is left out: the conditions of the file's signals are longer than any real file's");
+                warn(index, " is left out: the conditions of the file's signals are too long");
             } else {
                 kept.push_back(std::move(message_.signals[index]));
             }

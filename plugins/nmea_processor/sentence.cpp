@@ -34,7 +34,7 @@ bool is_letter_or_digit(char character) noexcept {
     return qor::is_letter(character) || qor::is_digit(character);
 }
 
-// What stands between '$' and checksum; nothing when the checksum does not fit. Requires: a piece that is not empty.
+// What stands between '$' and checksum; nothing when the checksum does not match. Requires: a piece that is not empty.
 std::string_view checked_content(std::string_view piece, bool& has_checksum) noexcept {
     constexpr size_t checksum_size = 3; // "*hh"
     const size_t star = piece.find('*');

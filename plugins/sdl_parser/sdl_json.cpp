@@ -52,7 +52,7 @@ public:
         level& object = open_.back();
         object.last_key = key;
         if (!object.value->get_ref<json::object_t&>().try_emplace(key).second) {
-            throw sdl_error(pointer() + ": the key stands here twice");
+            throw sdl_error(pointer() + ": the key is here twice");
         }
         return true;
     }

@@ -45,7 +45,7 @@ void check_unique(const sdl_value& list, const std::vector<sdl_node>& nodes) {
     std::unordered_set<std::string_view> names;
     for (size_t index = 0; index < nodes.size(); ++index) {
         if (!names.insert(nodes[index].name).second) {
-            list.at(index).at("name").reject("the name \"" + nodes[index].name + "\" stands here twice");
+            list.at(index).at("name").reject("the name \"" + nodes[index].name + "\" is here twice");
         }
     }
 }
@@ -96,7 +96,7 @@ uint64_t read_members(const sdl_value& parent, unsigned depth, std::vector<sdl_n
         const bool is_group = value.has("members");
         read_common(value, is_group ? QOR_TYPE_NODE_GROUP : QOR_TYPE_NODE_SIGNAL, node);
         if (!value.has("at") && next_offset > uint32_maximum) {
-            value.reject("the members before this one end behind byte " + std::to_string(uint32_maximum));
+            value.reject("the members before this one end after byte " + std::to_string(uint32_maximum));
         }
         is_group ? read_group(value, next_offset, depth, node) : read_signal(value, next_offset, node);
         next_offset = end_of(node);
@@ -115,7 +115,7 @@ void read_object(const sdl_value& value, sdl_node& node) {
     object.element_size = read_size(value, read_members(value, 1, node.children));
     const uint64_t size = uint64_t{object.element_count} * object.element_size;
     if (size - 1 > std::numeric_limits<uint64_t>::max() - object.address) {
-        value.at("address").reject("the object's " + std::to_string(size) + " bytes end behind the last address");
+        value.at("address").reject("the object's " + std::to_string(size) + " bytes end after the last address");
     }
 }
 

@@ -42,7 +42,7 @@ std::array<double, 6> read_coefficients(const sdl_value& value) {
         return linear;
     }
     if (value.has("factor") || value.has("offset")) {
-        coefficients->reject("\"coefficients\" cannot stand beside \"factor\" or \"offset\"");
+        coefficients->reject("\"coefficients\" cannot be combined with \"factor\" or \"offset\"");
     }
     if (coefficients->size() != 6) {
         coefficients->fail(
@@ -68,7 +68,7 @@ uint32_t bytes_of_element(const sdl_value& value, const scalar& stored, const qo
     }
     if (!layout.is_complete()) {
         value.reject("the value of " + std::to_string(signal.bit_length) +
-                     " bits runs out of its first byte: from bit " + std::to_string(signal.bit_offset) +
+                     " bits does not fit into its first byte: from bit " + std::to_string(signal.bit_offset) +
                      " on there are " + std::to_string(8 * layout.byte_count - layout.shift));
     }
     return static_cast<uint32_t>(layout.end_byte());
@@ -127,7 +127,7 @@ void read_limits(const sdl_value& value, qor_signal_node_t& signal) {
     signal.minimum = value.has("minimum") ? value.at("minimum").number() : 0.0;
     signal.maximum = value.has("maximum") ? value.at("maximum").number() : 0.0;
     if (signal.minimum > signal.maximum) {
-        value.at(value.has("minimum") ? "minimum" : "maximum").reject("the minimum lies above the maximum");
+        value.at(value.has("minimum") ? "minimum" : "maximum").reject("the minimum is greater than the maximum");
     }
 }
 

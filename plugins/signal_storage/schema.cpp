@@ -76,7 +76,7 @@ void check_marks(database& database) {
     const std::int64_t version = database.query_integer("PRAGMA user_version");
     if (version > schema_version) {
         database.fail("the file has schema version " + std::to_string(version) +
-                      ", this program knows versions up to " + std::to_string(schema_version));
+                      ", this program reads versions up to " + std::to_string(schema_version));
     }
     if (version == version_without_digests) {
         database.fail("the file has schema version 1, which has no digests that show damage; register its descriptions "

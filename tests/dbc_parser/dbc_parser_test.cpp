@@ -48,7 +48,7 @@ two"
 CAN.M @1 8 bytes
 CAN.M.a 0+0|8@0 1 bytes uint8 "text"
 CAN.M.b 1+0|8@0 1 bytes uint8
-! 6:7 message 'M' stands in the file before; signals that it did not have join it
+! 6:7 message 'M' is defined again; signals that the first definition lacks are added to it
 )");
     // Hardly a text at all.
     const std::string expected = "expected a section of a DBC such as VERSION, BU_ or BO_, found ";

@@ -71,8 +71,9 @@ TEST(candump_reader, reads_lines_as_the_page_shows) {
             return is_frame ? "    " + result : std::string(std::stoul(result) - 1, ' ') + '^' + result.substr(blank);
         });
     expect_line("  (1.5)\tcan0  064#0102 \t", "1.5 can0 100 0 2 0102");
-    expect_line(std::string("(1.5) c\0n 064#00", 16), "7 the interface has no printable name of at most 254 bytes");
-    expect_line(std::string("(1.5) can0 064#00 \0", 19), "19 the frame is followed by what does not belong to it");
+    expect_line(std::string("(1.5) c\0n 064#00", 16),
+                "7 the name of the interface is not printable or longer than 254 bytes");
+    expect_line(std::string("(1.5) can0 064#00 \0", 19), "19 the frame is followed by unexpected characters");
 }
 
 // Lines of a known shape are read on a road of their own: what a line gives must not depend on the line before it.
@@ -97,12 +98,12 @@ TEST(candump_reader, reads_a_line_alike_whatever_came_before) {
 
 TEST(candump_reader, goes_on_behind_a_damaged_line_and_counts_blank_ones) {
     EXPECT_EQ(told("(1.0) can0 001#AA\r\n\r\n \t\nnoise\n\n(2.0) can1 002#BB"),
-              "1 1.0 can0 1 0 1 AA\n4 1 a time in parentheses was expected\n6 2.0 can1 2 0 1 BB\n");
+              "1 1.0 can0 1 0 1 AA\n4 1 the line does not begin with a time in parentheses\n6 2.0 can1 2 0 1 BB\n");
 }
 
 TEST(candump_reader, passes_over_a_byte_order_mark_at_the_beginning_alone) {
     const std::string mark = "\xEF\xBB\xBF", line = "(1.0) can0 001#AA\n";
-    const std::string damaged = " 1 a time in parentheses was expected\n";
+    const std::string damaged = " 1 the line does not begin with a time in parentheses\n";
     EXPECT_EQ(told(mark + line + mark + line), "1 1.0 can0 1 0 1 AA\n2" + damaged);
     EXPECT_EQ(told(mark + line, 1), "1 1.0 can0 1 0 1 AA\n");
     EXPECT_EQ(told(mark + "\n" + line), "2 1.0 can0 1 0 1 AA\n");
@@ -143,7 +144,7 @@ TEST(candump_reader, keeps_memory_bounded_on_a_line_without_end) {
     EXPECT_EQ(largest, 8192u);
     // A legal frame followed by blanks beyond all measure is damaged too.
     EXPECT_EQ(told("(1.0) can0 001#AA" + std::string(10000, ' ') + "\n(2.0) can0 001#BB\n"),
-              "1 4097 the line goes on for more than 4096 bytes\n2 2.0 can0 1 0 1 BB\n");
+              "1 4097 the line is longer than 4096 bytes\n2 2.0 can0 1 0 1 BB\n");
 }
 
 TEST(candump_reader, knows_a_limited_number_of_interfaces) {
@@ -152,7 +153,7 @@ TEST(candump_reader, knows_a_limited_number_of_interfaces) {
         text += std::string("(1.0) c") + std::to_string(channel) + " 001#\n";
     }
     text += "(1.0) c7 001#\n";
-    EXPECT_THAT(told(text), ::testing::EndsWith("257 7 the log names more than 256 interfaces\n258 1.0 c7 1 0 0\n"));
+    EXPECT_THAT(told(text), ::testing::EndsWith("257 7 the log has more than 256 interfaces\n258 1.0 c7 1 0 0\n"));
 }
 
 } // namespace

@@ -84,7 +84,7 @@ void compare(const dynamic_type& type, random_types& chance) {
     collect(type, 0, leaves);
     record_plan plan(type);
     ASSERT_EQ(plan.rows().size(), leaves.size());
-    const std::uint32_t left_out = chance.below(3); // each third or second row is not asked for, or none
+    const std::uint32_t left_out = chance.below(3); // each third or second row is not selected, or none
     std::vector<std::uint32_t> kept;
     for (std::uint32_t row = 0; row < leaves.size(); ++row) {
         if (left_out == 0 || row % (left_out + 1) != 0) {

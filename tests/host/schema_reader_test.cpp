@@ -47,10 +47,10 @@ TEST(SchemaReader, NamesThePlaceOfAFault) {
     const std::string annotated =
         R"({"kind":"uint32","name":"uint32_t","size":4,"annotations":[{"name":"a","parameters":[)";
     const fault rows[] = {
-        {nullptr, structure.substr(0, 40), "offset 41: the text is no JSON"},
+        {nullptr, structure.substr(0, 40), "offset 41: the text is not valid JSON"},
         {nullptr, "{}", "the schema: 'kind' is missing"},
         {nullptr, R"({"kind":"float64","name":"double","size":8})", "/kind: there is no type of kind 'float64'"},
-        {nullptr, R"({"kind":"thing","name":"","size":8})", "/kind: 'thing' is no kind of type"},
+        {nullptr, R"({"kind":"thing","name":"","size":8})", "/kind: 'thing' is not a kind of type"},
         {"[{", "[1,{", "/members/0: expected an object"},
         {R"("members":[)", R"("members":7,"x":[)", "/members: expected an array"},
         {R"("offset":0)", R"("offset":-1)",

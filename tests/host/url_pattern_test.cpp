@@ -79,7 +79,7 @@ TEST(UrlPattern, TellsWhatIsWrong) {
         {"CAN.", "invalid pattern 'CAN.': a level is empty at 5"},
         {"CAN..x", "invalid pattern 'CAN..x': a level is empty at 5"},
         {"CAN.\"x", "invalid pattern 'CAN.\"x': the quote is not closed at 5"},
-        {"'CAN'x", "invalid pattern ''CAN'x': expected '.' behind the quote at 6"},
+        {"'CAN'x", "invalid pattern ''CAN'x': expected '.' after the quote at 6"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(thrown<std::invalid_argument>([&] { url_pattern{row.first}; }), row.second);

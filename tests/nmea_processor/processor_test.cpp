@@ -134,7 +134,7 @@ TEST_F(NmeaProcessor, GivesARecordForEachSentenceThatUpdates) {
 }
 
 TEST_F(NmeaProcessor, AdvancesOnceForEachPackage) {
-    // The count of sentences in the only record; a package that was not asked for leaves nothing behind.
+    // The count of sentences in the only record; a package that was not selected leaves nothing behind.
     const auto last = [&](uint64_t subscription, const std::string& text) {
         const auto records = process(subscription, text);
         EXPECT_LE(records.size(), 1u);

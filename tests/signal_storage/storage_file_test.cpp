@@ -83,7 +83,7 @@ TEST_F(StorageFile, RefusesOtherFilesAndNewerAndDamagedCatalogues) {
     const std::tuple<std::string, const char*, const char*> cases[] = {
         {"VERSION \"\"\n\nNS_ :\n" + std::string(5000, '\n'), "", "file is not a database"},
         {"", "PRAGMA application_id = 77", "the file is a database of another application"},
-        {whole, "PRAGMA user_version = 3", "the file has schema version 3, this program knows versions up to 2"},
+        {whole, "PRAGMA user_version = 3", "the file has schema version 3, this program reads versions up to 2"},
         {whole, "DROP TABLE description_text", "the file is damaged: tables of the catalogue are missing"},
         {whole.substr(0, whole.size() / 2), "", "malformed"},
     };

@@ -30,7 +30,7 @@ protected:
         made.close();
     }
 
-    // Paths of the messages for an id, "-" for an unknown id, "!" for one not asked for.
+    // Paths of the messages for an id, "-" for an unknown id, "!" for one not selected.
     static std::string of(interface_routes& bus, std::uint32_t id) {
         const std::uint32_t number = bus.find(id);
         std::string text(number == interface_routes::unknown        ? "-"
@@ -139,7 +139,7 @@ TEST_F(routes, exclude_the_ids_that_no_term_accepts) {
     add("group", 0x98FEF100, true, QOR_OBJECT_PARAMETER_GROUP);
     add("whole", 0x98FEF1AB);
     add("not subscribed to", 0x103);
-    add("not asked for", 0x104, false);
+    add("not selected", 0x104, false);
     for (const auto& [filter, kept, whole] : cases) {
         interface_routes filtered(3, "can3", false);
         make_routes(filtered);

@@ -170,7 +170,7 @@ TEST(parser_that_repeats_a_path, loses_the_second_message_of_it) {
     const ended run = here.shell(decode);
     EXPECT_EQ(run.code, 3);
     EXPECT_EQ(run.out, "timestamp,signal,value,unit\n1.0,can0.Lines.E.a,1,\n1.2,can0.Lines.F_1.b,3,\n");
-    EXPECT_NE(run.err.find("twice.lines: warning: 'Lines.E' is left out: another one before it has the path\n"),
+    EXPECT_NE(run.err.find("twice.lines: warning: 'Lines.E' is left out: an earlier one has the same path\n"),
               std::string::npos)
         << run.err;
     EXPECT_EQ(here.shell(decode + " --strict").code, 1);

@@ -34,10 +34,10 @@ exit_code show(const CLI::App& app, const CLI::ParseError& error) {
 
 exit_code run(int argc, char** argv) {
     CLI::App app("Named, typed physical values out of recorded measurement data", "tavi");
-    app.set_version_flag("--version", "tavi " QOR_BUILD_VERSION, "Print the version and end");
-    app.set_help_flag("-h,--help", "Print this help and end");
+    app.set_version_flag("--version", "tavi " QOR_BUILD_VERSION, "Print the version and exit");
+    app.set_help_flag("-h,--help", "Print this help and exit");
     app.require_subcommand(1);
-    app.footer("tavi COMMAND --help tells of a command.");
+    app.footer("tavi COMMAND --help describes a command.");
     decode_options decode;
     tree_options tree;
     schema_options schema;
@@ -54,7 +54,7 @@ exit_code run(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (argc > 1 && argv[1][0] != '-' && app.get_subcommands().empty()) {
-            std::fprintf(stderr, "There is no command '%s'\nRun with --help for more information.\n",
+            std::fprintf(stderr, "Unknown command '%s'\nRun with --help for more information.\n",
                          printable(argv[1]).c_str());
             return exit_code::usage;
         }

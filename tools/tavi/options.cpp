@@ -18,7 +18,7 @@ constexpr int most_memory = 1 << 30;
 
 // An empty text would count as an option that was not given: most often a variable of a script that was not set.
 CLI::Validator not_empty() {
-    return {[](const std::string& text) -> std::string { return text.empty() ? "expected a text, found none" : ""; },
+    return {[](const std::string& text) -> std::string { return text.empty() ? "expected a value, found an empty text" : ""; },
             ""};
 }
 
@@ -26,7 +26,7 @@ CLI::Validator not_empty() {
 CLI::Validator written_file(bool may_be_standard) {
     return {[may_be_standard](std::string& path) -> std::string {
                 if (path.empty() || (path == "-" && !may_be_standard)) {
-                    return path.empty() ? "expected a text, found none" : "expected a file, found standard output";
+                    return path.empty() ? "expected a value, found an empty text" : "expected a file, found standard output";
                 }
                 path = path == "-" ? "" : path;
                 return "";
@@ -42,26 +42,26 @@ void add_catalogue_options(CLI::App& command, catalogue_options& options, const 
                            const char* signature_name) {
     command
         .add_option("-d,--description", options.descriptions,
-                    "Description of what the log holds (.dbc, .sdl). May be given several times")
+                    "Description of the recorded data (.dbc, .sdl). May be repeated")
         ->type_name(description_name)
         ->allow_extra_args(false);
     CLI::Option& storage = add_storage_option(
         command, options,
-        "Where the catalogue is kept, for example file:catalogue.db3 (default: in memory). Without -d and --signature "
-        "all that it holds is used");
+        "Catalogue of descriptions, for example file:catalogue.db3 (default: in memory). Without -d and --signature "
+        "all its descriptions are used");
     command
         .add_option("--signature", options.signatures,
-                    "Description that the catalogue holds (see tavi register). May be given several times")
+                    "Description in the catalogue, by the signature that tavi register prints. May be repeated")
         ->type_name(signature_name)
         ->allow_extra_args(false)
         ->needs(&storage);
-    command.add_flag("--strict", options.strict, "Stop with exit code 1 at the first thing that would be skipped");
+    command.add_flag("--strict", options.strict, "Stop with exit code 1 at the first damage or warning");
 }
 
 void add_pattern_option(CLI::App& command, std::vector<std::string>& patterns, const std::string& what) {
     command
         .add_option("-s,--signal", patterns,
-                    what + ", as View.Message.Signal with * and ? (default: all). May be given several times")
+                    what + ", as View.Message.Signal with * and ? (default: all). May be repeated")
         ->type_name("PATTERN")
         ->allow_extra_args(false);
 }
@@ -111,68 +111,68 @@ void add_decode_options(CLI::App& app, decode_options& options) {
         format_words += formats.empty() ? std::string(format.name) + " (default)" : std::string(" or ") + format.name;
         formats.emplace(format.name, formats.size());
     }
-    command.add_option("-f,--format", options.format, "Form of the output: " + format_words)
+    command.add_option("-f,--format", options.format, "Format of the output: " + format_words)
         ->type_name("FORMAT")
         ->transform(one_of(formats));
     const std::map<std::string, input_kind> inputs{{"candump", input_kind::candump}, {"nmea", input_kind::nmea}};
     CLI::Option& input =
-        *command.add_option("--input", options.input, "What LOG is: candump or nmea (default: as it begins)")
+        *command.add_option("--input", options.input, "Format of LOG: candump or nmea (default: detected)")
              ->type_name("KIND")
              ->transform(one_of(inputs));
     command
         .add_option("--memory", options.memory,
-                    "LOG is a piece of memory, read at address=0x20000000 or address=0x20000000,cycle=5")
+                    "LOG is a memory image that begins at address=0x20000000 or address=0x20000000,cycle=5")
         ->type_name("PLACE")
         ->check(not_empty())
         ->excludes(&input);
     command.add_flag("--no-formula-guard", options.no_formula_guard,
-                     "Write texts that a spreadsheet would run as a formula without a ' in front");
-    command.add_option("-o,--output", options.output, "File to write instead of standard output, which is -")
+                     "Do not write ' before texts that a spreadsheet would run as a formula");
+    command.add_option("-o,--output", options.output, "File to write (default: -, standard output)")
         ->type_name("FILE")
         ->transform(written_file(true));
     command
         .add_option("-j,--jobs", options.jobs,
-                    "Processors to decode a candump log with (default: all there are); the output is the same")
+                    "Threads for a candump log (default: one for each processor); the output is the same")
         ->type_name("N")
         ->check(CLI::Range(1, most_jobs).description(""));
-    command.add_flag("--j1939", options.j1939, "Match 29-bit ids that no message has by parameter group number");
-    command.add_option("--report", options.report, "File for the account of the run, as one line of JSON")
+    command.add_flag("--j1939", options.j1939, "Match 29-bit ids that no message has by their parameter group number");
+    command.add_option("--report", options.report, "File for the summary of the run, as one line of JSON")
         ->type_name("FILE")
         ->transform(written_file(false));
     command.footer(
-        "A description with SOURCE= is for the interface of that name only.\n"
-        "Exit codes: 0 all decoded, 1 not done, 2 wrong usage, 3 done but something was damaged or skipped,\n"
+        "SOURCE= limits a description to the interface of that name.\n"
+        "Exit codes: 0 all decoded, 1 failed, 2 wrong usage, 3 decoded, but something was damaged or left out,\n"
         "4 a plug-in failed or is missing.");
 }
 
 void add_tree_options(CLI::App& app, tree_options& options) {
-    CLI::App& command = *app.add_subcommand("tree", "Show what descriptions hold");
+    CLI::App& command = *app.add_subcommand("tree", "Show the contents of descriptions");
     add_catalogue_options(command, options.catalogue, "FILE", "SIGNATURE");
 }
 
 void add_schema_options(CLI::App& app, schema_options& options) {
     CLI::App& command = *app.add_subcommand("schema", "Show the layout of a message or signal as JSON");
-    command.add_option("EXPRESSION", options.expression, "What to show, as View.Message or View.Message.Signal")
+    command.add_option("EXPRESSION", options.expression, "Message or signal, as View.Message or View.Message.Signal")
         ->type_name("")
         ->required();
     add_catalogue_options(command, options.catalogue, "FILE", "SIGNATURE");
 }
 
 void add_plugins_options(CLI::App& app, plugins_options& options) {
-    CLI::App& command = *app.add_subcommand("plugins", "List the libraries beside the extractor, or check a plug-in");
+    CLI::App& command = *app.add_subcommand("plugins", "List the installed plug-ins, or check one");
     CLI::Option& check =
-        *command.add_option("--check", options.check, "Plug-in to load and to try as a host would, in a process apart")
+        *command.add_option("--check", options.check, "Plug-in to check: it is loaded and called in a separate process")
              ->type_name("FILE")
              ->check(not_empty());
-    command.add_option("--time-limit", options.time_limit, "Seconds that the check may take (default: 10)")
+    command.add_option("--time-limit", options.time_limit, "Longest time for the check (default: 10)")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 3600.0).description(""))
         ->needs(&check);
-    command.add_option("--memory-limit", options.memory_limit, "Memory that the check may take (default: 1024)")
+    command.add_option("--memory-limit", options.memory_limit, "Most memory for the check (default: 1024)")
         ->type_name("MIB")
         ->check(CLI::Range(least_memory, most_memory).description(""))
         ->needs(&check);
-    command.add_option("--recording", options.recording, "Recording that a recording reader is to read as well")
+    command.add_option("--recording", options.recording, "Recording that a recording reader also has to read")
         ->type_name("FILE")
         ->check(CLI::ExistingFile);
     command.add_option(check_in_child_option, options.check_in_child)->group("")->excludes(&check);
@@ -181,31 +181,31 @@ void add_plugins_options(CLI::App& app, plugins_options& options) {
             throw CLI::RequiresError("--recording", "--check");
         }
     });
-    command.footer("The list shows file, kind, version and the formats or description types that are served.\n"
-                   "Exit codes: 0 all fit for use, 1 not done, 2 wrong usage, 4 a plug-in is not, whatever it did.");
+    command.footer("The list has a line for each plug-in: file, kind, version, and its formats or description types.\n"
+                   "Exit codes: 0 all plug-ins are usable, 1 failed, 2 wrong usage, 4 a plug-in is not usable.");
 }
 
 void add_filter_options(CLI::App& app, filter_options& options) {
-    CLI::App& command = *app.add_subcommand("filter", "Show what a reader of packages has to let through");
+    CLI::App& command = *app.add_subcommand("filter", "Print the filter for a reader of packages");
     add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE", "[SOURCE=]SIGNATURE");
-    add_pattern_option(command, options.patterns, "Signals that are wanted");
+    add_pattern_option(command, options.patterns, "Signals to read");
     command.add_option("--source", options.source, "Interface, for descriptions with SOURCE=")->type_name("SOURCE");
     command.footer("The filter is one line, for the first interface of a log (SourceId 16, Instance 0).");
 }
 
 void add_register_options(CLI::App& app, register_options& options) {
-    CLI::App& command = *app.add_subcommand("register", "Keep descriptions in a catalogue on disk");
+    CLI::App& command = *app.add_subcommand("register", "Store descriptions in a catalogue on disk");
     command
         .add_option("-d,--description", options.catalogue.descriptions,
-                    "Description to keep. May be given several times")
+                    "Description to store. May be repeated")
         ->type_name("FILE")
         ->required()
         ->allow_extra_args(false);
-    add_storage_option(command, options.catalogue, "The catalogue, for example file:catalogue.db3; made when missing")
+    add_storage_option(command, options.catalogue, "Catalogue, for example file:catalogue.db3; created if it does not exist")
         .required();
     command.add_flag("--strict", options.catalogue.strict, "Refuse descriptions with warnings");
-    command.footer("Prints signature and file of each, separated by a tab. A later command with the same --storage\n"
-                   "uses them by --signature, or all of them without, and parses nothing.");
+    command.footer("Prints the signature and file of each, separated by a tab. Later commands with the same --storage\n"
+                   "use them by --signature, or all without it, and parse nothing.");
 }
 
 } // namespace tavi::tool

@@ -25,7 +25,7 @@ struct details_holder {
 
 [[noreturn]] void fail(std::uint32_t status, const qor_error_details_t* details) {
     const char* const text = qor_error_details_get_description(details);
-    throw error(status, text != nullptr ? text : "the extractor gave no reason");
+    throw error(status, text != nullptr ? text : "the extractor reported no reason");
 }
 
 // Calls a function of the C interface with its last argument, and throws what it reports.

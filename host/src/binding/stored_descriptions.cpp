@@ -17,12 +17,12 @@ constexpr std::size_t signature_room = 512;
 void check(std::uint32_t status, qor_error_details_t* details) {
     if (details != nullptr) {
         const char* const text = qor_error_details_get_description(details);
-        const error failure(status, text != nullptr ? text : "the signal storage gave no reason");
+        const error failure(status, text != nullptr ? text : "the signal storage reported no reason");
         qor_error_details_destroy(details);
         throw failure;
     }
     if (status != QOR_STATUS_OK) {
-        throw error(status, "the signal storage gave no reason");
+        throw error(status, "the signal storage reported no reason");
     }
 }
 

@@ -67,7 +67,7 @@ url_pattern::url_pattern(std::string_view pattern) : text_(pattern) {
                 next.text += pattern[at];
             }
             if (++at < pattern.size() && pattern[at] != '.' && pattern[at] != '[') {
-                fail(pattern, "expected '.' behind the quote", at);
+                fail(pattern, "expected '.' after the quote", at);
             }
         } else {
             at = std::min(pattern.find_first_of(".[", at), pattern.size());
@@ -111,7 +111,7 @@ std::size_t url_pattern::read_filter(level& read, std::size_t at) {
         fail(text_, "the bracket is not closed", at);
     }
     if (close + 1 < text_.size() && text_[close + 1] != '.') {
-        fail(text_, "expected '.' behind the bracket", close + 1);
+        fail(text_, "expected '.' after the bracket", close + 1);
     }
     return close + 1;
 }

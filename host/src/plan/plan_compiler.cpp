@@ -173,7 +173,7 @@ void plan_compiler::add_type(const xtypes::dynamic_type& type, const std::string
     } else if (xtypes::has_flag(type.kind(), xtypes::signal_flag)) {
         add_signal(static_cast<const xtypes::signal_type_base&>(type), name, offset, tree);
     } else {
-        throw std::invalid_argument("'" + name + "' of type '" + type.name() + "' is no structure, array or signal");
+        throw std::invalid_argument("'" + name + "' of type '" + type.name() + "' is not a structure, array or signal");
     }
 }
 

@@ -102,7 +102,7 @@ public:
         }
         const auto kind = xtypes::kind_of_name(text());
         if (!kind) {
-            fail("'" + text() + "' is no kind of type");
+            fail("'" + text() + "' is not a kind of type");
         }
         return *kind;
     }
@@ -283,7 +283,7 @@ type_pointer read_schema(std::string_view text) {
     try {
         document = json::parse(text);
     } catch (const json::parse_error& error) {
-        throw schema_error("offset " + std::to_string(error.byte) + ": the text is no JSON");
+        throw schema_error("offset " + std::to_string(error.byte) + ": the text is not valid JSON");
     } catch (const json::exception& error) {
         throw schema_error(std::string("the schema: ") + error.what());
     }

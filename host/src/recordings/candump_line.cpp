@@ -11,10 +11,10 @@ namespace tavi::host {
 
 namespace {
 
-constexpr const char* time_hint = "a time reads (seconds.fraction), for example (1436509052.249713)";
+constexpr const char* time_hint = "expected (SECONDS.FRACTION), for example (1436509052.249713)";
 constexpr const char* id_hint =
-    "3 hexadecimal digits are an 11-bit id (up to 7FF), 8 digits a 29-bit id (up to 1FFFFFFF)";
-constexpr const char* data_hint = "data are pairs of hexadecimal digits; R stands for a remote frame, ## begins CAN FD";
+    "expected 3 hexadecimal digits for an 11-bit id (up to 7FF) or 8 for a 29-bit id (up to 1FFFFFFF)";
+constexpr const char* data_hint = "expected pairs of hexadecimal digits, R for a remote frame or ## for CAN FD";
 
 const char* skip_digits(const char* at, const char* end) noexcept {
     return std::find_if(at, end, [](char character) { return character < '0' || character > '9'; });
@@ -23,21 +23,21 @@ const char* skip_digits(const char* at, const char* end) noexcept {
 bool parse_time(candump_cursor& line, std::string_view& time) {
     line.skip_blanks();
     if (line.done() || *line.at != '(') {
-        return line.fail(line.at, "a time in parentheses was expected", candump_line_hint);
+        return line.fail(line.at, "the line does not begin with a time in parentheses", candump_line_hint);
     }
     const char* first = ++line.at;
     line.at = skip_digits(line.at, line.end);
     const char* const point = line.at;
     if (point == first || point == line.end || *point != '.') {
-        return line.fail(point, point == line.end ? "the line ends inside the time" : "the time is no seconds.fraction",
-                         time_hint);
+        return line.fail(
+            point, point == line.end ? "the line ends inside the time" : "the time is not SECONDS.FRACTION", time_hint);
     }
     line.at = skip_digits(point + 1, line.end);
     if (line.done()) {
         return line.fail(line.at, "the line ends inside the time", time_hint);
     }
     if (line.at == point + 1 || *line.at != ')') {
-        return line.fail(line.at, "the time is no seconds.fraction", time_hint);
+        return line.fail(line.at, "the time is not SECONDS.FRACTION", time_hint);
     }
     while (point - first > 1 && *first == '0') {
         ++first;
@@ -53,7 +53,7 @@ bool parse_time(candump_cursor& line, std::string_view& time) {
 bool parse_channel(candump_cursor& line, std::string_view& channel) {
     // Else a damaged blank would become the first character of an interface that does not exist.
     if (!line.done() && !is_candump_blank(*line.at)) {
-        return line.fail(line.at, "a blank was expected after the time", candump_line_hint);
+        return line.fail(line.at, "the time is not followed by a space", candump_line_hint);
     }
     line.skip_blanks();
     const char* const first = line.at;
@@ -107,7 +107,7 @@ bool parse_id(candump_cursor& line, std::uint32_t& id) {
         return line.fail(line.at, "the line ends inside the id or before its data", candump_line_hint);
     }
     if (*line.at != '#') {
-        return line.fail(line.at, "the id holds what is no hexadecimal digit", id_hint);
+        return line.fail(line.at, "the id contains a character that is not a hexadecimal digit", id_hint);
     }
     return line.fail(first, "the id has " + std::to_string(line.at - first) + " digits", id_hint);
 }
@@ -135,13 +135,13 @@ bool parse_data(candump_cursor& line, candump_frame& frame, std::size_t limit) {
     }
     if (length == limit) {
         return line.fail(line.at,
-                         std::to_string((last - first + 1) / 2) + " bytes of data, a " +
-                             (limit == 8 ? "classic" : "CAN FD") + " frame holds at most " + std::to_string(limit),
-                         limit == 8 ? "data of CAN FD frames begin with ## and a digit of flags" : data_hint);
+                         std::to_string((last - first + 1) / 2) + " bytes of data; a " +
+                             (limit == 8 ? "classic" : "CAN FD") + " frame has at most " + std::to_string(limit),
+                         limit == 8 ? "in CAN FD frames ## and a digit of flags come before the data" : data_hint);
     }
     if (last != line.end && !is_candump_blank(*last)) {
         line.at = last;
-        return line.fail(last, "the data hold what is no hexadecimal digit", data_hint);
+        return line.fail(last, "the data contain a character that is not a hexadecimal digit", data_hint);
     }
     return line.fail(line.at, "the data have an odd number of digits", data_hint);
 }
@@ -153,7 +153,7 @@ bool parse_remote(candump_cursor& line, candump_frame& frame) {
     if (!line.done() && !is_candump_blank(*line.at)) {
         const auto length = hex_value(*line.at);
         if (length > 8) {
-            return line.fail(line.at, "a remote frame asks for 0 to 8 bytes", data_hint);
+            return line.fail(line.at, "the length of a remote frame is not 0 to 8", data_hint);
         }
         frame.length = length;
         ++line.at;
@@ -168,7 +168,7 @@ bool parse_content(candump_cursor& line, candump_frame& frame) {
     if (!line.done() && *line.at == '#') {
         const char* const flags = ++line.at;
         if (line.done() || hex_value(*flags) > 15) {
-            return line.fail(flags, "a digit of flags was expected behind ##", data_hint);
+            return line.fail(flags, "## is not followed by a hexadecimal digit of flags", data_hint);
         }
         frame.flags = static_cast<std::uint8_t>(hex_value(*flags) | can_fd_flag);
         ++line.at;
@@ -176,8 +176,8 @@ bool parse_content(candump_cursor& line, candump_frame& frame) {
             return false;
         }
         return is_can_length(frame.length) ||
-               line.fail(flags + 1, "a CAN FD frame has no length of " + std::to_string(frame.length) + " bytes",
-                         "its lengths are 0 to 8, 12, 16, 20, 24, 32, 48 and 64 bytes");
+               line.fail(flags + 1, "a CAN FD frame cannot have " + std::to_string(frame.length) + " bytes of data",
+                         "expected 0 to 8, 12, 16, 20, 24, 32, 48 or 64 bytes");
     }
     if (!line.done() && (*line.at == 'R' || *line.at == 'r')) {
         return parse_remote(line, frame);
@@ -208,8 +208,8 @@ bool parse_tail(candump_cursor& line) {
         return true;
     }
     return line.at == first
-               ? line.fail(first, "the data hold what is no hexadecimal digit", data_hint)
-               : line.fail(line.at, "the frame is followed by what does not belong to it", candump_line_hint);
+               ? line.fail(first, "the data contain a character that is not a hexadecimal digit", data_hint)
+               : line.fail(line.at, "the frame is followed by unexpected characters", candump_line_hint);
 }
 
 } // namespace

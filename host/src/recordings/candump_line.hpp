@@ -12,7 +12,7 @@
 namespace tavi::host {
 
 inline constexpr const char* candump_line_hint =
-    "a line reads (seconds.fraction) interface id#data, as candump -L writes it";
+    "expected (SECONDS.FRACTION) INTERFACE ID#DATA, as candump -L writes it";
 
 // Digits of the seconds, leading zeros apart: fewer than 64 bits can count.
 inline constexpr std::size_t candump_longest_time = 18;

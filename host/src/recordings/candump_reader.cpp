@@ -113,13 +113,13 @@ bool candump_reader::learn_beginning(candump_cursor& line, std::string_view chan
         });
         if (!printable || channel.size() > candump_plain_line::longest_channel) {
             return line.fail(channel.data(),
-                             std::string("the interface has no printable name of at most ") +
+                             std::string("the name of the interface is not printable or longer than ") +
                                  std::to_string(candump_plain_line::longest_channel) + " bytes",
                              candump_line_hint);
         }
         const auto number = number_of(channel);
         if (!number) {
-            return line.fail(channel.data(), "the log names more than " + std::to_string(channel_limit) + " interfaces",
+            return line.fail(channel.data(), "the log has more than " + std::to_string(channel_limit) + " interfaces",
                              candump_line_hint);
         }
         found = channels_.emplace(channels_.end(), channel);
@@ -165,8 +165,7 @@ bool candump_reader::parse(candump_frame& frame) {
         return false;
     }
     if (line_is_cut_) {
-        return line.fail(line.end, "the line goes on for more than " + std::to_string(limit_) + " bytes",
-                         candump_line_hint);
+        return line.fail(line.end, "the line is longer than " + std::to_string(limit_) + " bytes", candump_line_hint);
     }
     return learn_beginning(line, channel, frame);
 }

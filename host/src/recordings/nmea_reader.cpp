@@ -15,7 +15,7 @@ constexpr std::size_t block_size = 65536;
 // Recorders fill up their buffers with zeros.
 constexpr std::string_view blanks(" \t\0", 3);
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF"; // of UTF-8
-constexpr const char* form = "a sentence reads $GPGGA,...*hh";
+constexpr const char* form = "expected a sentence such as $GPGGA,...*hh";
 // No clock of a receiver is older; it makes seconds that are never negative.
 constexpr unsigned first_year = 1970;
 constexpr std::int64_t seconds_per_day = 86400;
@@ -186,7 +186,7 @@ nmea_reader::outcome nmea_reader::next(nmea_sentence& sentence) {
         }
         if (is_too_long_) {
             at_ = line_.size();
-            fail(line_limit, "the line is longer than any sentence", form);
+            fail(line_limit, "the line is longer than 4096 bytes", form);
             return outcome::damaged;
         }
         line_.resize(without_blanks_behind(line_).size());
@@ -218,7 +218,8 @@ bool nmea_reader::take_piece(nmea_sentence& sentence) {
         const std::size_t close = line_.find('\\', begin + 1);
         if (close == std::string::npos) {
             at_ = find_start(line_, begin);
-            return fail(begin, "the tag block is not closed", "a tag block stands between two backslashes");
+            return fail(begin, "the tag block is not closed",
+                        "expected a second backslash at the end of the tag block");
         }
         begin = std::min(line_.find_first_not_of(blanks, close + 1), line_.size());
     }
@@ -234,23 +235,24 @@ bool nmea_reader::parse(std::size_t begin, std::size_t end, nmea_sentence& sente
     std::size_t star = begin + 1;
     for (; star < end && line_[star] != '*'; ++star) {
         if (line_[star] < ' ' || line_[star] > '~') {
-            return fail(star, "a character that no sentence has", "sentences are printable ASCII");
+            return fail(star, "invalid character", "expected printable ASCII characters");
         }
     }
     const std::string_view line = line_;
     if (star < end) {
         const auto checksum = checksum_of(line.substr(star + 1, end - star - 1));
         if (!checksum) {
-            return fail(star + 1, "the checksum is no two hexadecimal digits", form);
+            return fail(star + 1, "the checksum is not two hexadecimal digits", form);
         }
         if (*checksum != sum_of(line.substr(begin + 1, star - begin - 1))) {
-            return fail(star + 1, "the checksum does not fit", "a character was lost or changed on the way");
+            return fail(star + 1, "the checksum does not match",
+                        "a character was lost or changed during the recording");
         }
         checksums_came_ = true;
     } else if (at_ < line_.size()) {
-        return fail(at_, "another sentence begins here", "the end of the one before was lost on the way");
+        return fail(at_, "another sentence begins here", "the end of the sentence before it was lost");
     } else if (checksums_came_) {
-        return fail(end, "the checksum is missing", "sentences before have one: the end of this one was lost");
+        return fail(end, "the checksum is missing", "earlier sentences have one: the end of this sentence was lost");
     }
     sentence.text = line.substr(begin, end - begin);
     take_time(sentence.text);

@@ -189,8 +189,8 @@ void decode_run::decode() {
     block_output& output = output_.emplace(options_.output);
     row_writer rows(output, row_style_of(options_, output));
     if (late && log_->is_nmea()) {
-        throw command_error("tavi: error: the log is NMEA 0183, it needs no description", exit_code::usage,
-                            "--input nmea reads it, without -d");
+        throw command_error("tavi: error: the log is NMEA 0183, which has a built-in description", exit_code::usage,
+                            "use --input nmea, without -d");
     }
     started_ = true;
     rows.write_header();
@@ -260,7 +260,7 @@ void decode_run::close_after_failure() noexcept {
 
 void decode_run::print_part() {
     if (!part_.empty()) {
-        messages_.print("tavi: the rows until then are in " + printable(part_) + '\n');
+        messages_.print("tavi: the rows up to here are in " + printable(part_) + '\n');
     }
 }
 

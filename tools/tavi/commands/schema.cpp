@@ -49,7 +49,7 @@ exit_code run_schema(const schema_options& options) {
     const bool not_found = first_failure->status() == QOR_STATUS_INVALID_ARGUMENT;
     throw command_error(
         "tavi: error: " + printable(without_position(first_failure->what(), options.expression)), exit_code::failed,
-        not_found ? "an expression reads View.Message.Signal; tavi tree -d FILE shows what there is" : "");
+        not_found ? "expected View.Message.Signal; tavi tree -d FILE lists messages and signals" : "");
 }
 
 } // namespace tavi::tool

@@ -34,7 +34,7 @@ std::string read_file(const std::string& path) {
         while (const std::size_t count = file.read(block.data(), block.size())) {
             content.append(block.data(), count);
             if (content.size() > largest_description) {
-                throw command_error(printable(path) + ": error: larger than 256 MB, no description is");
+                throw command_error(printable(path) + ": error: larger than 256 MB, the limit for descriptions");
             }
         }
         // From an interrupt on the rest is not read.
@@ -173,7 +173,7 @@ void catalogue::load() {
 
 void catalogue::load_source(std::uint16_t source_id, const std::string& source_name) {
     if (!arguments_.empty()) {
-        throw command_error("tavi: error: this log needs no description, it comes by itself", exit_code::usage);
+        throw command_error("tavi: error: this log needs no description: it has a built-in one", exit_code::usage);
     }
     try {
         for (std::string& signature :
@@ -192,7 +192,7 @@ void catalogue::load_source(std::uint16_t source_id, const std::string& source_n
 void catalogue::list_stored() {
     if (storage_.empty()) {
         throw command_error("tavi: error: a description is needed", exit_code::usage,
-                            "-d FILE, or --storage URI with a catalogue that tavi register filled");
+                            "use -d FILE, or --storage URI with a catalogue that tavi register created");
     }
     try {
         for (std::string& signature : host::stored_signatures(storage_)) {
@@ -204,7 +204,7 @@ void catalogue::list_stored() {
     }
     if (arguments_.empty()) {
         throw command_error("tavi: error: the catalogue '" + printable(storage_) + "' is empty", exit_code::failed,
-                            "tavi register -d FILE --storage URI fills it");
+                            "tavi register -d FILE --storage URI adds descriptions");
     }
 }
 
@@ -216,7 +216,7 @@ void catalogue::load_stored(std::size_t description) {
     } catch (const host::error& error) {
         const bool unknown = error.status() == QOR_STATUS_INVALID_ARGUMENT;
         throw command_error("tavi: error: " + printable(error.what()), exit_code::failed,
-                            unknown ? "tavi register prints the signatures of what it keeps" : "");
+                            unknown ? "tavi register prints the signatures of descriptions" : "");
     }
     signatures_.push_back(signature);
 }
@@ -255,7 +255,7 @@ void catalogue::load_one(std::size_t description) {
 void catalogue::refuse_if_strict(std::size_t description) const {
     if (strict_) {
         throw command_error(printable(arguments_[description].path) +
-                            ": error: refused for its warnings, since the run is strict");
+                            ": error: refused because of its warnings (--strict)");
     }
 }
 

@@ -96,7 +96,7 @@ void frame_decoder::report_damage(const host::candump_reader& reader) {
     messages_.report(
         {topic::damaged_line, log_, reader.line_number(), fault.column, fault.cause, reader.line_text(), fault.hint});
     if (options_.catalogue.strict) {
-        throw command_error("tavi: error: stopped at the first damaged line, since the run is strict");
+        throw command_error("tavi: error: stopped at the first damaged line (--strict)");
     }
 }
 
@@ -124,7 +124,7 @@ void frame_decoder::decode_wanted(const host::candump_reader& reader, const host
     }
     ++(has_values ? totals_.matched : totals_.without_values);
     if (options_.catalogue.strict && totals_.short_frames != short_before) {
-        throw command_error("tavi: error: stopped at the first short frame, since the run is strict");
+        throw command_error("tavi: error: stopped at the first short frame (--strict)");
     }
 }
 

@@ -29,7 +29,7 @@ struct target {
     // 0 until the first frame came and it was subscribed to.
     std::uint64_t handle = 0;
     const message_plan* plan = nullptr;
-    // By row of the plan; rows that were not asked for are left empty.
+    // By row of the plan; rows that were not selected are left empty.
     row_texts rows;
 };
 
@@ -72,7 +72,7 @@ public:
         return found == unknown && (id & qor::can_extended_bit) != 0 ? by_group_.find(qor::parameter_group(id)) : found;
     }
 
-    // Takes the ids that the filter excludes for those of messages that were not asked for. A filter cannot say which
+    // Takes the ids that the filter excludes for those of messages that were not selected. A filter cannot say which
     // ids a parameter group has, nor does it know of messages that are not subscribed to: these stay.
     void exclude(const host::reader_filter& filter, std::uint16_t source_id);
 
@@ -94,7 +94,7 @@ private:
     struct member {
         std::uint32_t id;
         const message* known;
-        target* wanted; // null when it was not asked for
+        target* wanted; // null when it was not selected
     };
 
     bool is_group(const member& candidate) const noexcept;
@@ -110,7 +110,7 @@ private:
     std::unordered_map<std::string_view, target*> paths_;
     // In the order in which they were added; empty once the tables are made.
     std::vector<member> members_;
-    // The first is that of all ids that were not asked for.
+    // The first is that of all ids that were not selected.
     std::vector<route> routes_;
     id_table by_id_;
     id_table by_group_;

@@ -32,17 +32,17 @@ std::string hint_of(const host::recording_format& format) {
     case recording_kind::compressed:
         return advice.ends_with("-c") ? advice + " FILE | tavi decode - ..." : advice;
     case recording_kind::description:
-        return "a description is given with -d, LOG is a recording";
+        return "LOG is a recording; pass a description with -d";
     case recording_kind::database:
-        return "a catalogue is given with --storage file:PATH, LOG is a recording";
+        return "LOG is a recording; pass a catalogue with --storage file:PATH";
     case recording_kind::memory:
-        return advice + ", and --memory address=ADDRESS reads those";
+        return advice + ", which --memory address=ADDRESS reads";
     case recording_kind::binary:
-        return "--memory address=ADDRESS reads memory, --input candump a damaged log of candump";
+        return "--memory address=ADDRESS reads a memory image, --input candump a damaged candump log";
     case recording_kind::document:
-        return "LOG is a recording; a description in SDL is given with -d";
+        return "LOG is a recording; pass a description in SDL with -d";
     default:
-        return advice.empty() ? "LOG is a recording: lines of candump -L or NMEA 0183" : advice;
+        return advice.empty() ? "expected lines of candump -L or NMEA 0183" : advice;
     }
 }
 
@@ -124,11 +124,10 @@ void log_input::check_something_read(const account& totals) const {
     }
     const bool as_nmea = totals.unit == "sentence";
     const bool is_other = host::nmea_reader::recognise(beginning_).value_or(as_nmea) != as_nmea;
-    const char* const hint = is_other  ? "another --input may read it, or none"
-                             : as_nmea ? "a sentence reads $GPGGA,...*hh"
-                                       : "a line of candump -L reads (1436509052.249713) can0 0C0#1122";
-    throw command_error(printable(name_) + ": error: nothing can be read, all lines are damaged", exit_code::failed,
-                        hint);
+    const char* const hint = is_other  ? "try another --input, or leave it out"
+                             : as_nmea ? "expected a sentence such as $GPGGA,...*hh"
+                                       : "expected lines of candump -L such as (1436509052.249713) can0 0C0#1122";
+    throw command_error(printable(name_) + ": error: all lines are damaged", exit_code::failed, hint);
 }
 
 } // namespace tavi::tool

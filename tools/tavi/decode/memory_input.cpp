@@ -27,7 +27,7 @@ bool read_number(std::string_view text, std::uint64_t& number) {
 }
 
 [[noreturn]] void refuse_size(const account& totals) {
-    throw command_error(printable(totals.log) + ": error: a memory image of more than 1 GiB", exit_code::failed,
+    throw command_error(printable(totals.log) + ": error: the memory image is larger than 1 GiB", exit_code::failed,
                         "decode parts of it, each with its own address");
 }
 
@@ -91,14 +91,15 @@ memory_place parse_memory_place(const std::string& text) {
         const bool repeated = key == "address" ? has_address : has_cycle;
         if (!known || repeated || key.size() == part.size() || !read_number(part.substr(key.size() + 1), number) ||
             (key == "cycle" && number > std::numeric_limits<std::uint32_t>::max())) {
-            throw command_error("tavi: error: --memory cannot be read: '" + printable(part) + "'", exit_code::usage,
-                                "it reads address=0x20000000 or address=0x20000000,cycle=5");
+            throw command_error("tavi: error: invalid --memory: '" + printable(part) + "'", exit_code::usage,
+                                "expected address=0x20000000 or address=0x20000000,cycle=5");
         }
         (key == "address" ? has_address : has_cycle) = true;
         key == "address" ? place.address = number : place.cycle = static_cast<std::uint32_t>(number);
     }
     if (!has_address) {
-        throw command_error("tavi: error: --memory needs an address", exit_code::usage, "address=0x20000000");
+        throw command_error("tavi: error: --memory needs an address", exit_code::usage,
+                            "for example address=0x20000000");
     }
     return place;
 }
@@ -111,7 +112,7 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
     package.set_format("memory");
     const std::size_t image_size = read_image(input, package, options.largest_image, totals);
     if (image_size != 0 && image_size - 1 > std::numeric_limits<std::uint64_t>::max() - place.address) {
-        throw command_error("tavi: error: " + range_text(place, image_size) + " end behind the last address");
+        throw command_error("tavi: error: " + range_text(place, image_size) + " end after the last address");
     }
     catalogue.register_interface(0, memory_source_name, memory_source_name);
     object_decoder decoder(catalogue::interface_source_id, 0, memory_source_name, catalogue, selection, rows, messages);
@@ -123,13 +124,14 @@ void decode_memory(const decode_options& options, qor::platform::input_stream& i
     const std::uint64_t values = decoder.decode(
         package, {}, [&](const message& object, std::size_t size, std::size_t whole_size, std::size_t lost) {
             ++totals.short_frames;
-            const std::string cause = "the piece ends within " + object.path + ", after " + std::to_string(size) +
-                                      " of " + std::to_string(whole_size) + " bytes: " + std::to_string(lost) +
-                                      (lost == 1 ? " value is" : " values are") + " not in it";
+            const std::string cause = "the memory image ends within " + object.path + ", after " +
+                                      std::to_string(size) + " of " + std::to_string(whole_size) +
+                                      " bytes: " + std::to_string(lost) + (lost == 1 ? " value is" : " values are") +
+                                      " not in it";
             messages.report({topic::short_frame, totals.log, 0, 0, cause, {}, {}});
             if (options.catalogue.strict) {
                 count_values(totals, decoder.written());
-                throw command_error("tavi: error: stopped at the first object cut short, since the run is strict");
+                throw command_error("tavi: error: stopped at the first incomplete object (--strict)");
             }
         });
     count_values(totals, values);

@@ -259,7 +259,7 @@ void message_names::report(const catalogue& known, message_sink& messages) const
         std::string cause = first->own_path + " is called " + first->path + ", since " +
                             known.descriptions()[first->other].path + " has another message of that name";
         if (last - first > 1) {
-            cause += "; " + std::to_string(last - first - 1) + " more likewise";
+            cause += "; " + std::to_string(last - first - 1) + " more like this";
         }
         messages.report({topic::note, known.descriptions()[first->description].path, 0, 0, cause, {}, {}});
         first = last;

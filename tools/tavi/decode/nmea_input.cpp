@@ -25,12 +25,12 @@ void report_damage(const host::nmea_reader& reader, const host::candump_fault& f
     messages.report({topic::damaged_line, totals.log, reader.line_number(), fault.column, fault.cause,
                      reader.line_text(), fault.hint});
     if (options.catalogue.strict) {
-        throw command_error("tavi: error: stopped at the first damaged line, since the run is strict");
+        throw command_error("tavi: error: stopped at the first damaged line (--strict)");
     }
 }
 
 const host::candump_fault refused{0, "the processor cannot read the sentence",
-                                  "fields are missing or hold what cannot be, such as minute 60"};
+                                  "a field is missing or has an invalid value, such as minute 60"};
 
 // The processor counts sentences that it cannot read, and gives the count when it changed: that is a sign of one.
 // 0 when the processor has no such count.

@@ -16,7 +16,7 @@
 
 namespace tavi::tool {
 
-// By row of the plan; rows that were not asked for are left empty.
+// By row of the plan; rows that were not selected are left empty.
 row_texts make_rows(const row_writer& writer, const std::string& source_name, const message& subscribed,
                     const message_plan& plan);
 

@@ -22,7 +22,7 @@ std::vector<host::url_pattern> parse_patterns(const std::vector<std::string>& te
             patterns.emplace_back(text);
         } catch (const std::invalid_argument& error) {
             throw command_error(std::string("tavi: error: ") + printable(error.what()), exit_code::usage,
-                                "a pattern reads View.Message.Signal, for example 'CAN.Engine*.*Speed'");
+                                "expected View.Message.Signal, for example 'CAN.Engine*.*Speed'");
         }
     }
     return patterns;
@@ -97,8 +97,8 @@ selection::selection(catalogue& catalogue, const std::vector<std::string>& patte
     const auto unused = std::find(used.begin(), used.end(), false);
     if (unused != used.end()) {
         const std::string& text = patterns_.patterns()[static_cast<std::size_t>(unused - used.begin())].text();
-        throw command_error("tavi: error: no signal fits '" + printable(text) + "'", exit_code::failed,
-                            "tavi tree -d FILE shows what there is; a pattern does not begin with the source");
+        throw command_error("tavi: error: no signal matches '" + printable(text) + "'", exit_code::failed,
+                            "tavi tree -d FILE lists messages and signals; a pattern does not begin with the source");
     }
 }
 
@@ -111,8 +111,7 @@ void selection::add_view(std::size_t description, const qor_type_node_t& view, s
     for (const qor_type_node_t& object : objects) {
         std::string own_path = std::string(host::text_of(view.name)).append(1, '.').append(host::text_of(object.name));
         if (!own_paths_.insert(own_path).second) {
-            catalogue_.report_left_out(description,
-                                       "'" + own_path + "' is left out: another one before it has the path");
+            catalogue_.report_left_out(description, "'" + own_path + "' is left out: an earlier one has the same path");
             continue;
         }
         message& added = messages_.emplace_back();

@@ -18,7 +18,7 @@ void checked(const std::string& name, Action action) {
         action();
     } catch (const qor::platform::folder_error& error) {
         throw output_error(printable(name) + ": error: cannot be written: " + error.code().message(), exit_code::failed,
-                           "a file can only be written where its folder takes new files");
+                           "a file is written under a temporary name in the same folder, which needs write permission");
     } catch (const std::system_error& error) {
         throw output_error(printable(name) + ": error: cannot be written: " + error.code().message());
     }

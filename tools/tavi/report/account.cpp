@@ -45,8 +45,8 @@ std::string format_account(const account& totals) {
         }
     };
     add(frames, totals.unknown_ids, "of unknown ids");
-    add(frames, totals.not_selected, "not asked for");
-    add(frames, totals.without_values, "without a value asked for");
+    add(frames, totals.not_selected, "not selected");
+    add(frames, totals.without_values, "without a selected value");
     add(frames, totals.remote, "remote");
     add(frames, totals.error_frames, "error frames");
 
