@@ -55,21 +55,21 @@ struct fault_case {
     const char* message;
 };
 
-constexpr const char* no_can = "tavi: error: no plug-in takes packages of format 'can' (looked in DIR)\n";
+constexpr const char* no_can = "tavi: error: no plug-in supports packages of format 'can' (searched DIR)\n";
 constexpr const char* no_dbc =
-    "e.dbc: error: failed to find a data description parser for data description type 'dbc' (looked in DIR)\n";
+    "e.dbc: error: failed to find a data description parser for data description type 'dbc' (searched DIR)\n";
 constexpr fault_case fault_cases[] = {
     {"qor_can_matcher", "decode x.log -d e.dbc", no_can},
     {"qor_can_matcher", "decode x.log -d e.dbc --strict -j 2 -o x.csv", no_can},
     {"qor_can_matcher", "decode x.log -d e.dbc --j1939",
-     "tavi: error: no plug-in takes packages of format 'j1939' (looked in DIR)\n"},
+     "tavi: error: no plug-in supports packages of format 'j1939' (searched DIR)\n"},
     {"qor_can_matcher", "filter -d e.dbc", no_can},
     {"qor_memory_matcher", "decode x.log -d e.sdl --memory address=0",
-     "tavi: error: no plug-in takes packages of format 'memory' (looked in DIR)\n"},
+     "tavi: error: no plug-in supports packages of format 'memory' (searched DIR)\n"},
     {"qor_nmea_processor", "decode x.nmea",
-     "tavi: error: no plug-in takes packages of format 'nmea' (looked in DIR)\n"},
+     "tavi: error: no plug-in supports packages of format 'nmea' (searched DIR)\n"},
     {"qor_sdl_parser", "decode x.nmea",
-     "tavi: error: failed to find a data description parser for data description type 'gps-sdl' (looked in DIR)\n"},
+     "tavi: error: failed to find a data description parser for data description type 'gps-sdl' (searched DIR)\n"},
     {"qor_dbc_parser", "decode x.log -d e.dbc", no_dbc},
     {"qor_dbc_parser", "tree -d e.dbc", no_dbc},
     {"qor_dbc_parser", "schema CAN.E -d e.dbc", no_dbc},
@@ -92,10 +92,10 @@ TEST_F(plugin_folder, is_named_when_a_plugin_is_missing_or_damaged) {
             fs::resize_file(file, size);
             const ended damaged = run(command);
             EXPECT_EQ(damaged.code, 4) << command;
-            EXPECT_EQ(damaged.out + damaged.err, std::string(message) + "  passed over: DIR/" + line + reason + '\n');
+            EXPECT_EQ(damaged.out + damaged.err, std::string(message) + "  skipped: DIR/" + line + reason + '\n');
             const ended listed = run("plugins");
             EXPECT_EQ(listed.code, 4);
-            EXPECT_NE(listed.out.find(std::string("passed over: ") + reason + '\n'), std::string::npos) << listed.out;
+            EXPECT_NE(listed.out.find(std::string("skipped: ") + reason + '\n'), std::string::npos) << listed.out;
         }
         fs::rename(path() / "kept.so", file);
         EXPECT_FALSE(fs::exists(path() / "x.csv"));
@@ -108,14 +108,14 @@ TEST_F(plugin_folder, is_named_when_the_storage_is_missing_or_damaged) {
          {"decode x.log -d e.dbc", "decode x.log -d e.dbc --storage file:c.db3", "tree -d e.dbc"}) {
         fs::rename(file, path() / "kept.so");
         EXPECT_EQ(run(command).err, "tavi: error: invalid shared library handle specified for the signal storage "
-                                    "library (looked in DIR)\n");
+                                    "library (searched DIR)\n");
         fs::copy_file(path() / "kept.so", file);
         fs::resize_file(file, 20000);
         EXPECT_EQ(run(command).err, "tavi: error: cannot load 'DIR/libqor_signal_storage.so': cut short\n");
         fs::resize_file(file, 0);
         EXPECT_EQ(run(command).err,
                   "tavi: error: invalid shared library handle specified for the signal storage library "
-                  "(looked in DIR)\n  passed over: DIR/libqor_signal_storage.so: not a shared library\n");
+                  "(searched DIR)\n  skipped: DIR/libqor_signal_storage.so: not a shared library\n");
         EXPECT_EQ(run(command).code, 4);
         fs::rename(path() / "kept.so", file);
     }
@@ -125,7 +125,7 @@ TEST_F(plugin_folder, shows_a_library_without_metadata_without_a_fault) {
     fs::copy_file(fs::path(program_folder) / "tavi", library("other"));
     const ended listed = run("plugins");
     EXPECT_EQ(listed.code, 0);
-    EXPECT_NE(listed.out.find("libother.so                 passed over: no metadata block (section .qorrt)\n"),
+    EXPECT_NE(listed.out.find("libother.so                 skipped: no metadata block (section .qorrt)\n"),
               std::string::npos)
         << listed.out;
     EXPECT_EQ(run("decode x.log -d e.dbc").code, 0);

@@ -43,9 +43,9 @@ plugin_folder::plugin_folder()
       survey_(qor::runtime::survey_local_libraries(path_)) {}
 
 std::string plugin_folder::where() const {
-    std::string text = " (looked in " + printable(path_) + ')';
+    std::string text = " (searched " + printable(path_) + ')';
     for (const auto& file : survey_.passed_over) {
-        text += "\n  passed over: " + printable(file.path) + ": " + printable(file.reason);
+        text += "\n  skipped: " + printable(file.path) + ": " + printable(file.reason);
     }
     return text;
 }
@@ -113,7 +113,7 @@ command_error start_error(const std::string& text) {
 }
 
 command_error missing_format_error(const std::string& format) {
-    return command_error("tavi: error: no plug-in takes packages of format '" + format + '\'' + plugin_folder().where(),
+    return command_error("tavi: error: no plug-in supports packages of format '" + format + '\'' + plugin_folder().where(),
                          exit_code::plugin_failed);
 }
 

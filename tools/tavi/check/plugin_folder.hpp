@@ -19,7 +19,7 @@ public:
     const std::string& path() const noexcept { return path_; }
     const qor::runtime::library_survey& survey() const noexcept { return survey_; }
 
-    // The end of a message about something that no plug-in does: " (looked in DIR)", and a line for each library file
+    // The end of a message about something that no plug-in does: " (searched DIR)", and a line for each library file
     // that was passed over.
     std::string where() const;
 
@@ -35,7 +35,7 @@ private:
     qor::runtime::library_survey survey_;
 };
 
-// "no plug-in takes packages of format 'can' (looked in DIR)". Throws: std::system_error when the folder cannot be
+// "no plug-in supports packages of format 'can' (searched DIR)". Throws: std::system_error when the folder cannot be
 // read.
 command_error missing_format_error(const std::string& format);
 

@@ -47,7 +47,7 @@ exit_code list_plugins() {
         output.write(line + '\n');
     }
     for (const auto& file : folder.survey().passed_over) {
-        output.write(name_column(file.path) + "passed over: " + printable(file.reason) + '\n');
+        output.write(name_column(file.path) + "skipped: " + printable(file.reason) + '\n');
         code = file.is_damaged ? exit_code::plugin_failed : code;
     }
     output.close();
