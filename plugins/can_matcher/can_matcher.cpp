@@ -6,10 +6,12 @@
 // the others have, is in the node of the message (qor_object_node_t), since only messages that are subscribed to get
 // here. Remote frames, error frames and payloads that are no frame match no subscription.
 //
+// A host that names the sources of subscriptions has an index of its own for each source, so that a frame costs the
+// same however many buses carry its id.
+//
 // Example: a description has A with the id 0x18FEF100 and B with 0x18FEF121, both of the group 0xFEF1. A frame
 // 0x18FEF121 is of B, and of nothing where B is not subscribed to; a frame 0x0CFEF142 is of A.
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -19,6 +21,7 @@
 #include "plugins/can_matcher/subscription.hpp"
 #include "qor_plugin_sdk/plugin.hpp"
 #include "qorc/extensibility/data_matcher.h"
+#include "qorcpp/source_key.hpp"
 
 namespace qor::can_matcher {
 
@@ -46,39 +49,51 @@ std::optional<arrived_frame> frame_of(const qor_package_t& package) noexcept {
 // The entries for a frame by its id and by its group as one list, ascending by handle.
 class merged_entries {
 public:
-    merged_entries(std::uint32_t frame_id, std::span<const index_entry> by_id, std::span<const index_entry> by_group)
+    merged_entries(std::uint32_t frame_id, std::span<index_entry> by_id, std::span<index_entry> by_group)
         : frame_id_(frame_id), by_id_(by_id), by_group_(by_group) {
+        skip_ended();
         skip_refused();
     }
 
     bool empty() const noexcept { return by_id_.empty() && by_group_.empty(); }
 
-    const index_entry& take() noexcept {
+    index_entry& take() noexcept {
         if (by_group_.empty() || (!by_id_.empty() && by_id_.front().handle < by_group_.front().handle)) {
-            return take_front(by_id_);
+            index_entry& entry = take_front(by_id_);
+            skip_ended();
+            return entry;
         }
-        const index_entry& entry = take_front(by_group_);
+        index_entry& entry = take_front(by_group_);
         skip_refused();
         return entry;
     }
 
 private:
-    static const index_entry& take_front(std::span<const index_entry>& list) noexcept {
-        const index_entry& entry = list.front();
+    static index_entry& take_front(std::span<index_entry>& list) noexcept {
+        index_entry& entry = list.front();
         list = list.subspan(1);
         return entry;
     }
 
+    void skip_ended() noexcept {
+        while (!by_id_.empty() && by_id_.front().target == nullptr) {
+            by_id_ = by_id_.subspan(1);
+        }
+    }
+
     void skip_refused() noexcept {
-        while (!by_group_.empty() &&
-               (by_group_.front().id == frame_id_ || !by_group_.front().target->takes_by_group(frame_id_))) {
+        while (!by_group_.empty() && is_refused(by_group_.front())) {
             by_group_ = by_group_.subspan(1);
         }
     }
 
+    bool is_refused(const index_entry& entry) const noexcept {
+        return entry.target == nullptr || entry.id == frame_id_ || !entry.target->takes_by_group(frame_id_);
+    }
+
     std::uint32_t frame_id_;
-    std::span<const index_entry> by_id_;
-    std::span<const index_entry> by_group_;
+    std::span<index_entry> by_id_;
+    std::span<index_entry> by_group_;
 };
 
 class matcher {
@@ -88,7 +103,8 @@ public:
                                                    sdk::slot<&matcher::unregister_type>, sdk::slot<&matcher::match>});
         services_.offer(qor_data_matcher_format_support_t{[](void*) { return std::size(formats); },
                                                           sdk::slot<&matcher::get_supported_format>});
-        services_.offer(qor_data_matcher_batch_support_t{sdk::slot<&matcher::match_batch>});
+        services_.offer(
+            qor_data_matcher_batch_support_t{sdk::slot<&matcher::match_batch>, sdk::slot<&matcher::set_source>});
     }
 
     sdk::service_table& services() noexcept { return services_; }
@@ -102,13 +118,16 @@ public:
             return;
         }
         forget(handle);
-        const subscription& kept = subscriptions_.emplace(handle, std::move(*made)).first->second;
-        ids_.insert(kept.id(), handle, kept);
-        if (kept.is_parameter_group()) {
-            marked_groups_.insert(parameter_group(kept.id()), handle, kept);
-        }
-        if (kept.is_j1939_group()) {
-            j1939_groups_.insert(parameter_group(kept.id()), handle, kept);
+        enter(handle, subscriptions_.try_emplace(handle, announced{std::move(*made), 0}).first->second);
+    }
+
+    void set_source(std::uint64_t handle, std::uint16_t source_id, std::uint32_t instance) {
+        names_sources_ = true;
+        const auto found = subscriptions_.find(handle);
+        if (found != subscriptions_.end()) {
+            leave(handle, found->second);
+            found->second.source = source_key(source_id, instance);
+            enter(handle, found->second);
         }
     }
 
@@ -124,10 +143,10 @@ public:
         *matched = false;
         const auto found = subscriptions_.find(handle);
         const auto arrived = frame_of(*package);
-        if (found == subscriptions_.end() || !arrived || !found->second.fits(arrived->frame, arrived->is_j1939)) {
+        if (found == subscriptions_.end() || !arrived || !found->second.what.fits(arrived->frame, arrived->is_j1939)) {
             return;
         }
-        if (const auto place = found->second.locate(arrived->frame, lenient)) {
+        if (const auto place = found->second.what.locate(arrived->frame, lenient)) {
             *matched = true;
             *offset = place->offset;
             *size = place->size;
@@ -150,19 +169,14 @@ public:
             return;
         }
         const std::span list(handles, handle_count);
-        for (auto waiting = waiting_for(*arrived); !waiting.empty();) {
-            // Subscriptions of other sources wait for the same frame.
-            std::array<const index_entry*, 16> asked;
-            std::size_t count = 0;
-            while (!waiting.empty() && count != asked.size()) {
-                const index_entry& entry = waiting.take();
-                asked[count] = &entry;
-                count += entry.places.find(list, entry.handle) ? 1 : 0;
+        const std::uint64_t source = names_sources_ ? source_key_of(*package) : 0;
+        for (auto waiting = waiting_for(source, *arrived); !waiting.empty();) {
+            index_entry& entry = waiting.take();
+            if (!entry.place.find(list, entry.handle)) {
+                continue; // of another source, or not yet in the list
             }
-            for (const index_entry* entry : std::span(asked).first(count)) {
-                if (const auto place = entry->target->locate(arrived->frame, lenient)) {
-                    outcomes[(*outcome_count)++] = {entry->handle, place->offset, place->size, place->expected_size};
-                }
+            if (const auto place = entry.target->locate(arrived->frame, lenient)) {
+                outcomes[(*outcome_count)++] = {entry.handle, place->offset, place->size, place->expected_size};
             }
         }
     }
@@ -176,13 +190,37 @@ public:
     }
 
 private:
-    merged_entries waiting_for(const arrived_frame& arrived) const noexcept {
+    struct announced {
+        subscription what;
+        // The key of its source, 0 as long as it is not named.
+        std::uint64_t source;
+    };
+
+    merged_entries waiting_for(std::uint64_t source, const arrived_frame& arrived) noexcept {
         const std::uint32_t id = arrived.frame.id;
         if ((id & can_extended_bit) == 0) {
-            return {id, ids_.find(id), {}};
+            return {id, ids_.find({source, id}), {}};
         }
-        const frame_index& groups = arrived.is_j1939 ? j1939_groups_ : marked_groups_;
-        return {id, ids_.find(id), groups.find(parameter_group(id))};
+        frame_index& groups = arrived.is_j1939 ? j1939_groups_ : marked_groups_;
+        return {id, ids_.find({source, id}), groups.find({source, parameter_group(id)})};
+    }
+
+    void enter(std::uint64_t handle, const announced& entered) {
+        const subscription& what = entered.what;
+        ids_.insert({entered.source, what.id()}, handle, what);
+        if (what.is_parameter_group()) {
+            marked_groups_.insert({entered.source, parameter_group(what.id())}, handle, what);
+        }
+        if (what.is_j1939_group()) {
+            j1939_groups_.insert({entered.source, parameter_group(what.id())}, handle, what);
+        }
+    }
+
+    void leave(std::uint64_t handle, const announced& left) noexcept {
+        const frame_key group{left.source, parameter_group(left.what.id())};
+        ids_.erase({left.source, left.what.id()}, handle);
+        marked_groups_.erase(group, handle);
+        j1939_groups_.erase(group, handle);
     }
 
     void forget(std::uint64_t handle) {
@@ -190,10 +228,7 @@ private:
         if (found == subscriptions_.end()) {
             return;
         }
-        const std::uint32_t id = found->second.id();
-        ids_.erase(id, handle);
-        marked_groups_.erase(parameter_group(id), handle);
-        j1939_groups_.erase(parameter_group(id), handle);
+        leave(handle, found->second);
         subscriptions_.erase(found);
         if (subscriptions_.empty()) {
             ids_.clear();
@@ -204,7 +239,9 @@ private:
 
     sdk::service_table services_;
     // The indices point to these.
-    std::unordered_map<std::uint64_t, subscription> subscriptions_;
+    std::unordered_map<std::uint64_t, announced> subscriptions_;
+    // Whether the host says of which sources they are.
+    bool names_sources_ = false;
     // All of them, by id.
     frame_index ids_;
     // By parameter group, those that may be matched so in the format "can" and in "j1939".

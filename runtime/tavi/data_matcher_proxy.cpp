@@ -63,6 +63,15 @@ void data_matcher_proxy::register_type(uint64_t subscription_handle, const char*
     details.rethrow();
 }
 
+void data_matcher_proxy::set_source(uint64_t subscription_handle, uint16_t source_id, uint32_t instance) const {
+    if (batch_support.set_source == nullptr) {
+        return;
+    }
+    details_owner details;
+    batch_support.set_source(handle, subscription_handle, source_id, instance, details.place());
+    details.rethrow();
+}
+
 void data_matcher_proxy::unregister_type(uint64_t subscription_handle) const {
     check_slot<qor_data_matcher_support_t>(support.unregister_type, "unregister_type");
     details_owner details;

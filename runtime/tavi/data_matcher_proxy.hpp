@@ -24,6 +24,8 @@ public:
     // Each throws what the plug-in reports, and std::runtime_error for a missing slot.
     void register_type(uint64_t subscription_handle, const char* schema, const qor_type_node_sequence_t& hierarchy,
                        uint64_t position, uint64_t extent) const;
+    // Names the source of a subscription to a plug-in that wants to know.
+    void set_source(uint64_t subscription_handle, uint16_t source_id, uint32_t instance) const;
     void unregister_type(uint64_t subscription_handle) const;
 
     // Asks for one subscription. True when the package serves it; the outcome is then filled.

@@ -1,5 +1,5 @@
-// Which packages go the same way.
-#include "qor_tavi_extractor/src/extractor/package_route.hpp"
+// Which packages go the same way, and how long that is remembered.
+#include "qor_tavi_extractor/src/extractor/package_routes.hpp"
 
 #include <gtest/gtest.h>
 
@@ -30,6 +30,30 @@ TEST(package_route, is_that_of_packages_whose_read_bytes_are_the_same) {
             EXPECT_EQ(route.is_of(other), !is_head && !is_format) << "byte " << at << " of length " << length;
         }
     }
+}
+
+TEST(package_route, is_remembered_for_all_sources_that_take_turns) {
+    qor::tavi::detail::package_routes routes;
+    const auto run_round = [&] {
+        std::size_t unknown = 0;
+        for (std::uint32_t instance = 0; instance < 64; ++instance) {
+            qor_package_t package = package_of("can");
+            package.instance = instance;
+            if (!routes.at(package).is_of(package)) {
+                ++unknown;
+                EXPECT_TRUE(routes.remember(package, package_route(package)).is_of(package));
+            }
+        }
+        return unknown;
+    };
+    std::size_t unknown = 0;
+    for (int round = 0; round < 4; ++round) {
+        unknown = run_round();
+    }
+    EXPECT_EQ(unknown, 0u);
+    routes.forget();
+    EXPECT_EQ(run_round(), 64u);
+    EXPECT_EQ(run_round(), 0u);
 }
 
 } // namespace

@@ -119,6 +119,18 @@ TEST_P(packages, fail_as_subscription_by_subscription) {
 using batches = packages;
 INSTANTIATE_TEST_SUITE_P(at_once, batches, ::testing::Values(true));
 
+TEST_P(batches, of_a_matcher_that_keeps_sources_apart_come_with_the_source_of_each_subscription) {
+    matcher.formats = {{"can"}, {"lin"}};
+    start_with_subscriptions(1);
+    subscribe("22#2.View.Plain");
+    const strings told = {"m.register_type 4 View/Plain at 512 of 8", "m.set_source 4 22#2"};
+    EXPECT_THAT(take({"register_type", "set_source"}),
+                ElementsAre("box.register_type 4 View/Plain at 0 of 8", told[0], told[1], told[0], told[1]));
+    matcher.answers = {{"set_source", reports(QOR_STATUS_TIMED_OUT, "no time")}};
+    std::uint64_t given = 0;
+    EXPECT_EQ(call(api.subscribe, handle, "22#2.View.Plain", false, &given), failed("no time", QOR_STATUS_TIMED_OUT));
+}
+
 TEST_P(batches, with_outcomes_for_other_subscriptions_are_refused) {
     start_with_subscriptions(3); // 2 to 4 of this source, 5 to 7 of another one
     unsubscribe_all();

@@ -54,6 +54,12 @@ std::uint32_t match_batch(void* handle, const qor_package_t*, const std::uint64_
     });
 }
 
+std::uint32_t set_source(void* handle, std::uint64_t subscription, std::uint16_t source_id, std::uint32_t instance,
+                         details error) {
+    const std::string source = std::to_string(source_id) + "#" + std::to_string(instance);
+    return fake_plugin::of(handle).perform("set_source", std::to_string(subscription) + " " + source, error, [] {});
+}
+
 std::uint32_t get_supported_format(void* handle, std::size_t index, const char** result, details error) {
     fake_plugin& self = fake_plugin::of(handle);
     return self.perform("get_supported_format", std::to_string(index), error,
@@ -160,7 +166,7 @@ void become_matcher(fake_plugin& self) {
     self.offer(qor_data_matcher_format_support_t{self.slot("get_supported_format_count", get_format_count),
                                                  self.slot("get_supported_format", get_supported_format)});
     if (self.own.offers_batch) {
-        self.offer(qor_data_matcher_batch_support_t{match_batch});
+        self.offer(qor_data_matcher_batch_support_t{match_batch, self.slot("set_source", set_source)});
     }
 }
 

@@ -3,11 +3,11 @@
 
 #include "introspection/generator/json_printer.hpp"
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
-#include "qor_tavi_extractor/src/extractor/source_key.hpp"
 #include "qor_tavi_extractor/src/type_parser/type_parser.hpp"
 #include "qor_tavi_extractor/src/url/driver.hpp"
 #include "qor_tavi_extractor/src/url/url.hpp"
 #include "qor_tavi_extractor/src/url/url_context.hpp"
+#include "qorcpp/source_key.hpp"
 
 namespace qor::tavi::detail {
 

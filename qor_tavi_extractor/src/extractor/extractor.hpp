@@ -5,20 +5,21 @@
 #ifndef QOR_TAVI_EXTRACTOR_EXTRACTOR_HPP
 #define QOR_TAVI_EXTRACTOR_EXTRACTOR_HPP
 
-#include <array>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "qor_tavi_extractor/src/extractor/package_route.hpp"
+#include "qor_tavi_extractor/src/extractor/package_routes.hpp"
 #include "qor_tavi_extractor/src/extractor/spare_lists.hpp"
 #include "qor_tavi_extractor/src/extractor/subscription_lists.hpp"
 #include "qor_tavi_extractor/src/extractor/tables.hpp"
 #include "qorc/extensibility/data_source_provider.h"
+#include "runtime/data_source_provider.hpp"
 #include "runtime/enable_service_locator.hpp"
 #include "runtime/holders.hpp"
 #include "runtime/logger.hpp"
@@ -180,8 +181,7 @@ private:
     table<std::string, uint64_t> source_keys_by_name;
     // Nothing is ever taken out. Ordered, since a walk over it goes on after a call-back that added something.
     std::map<uint64_t, std::vector<bound_processor>> processors;
-    // The routes of the last sources, one of them at each place; used under `mutex`.
-    std::array<package_route, 8> routes;
+    package_routes routes;
     // For a matcher's answers and for what goes to the host; borrowed under `mutex`.
     spare_lists<qor_match_outcome_t> spare_outcomes;
     spare_lists<uint64_t> spare_handles;

@@ -49,6 +49,8 @@ public:
                                                format_.data() + sizeof(beginning_), size_ - sizeof(beginning_)) == 0);
     }
 
+    bool is_empty() const noexcept { return size_ == 0; }
+
     // Null when nobody registered the source; the rest is null then, too.
     const subscription_lists::list* handles = nullptr;
     // Null when there is none.

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
-#include "qor_tavi_extractor/src/extractor/source_key.hpp"
 #include "qorcpp/call_frame.hpp"
+#include "qorcpp/source_key.hpp"
 
 namespace qor::tavi::detail {
 
@@ -18,12 +18,6 @@ constexpr const char* generic_package = "a generic package without format type s
 
 std::string_view format_of(const qor_package_t& package) noexcept {
     return {package.format_type, strnlen(package.format_type, sizeof(package.format_type))};
-}
-
-// The id is read byte by byte, low byte first, whatever the processor's own order.
-uint16_t source_id_of(const qor_package_t& package) noexcept {
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(&package);
-    return static_cast<uint16_t>(bytes[0] | (bytes[1] << 8));
 }
 
 // The sum of two sizes that came from a plug-in. One that wraps lies beyond any payload.
@@ -74,15 +68,11 @@ runtime::dynamic_data_holder make_record(const qor_match_outcome_t& outcome, con
 } // namespace
 
 const package_route& extractor::route_of(const qor_package_t& package) {
-    const uint16_t source_id = source_id_of(package);
-    const uint32_t instance = package.instance;
-    const auto mark = static_cast<unsigned char>(package.format_type[0]);
-    package_route& route = routes[(source_id ^ instance ^ mark) % routes.size()];
-    if (route.is_of(package)) {
+    if (const package_route& route = routes.at(package); route.is_of(package)) {
         return route;
     }
     package_route found(package);
-    const uint64_t key = source_key(source_id, instance);
+    const uint64_t key = source_key_of(package);
     if (sources.contains(key)) {
         const auto matcher = matchers.find(format_of(package));
         const auto bound = processors.find(key);
@@ -90,11 +80,11 @@ const package_route& extractor::route_of(const qor_package_t& package) {
         found.matcher = matcher != matchers.end() ? matcher->second.get() : nullptr;
         found.processors = bound != processors.end() ? &bound->second : nullptr;
     }
-    return route = found;
+    return routes.remember(package, found);
 }
 
 void extractor::forget_routes() noexcept {
-    routes = {};
+    routes.forget();
 }
 
 void extractor::check_is_matchable(const qor_package_t& package) {

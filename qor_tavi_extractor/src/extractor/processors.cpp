@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
-#include "qor_tavi_extractor/src/extractor/source_key.hpp"
 #include "qorcpp/library_search.hpp"
 #include "qorcpp/platform/module.hpp"
+#include "qorcpp/source_key.hpp"
 #include "runtime/tavi/library_use.hpp"
 
 namespace qor::tavi::detail {

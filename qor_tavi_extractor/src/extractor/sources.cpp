@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
-#include "qor_tavi_extractor/src/extractor/source_key.hpp"
+#include "qorcpp/source_key.hpp"
 #include "runtime/data_source_provider.hpp"
 #include "runtime/memory_data_source_provider.hpp"
 #include "runtime/sanitize_source_name.hpp"

@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "qor_tavi_extractor/src/extractor/extractor.hpp"
-#include "qor_tavi_extractor/src/extractor/source_key.hpp"
 #include "qor_tavi_extractor/src/url/driver.hpp"
 #include "qor_tavi_extractor/src/url/url.hpp"
 #include "qor_tavi_extractor/src/url/url_context.hpp"
 #include "qorcpp/node_layout.hpp"
+#include "qorcpp/source_key.hpp"
 
 namespace qor::tavi::detail {
 
@@ -93,6 +93,7 @@ void extractor::announce(const subscription_record& record, const qor_type_node_
     }
     for (const auto& [format, matcher] : matchers) {
         matcher->register_type(record.handle, schema, hierarchy, place.position, place.extent);
+        matcher->set_source(record.handle, record.source_id, record.instance);
     }
 }
 
