@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -29,6 +30,10 @@ public:
     // Description 0: the lowest id that has the path. Of equal paths in one description the
     // one that was added first.
     virtual owned_node find_node(std::uint64_t description_id, std::string_view path) = 0;
+
+    // The place of the first of these descriptions that has the path, their count when none has it; one that is not
+    // there does not have it.
+    virtual std::size_t find_first(std::span<const std::uint64_t> description_ids, std::string_view path) = 0;
 
     virtual node_sequence roots(std::uint64_t description_id) = 0;
     virtual node_sequence children(std::uint64_t node_id) = 0;

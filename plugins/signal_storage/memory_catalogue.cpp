@@ -127,6 +127,17 @@ owned_node memory_catalogue::find_node(std::uint64_t description_id, std::string
     return clone(found.record());
 }
 
+std::size_t memory_catalogue::find_first(std::span<const std::uint64_t> description_ids, std::string_view path) {
+    const std::uint64_t hash = fnv1a(path);
+    const std::vector<std::uint32_t> candidates = descriptions_->candidates(hash);
+    const auto has_it = [&](std::uint64_t id) {
+        return std::binary_search(candidates.begin(), candidates.end(), id) &&
+               find_path(*descriptions_->find(id), path, hash).description != nullptr;
+    };
+    const auto found = std::find_if(description_ids.begin(), description_ids.end(), has_it);
+    return static_cast<std::size_t>(found - description_ids.begin());
+}
+
 node_sequence memory_catalogue::roots(std::uint64_t description_id) {
     const memory_description* const found = descriptions_->find(description_id);
     if (found == nullptr) {

@@ -23,6 +23,7 @@ public:
     memory_catalogue(std::unique_ptr<database> connection, bool must_exist);
 
     owned_node find_node(std::uint64_t description_id, std::string_view path) override;
+    std::size_t find_first(std::span<const std::uint64_t> description_ids, std::string_view path) override;
     node_sequence roots(std::uint64_t description_id) override;
     node_sequence children(std::uint64_t node_id) override;
     node_sequence hierarchy(std::uint64_t node_id) override;

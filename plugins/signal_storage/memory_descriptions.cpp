@@ -16,6 +16,15 @@ std::vector<std::pair<std::uint64_t, std::uint32_t>> sorted_paths(const std::vec
     return paths;
 }
 
+std::vector<path_index::entry> index_entries(const memory_description& description) {
+    std::vector<path_index::entry> entries;
+    entries.reserve(description.paths.size());
+    for (const auto& [hash, number] : description.paths) {
+        entries.push_back({static_cast<std::uint32_t>(hash >> 32), static_cast<std::uint32_t>(description.id)});
+    }
+    return entries;
+}
+
 } // namespace
 
 std::shared_ptr<memory_descriptions> memory_descriptions::of_name(const std::string& name, bool must_exist) {
@@ -55,6 +64,20 @@ std::uint64_t memory_descriptions::highest_id() const {
     return by_id_.empty() ? 0 : by_id_.rbegin()->first;
 }
 
+std::vector<std::uint32_t> memory_descriptions::candidates(std::uint64_t path_hash) {
+    {
+        const std::shared_lock lock(mutex_);
+        if (indexed_ == in_order_.size()) {
+            return index_.candidates(path_hash);
+        }
+    }
+    const std::lock_guard lock(mutex_);
+    for (; indexed_ < in_order_.size(); ++indexed_) {
+        index_.add(index_entries(*in_order_[indexed_]));
+    }
+    return index_.candidates(path_hash);
+}
+
 std::optional<std::uint64_t> memory_descriptions::insert(std::uint64_t id, const description_identity& identity,
                                                          std::shared_ptr<const pending_description> content) {
     memory_description added{id, identity, std::move(content), {}};
@@ -68,8 +91,10 @@ std::optional<std::uint64_t> memory_descriptions::insert(std::uint64_t id, const
         return std::nullopt;
     }
     try {
+        in_order_.push_back(&place->second);
         by_signature_.emplace(identity.signature, &place->second);
     } catch (...) { // out of memory
+        std::erase(in_order_, &place->second);
         by_id_.erase(place);
         throw;
     }

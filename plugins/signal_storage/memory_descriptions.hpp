@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "plugins/signal_storage/description_identity.hpp"
+#include "plugins/signal_storage/path_index.hpp"
 #include "plugins/signal_storage/pending_description.hpp"
 
 namespace qor::storage {
@@ -40,6 +41,8 @@ public:
     // The one of the lowest id above `id`.
     const memory_description* after(std::uint64_t id) const;
     std::uint64_t highest_id() const;
+    // As path_index::candidates, of all descriptions.
+    std::vector<std::uint32_t> candidates(std::uint64_t path_hash);
 
     // Gives the id under which a description of that signature then is there; empty when another one has `id`.
     std::optional<std::uint64_t> insert(std::uint64_t id, const description_identity& identity,
@@ -49,6 +52,11 @@ private:
     mutable std::shared_mutex mutex_;
     std::map<std::uint64_t, memory_description> by_id_;
     std::map<std::string, const memory_description*, std::less<>> by_signature_;
+    // In the order of inserting. The index has the first of them, and gets the rest when it is asked: a catalogue that
+    // is only asked about single descriptions goes without it.
+    std::vector<const memory_description*> in_order_;
+    std::size_t indexed_ = 0;
+    path_index index_;
 };
 
 } // namespace qor::storage

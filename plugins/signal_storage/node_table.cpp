@@ -169,6 +169,19 @@ owned_node node_table::find_path(const stored_description& description, std::str
     return nullptr;
 }
 
+std::vector<path_index::entry> node_table::paths(const stored_description& description) {
+    std::vector<path_index::entry> paths;
+    execution row(bucket_);
+    for (std::uint64_t bucket = 0; bucket < path_bucket_count(description.node_count); ++bucket) {
+        row.reset();
+        const path_entries entries = read_bucket(row, description, bucket);
+        for (std::size_t i = 0; i < entries.count(); ++i) {
+            paths.push_back({entries.hash(i), static_cast<std::uint32_t>(description.id)});
+        }
+    }
+    return paths;
+}
+
 // A count out of a damaged file must not allocate space for what was never there.
 void node_table::check_count(const stored_description& description, std::uint64_t first_position,
                              std::uint64_t last_position, std::uint64_t count) {

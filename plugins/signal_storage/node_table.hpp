@@ -16,6 +16,7 @@
 #include "plugins/signal_storage/node_row.hpp"
 #include "plugins/signal_storage/node_sequence.hpp"
 #include "plugins/signal_storage/path_bucket.hpp"
+#include "plugins/signal_storage/path_index.hpp"
 #include "plugins/signal_storage/statement.hpp"
 
 namespace qor::storage {
@@ -37,6 +38,9 @@ public:
 
     // The first that was added of those that have the path; null when none has it.
     owned_node find_path(const stored_description& description, std::string_view path);
+
+    // The paths of all its nodes, for an index.
+    std::vector<path_index::entry> paths(const stored_description& description);
 
     // These give nothing when the description never had a node of that id.
     std::optional<node_sequence> children(const stored_description& description, std::uint64_t node_id);

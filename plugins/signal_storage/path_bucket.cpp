@@ -26,8 +26,12 @@ std::uint64_t path_bucket_of(std::uint64_t path_hash, std::uint64_t node_count) 
     return path_hash % path_bucket_count(node_count);
 }
 
+std::uint32_t path_entries::hash(std::size_t index) const noexcept {
+    return load_little_endian<std::uint32_t>(bytes_.data() + index * size);
+}
+
 bool path_entries::has_hash(std::size_t index, std::uint64_t path_hash) const noexcept {
-    return load_little_endian<std::uint32_t>(bytes_.data() + index * size) == high_half(path_hash);
+    return hash(index) == high_half(path_hash);
 }
 
 std::uint32_t path_entries::position(std::size_t index) const noexcept {

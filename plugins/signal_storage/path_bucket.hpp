@@ -42,6 +42,8 @@ public:
     explicit path_entries(std::span<const std::uint8_t> bytes) noexcept : bytes_(bytes) {}
 
     std::size_t count() const noexcept { return bytes_.size() / size; }
+    // The high half.
+    std::uint32_t hash(std::size_t index) const noexcept;
     bool has_hash(std::size_t index, std::uint64_t path_hash) const noexcept;
     std::uint32_t position(std::size_t index) const noexcept;
 

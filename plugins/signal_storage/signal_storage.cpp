@@ -30,6 +30,8 @@ void signal_storage::offer_tables() {
     access.context = this;
     services_.offer(access);
 
+    services_.offer(qor_signal_storage_search_t{sdk::slot<&signal_storage::find_first>, this});
+
     qor_signal_storage_maintenance_t maintenance{};
     maintenance.compact = sdk::slot<&signal_storage::compact>;
     maintenance.context = this;
@@ -65,6 +67,16 @@ void signal_storage::find_node(std::uint64_t description_id, const char* path, q
     check_argument(node, "node");
     *node = nullptr;
     *node = storage_->ask(&catalogue::find_node, description_id, path).release();
+}
+
+void signal_storage::find_first(const std::uint64_t* description_ids, std::size_t id_count, const char* path,
+                                std::size_t* index) {
+    check_argument(path, "path");
+    check_argument(index, "index");
+    if (id_count != 0) {
+        check_argument(description_ids, "description_ids");
+    }
+    *index = storage_->ask(&catalogue::find_first, std::span(description_ids, id_count), path);
 }
 
 void signal_storage::get_root_nodes(std::uint64_t description_id, qor_type_node_sequence_t** nodes) {

@@ -32,6 +32,9 @@ public:
     std::uint32_t get_signature(std::uint64_t description_id, char* buffer, std::size_t* size);
     void get_description_id(const char* signature, std::uint64_t* description_id);
 
+    // Slot of qor_signal_storage_search_t.
+    void find_first(const std::uint64_t* description_ids, std::size_t id_count, const char* path, std::size_t* index);
+
     // Slot of qor_signal_storage_maintenance_t.
     void compact();
 

@@ -1,9 +1,12 @@
 #include "plugins/signal_storage/sqlite_catalogue.hpp"
 
+#include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "plugins/signal_storage/node_id.hpp"
 #include "plugins/signal_storage/schema.hpp"
+#include "qorcpp/fnv.hpp"
 
 namespace qor::storage {
 
@@ -70,6 +73,38 @@ owned_node sqlite_catalogue::find_node(std::uint64_t description_id, std::string
         }
     }
     fail_path(description_id, path);
+}
+
+void sqlite_catalogue::index_paths(std::uint64_t description_id) {
+    if (indexed_.contains(description_id)) {
+        return;
+    }
+    const stored_description* const description = descriptions_.find(description_id);
+    if (description == nullptr) {
+        return; // it may come yet
+    }
+    const auto place = indexed_.insert(description_id).first;
+    try {
+        index_.add(nodes_.paths(*description));
+    } catch (const std::runtime_error&) {
+        unreadable_.insert(description_id);
+    } catch (...) {
+        indexed_.erase(place);
+        throw;
+    }
+}
+
+std::size_t sqlite_catalogue::find_first(std::span<const std::uint64_t> description_ids, std::string_view path) {
+    const snapshot view(*this);
+    std::for_each(description_ids.begin(), description_ids.end(), [&](std::uint64_t id) { index_paths(id); });
+    const std::vector<std::uint32_t> candidates = index_.candidates(fnv1a(path));
+    const auto has_it = [&](std::uint64_t id) {
+        const bool may_have_it =
+            std::binary_search(candidates.begin(), candidates.end(), id) || unreadable_.contains(id);
+        return may_have_it && nodes_.find_path(open(id), path) != nullptr;
+    };
+    const auto found = std::find_if(description_ids.begin(), description_ids.end(), has_it);
+    return static_cast<std::size_t>(found - description_ids.begin());
 }
 
 node_sequence sqlite_catalogue::roots(std::uint64_t description_id) {

@@ -5,14 +5,17 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 
 #include "plugins/signal_storage/catalogue.hpp"
 #include "plugins/signal_storage/catalogue_writer.hpp"
 #include "plugins/signal_storage/database.hpp"
 #include "plugins/signal_storage/description_table.hpp"
 #include "plugins/signal_storage/node_table.hpp"
+#include "plugins/signal_storage/path_index.hpp"
 #include "plugins/signal_storage/statement.hpp"
 
 namespace qor::storage {
@@ -24,6 +27,7 @@ public:
     sqlite_catalogue(std::unique_ptr<database> connection, bool must_exist);
 
     owned_node find_node(std::uint64_t description_id, std::string_view path) override;
+    std::size_t find_first(std::span<const std::uint64_t> description_ids, std::string_view path) override;
     node_sequence roots(std::uint64_t description_id) override;
     node_sequence children(std::uint64_t node_id) override;
     node_sequence hierarchy(std::uint64_t node_id) override;
@@ -54,6 +58,7 @@ private:
     using node_question = std::optional<node_sequence> (node_table::*)(const stored_description& description,
                                                                        std::uint64_t node_id);
     const stored_description& open(std::uint64_t description_id);
+    void index_paths(std::uint64_t description_id);
     node_sequence ask(node_question question, std::uint64_t node_id);
 
     const std::unique_ptr<database> connection_;
@@ -64,6 +69,11 @@ private:
     description_table descriptions_;
     node_table nodes_;
     catalogue_writer writer_;
+    // Of the descriptions that were asked about together with others.
+    path_index index_;
+    std::unordered_set<std::uint64_t> indexed_;
+    // Those whose paths cannot be read: a question that comes to one of them finds out whether that matters.
+    std::set<std::uint64_t> unreadable_;
 };
 
 } // namespace qor::storage

@@ -1,5 +1,6 @@
 #include "runtime/tavi/signal_storage_proxy.hpp"
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -82,6 +83,10 @@ void signal_storage_proxy::resolve_tables() {
     storage = copy_table<qor_signal_storage_t>(*service_locator);
     access = copy_table<qor_signal_storage_access_t>(*service_locator);
     maintenance = copy_table<qor_signal_storage_maintenance_t>(*service_locator);
+    const std::string search_name = demangled_string<qor_signal_storage_search_t>();
+    if (const void* const table = find_optional_table(*service_locator, search_name)) {
+        search = *static_cast<const qor_signal_storage_search_t*>(table);
+    }
 }
 
 void signal_storage_proxy::release() noexcept {
@@ -126,6 +131,19 @@ type_node_holder signal_storage_proxy::find_node(uint64_t description_id, const 
     auto holder = wrap_node(node, true);
     details.rethrow();
     return holder;
+}
+
+size_t signal_storage_proxy::find_candidate(const std::vector<uint64_t>& description_ids, size_t first,
+                                            const std::string& path) const {
+    const size_t count = description_ids.size() - first;
+    if (search.find_first == nullptr || count == 1) {
+        return first;
+    }
+    size_t index = 0;
+    details_owner details;
+    search.find_first(search.context, description_ids.data() + first, count, path.c_str(), &index, details.place());
+    details.rethrow();
+    return first + std::min(index, count - 1);
 }
 
 namespace {

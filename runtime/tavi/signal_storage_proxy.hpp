@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "qorc/extensibility/signal_storage.h"
 #include "qorcpp/platform/shared_library.hpp"
@@ -39,6 +40,10 @@ public:
 
     // Description id 0 searches all descriptions. An empty holder when the storage gives no node and no failure.
     type_node_holder find_node(uint64_t description_id, const std::string& path) const;
+    // The place, from `first` on, of the next description that may have the path: where find_node is to be asked next.
+    // Of a storage that can search in many at once it is the first that has it, or the last of all when none has it.
+    // Requires: first < description_ids.size().
+    size_t find_candidate(const std::vector<uint64_t>& description_ids, size_t first, const std::string& path) const;
     type_node_sequence_holder get_root_nodes(uint64_t description_id) const;
     type_node_sequence_holder get_node_children(const qor_type_node_t* node) const;
     type_node_sequence_holder get_node_hierarchy(uint64_t node_id) const;
@@ -54,6 +59,7 @@ private:
     qor_signal_storage_t storage{};
     qor_signal_storage_access_t access{};
     qor_signal_storage_maintenance_t maintenance{};
+    qor_signal_storage_search_t search{};
     std::shared_ptr<qor::runtime::service_locator> service_locator;
     std::shared_ptr<qor::runtime::service_locator> host_locator;
     std::shared_ptr<extensibility::log::logger> logger;

@@ -40,5 +40,32 @@ TEST_F(registration, cuts_what_it_logs_but_not_what_it_reports) {
     EXPECT_EQ(host.records.at(0), (told + text).substr(0, where.size() + 1023));
 }
 
+// A storage that searches in all descriptions of a source at once is not asked about each of them.
+TEST_F(registration, of_many_descriptions_costs_a_subscription_one_search) {
+    destroy();
+    storage().offers_search = true;
+    start();
+    ASSERT_EQ(register_descriptions(
+                  7, 2, "engine", {{"two", "dbc", ""}, {"three", "dbc", ""}, {"one", "dbc", ""}, {"four", "dbc", ""}}),
+              succeeded);
+    const std::string search = "qor_signal_storage.find_first 2 3 1 4 View.Plain";
+    const std::string found = "qor_signal_storage.find_node 1 View.Plain";
+    const std::string last = "qor_signal_storage.find_node 4 View.Plain";
+    storage().counts["find_first"] = 2;
+    take({});
+    subscribe("engine.View.Plain");
+    EXPECT_THAT(take({"find_first", "find_node"}), ::testing::ElementsAre(search, found, search, found));
+    for (const std::uint64_t none : {4, 400}) {
+        storage().counts["find_first"] = none;
+        std::uint64_t given = 0;
+        EXPECT_EQ(call(api.subscribe, handle, "engine.View.Plain", false, &given),
+                  failed("requested type URL expression 'engine.View.Plain' not found in the signal storage"));
+        EXPECT_THAT(take({"find_first", "find_node"}), ::testing::ElementsAre(search, last));
+    }
+    storage().answers = {{"find_first", fakes::reports(QOR_STATUS_TIMED_OUT, "no time")}};
+    std::uint64_t given = 0;
+    EXPECT_EQ(call(api.subscribe, handle, "engine.View.Plain", false, &given), failed("no time", QOR_STATUS_TIMED_OUT));
+}
+
 } // namespace
 } // namespace tavi::test

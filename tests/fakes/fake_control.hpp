@@ -63,6 +63,7 @@ struct script {
     std::vector<format> formats = {};
     std::uint8_t context_type = 0;
     bool offers_batch = false;                        // a matcher's batch table
+    bool offers_search = false;                       // a storage's search table; a search gives counts["find_first"]
     std::map<std::uint64_t, match_answer> match = {}; // by subscription handle; without one nothing matches
     // The bytes of a processor's records, by subscription handle; a record without them stays null.
     std::map<std::uint64_t, std::vector<std::optional<std::string>>> records = {};

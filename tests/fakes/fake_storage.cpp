@@ -129,6 +129,17 @@ std::uint32_t find_node(void* context, std::uint64_t description, const char* pa
     });
 }
 
+std::uint32_t find_first(void* context, const std::uint64_t* ids, std::size_t count, const char* path,
+                         std::size_t* index, details error) {
+    fake_plugin& self = fake_plugin::of(context);
+    std::string arguments;
+    for (std::size_t i = 0; i < count; ++i) {
+        arguments += std::to_string(ids[i]) + " ";
+    }
+    return self.perform("find_first", arguments + path, error,
+                        [&] { *index = self.own.count_of("find_first", count); });
+}
+
 std::uint32_t get_node_children(void* context, const qor_type_node_t* node, qor_type_node_sequence_t** result,
                                 details error) {
     return node == nullptr ? not_found("the null node", error)
@@ -185,6 +196,9 @@ void become_storage(fake_plugin& self) {
     access.context = &self;
     self.offer(access);
     self.offer(qor_signal_storage_maintenance_t{nullptr, &self});
+    if (self.own.offers_search) {
+        self.offer(qor_signal_storage_search_t{find_first, &self});
+    }
 }
 
 } // namespace tavi::fakes

@@ -98,6 +98,7 @@ public:
         resolve(storage, "qor_signal_storage_t");
         resolve(access, "qor_signal_storage_access_t");
         resolve(maintenance, "qor_signal_storage_maintenance_t");
+        resolve(search, "qor_signal_storage_search_t");
     }
 
     open_description begin(const std::string& content, const char* name = "car.dbc",
@@ -112,6 +113,9 @@ public:
     }
     outcome try_find(std::uint64_t description_id, const std::string& path) {
         return outcome_of([&] { find(description_id, path); });
+    }
+    std::size_t find_first(const std::vector<std::uint64_t>& ids, const std::string& path) {
+        return get<std::size_t>(search->find_first, search->context, ids.data(), ids.size(), path.c_str());
     }
     // Asks one of the questions that sequences of nodes answer.
     template<typename Function, typename Argument>
@@ -131,6 +135,7 @@ public:
     qor_signal_storage_t* storage;
     qor_signal_storage_access_t* access;
     qor_signal_storage_maintenance_t* maintenance;
+    qor_signal_storage_search_t* search;
 
 private:
     owned<void> handle_;

@@ -148,14 +148,46 @@ void check(opened_storage& storage, const random_description& model) {
     }
 }
 
+// A search in many descriptions gives what asking one after another gives, also for paths and ids that are nowhere, and
+// when descriptions came since the last one.
+void check_search(opened_storage& storage, const std::deque<random_description>& models, std::mt19937& random) {
+    std::vector<std::uint64_t> ids = {4711};
+    for (const random_description& model : models) {
+        ids.push_back(model.nodes[0].description_id);
+    }
+    std::shuffle(ids.begin(), ids.end(), random);
+    ids.resize(1 + random() % ids.size());
+    for (const random_description& model : models) {
+        std::vector<std::string> paths = {"twice", "nowhere", std::string(model.nodes[0].name) + ".twice"};
+        const qor_type_node_t* node = &model.nodes[random() % model.nodes.size()];
+        for (std::string path = node->name;; path = node->name + ("." + path)) {
+            const auto above = std::find_if(model.nodes.begin(), model.nodes.end(),
+                                            [&](const qor_type_node_t& other) { return other.id == node->parent_id; });
+            if (above == model.nodes.end()) {
+                paths.push_back(path);
+                break;
+            }
+            node = &*above;
+        }
+        for (const std::string& path : paths) {
+            const auto has_it = [&](std::uint64_t id) { return storage.try_find(id, path) == succeeded; };
+            const auto expected = std::find_if(ids.begin(), ids.end(), has_it) - ids.begin();
+            ASSERT_EQ(storage.find_first(ids, path), static_cast<std::size_t>(expected)) << path;
+        }
+    }
+    EXPECT_EQ(storage.find_first({}, "twice"), 0u);
+}
+
 TEST(StorageProperty, EveryFieldOfEveryNodeComesBack) {
     const temporary_directory directory;
     const std::string file = "file:" + (directory.path() / "random.db3").string();
+    std::mt19937 random(1);
     for (const std::string& uri : {std::string(memory_uri), file}) {
         std::deque<random_description> models;
         opened_storage storage(uri);
         for (std::uint32_t seed = 0; seed < 12; ++seed) {
             models.emplace_back(storage, seed);
+            check_search(storage, models, random);
         }
         opened_storage again(uri);
         for (const random_description& model : models) {

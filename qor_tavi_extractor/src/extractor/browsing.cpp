@@ -78,9 +78,10 @@ std::string extractor::get_type_schema_by_url(const std::string& url_expression,
     const std::vector<uint64_t> description_ids = find_source(*context).description_ids;
     const std::string path = context->location_path();
     std::string last_error = "failed to access schema with URL '" + url_expression + "'";
-    for (const uint64_t id : description_ids) {
+    for (size_t place = 0; place < description_ids.size(); ++place) {
+        place = signal_storage->find_candidate(description_ids, place, path);
         try {
-            return schema_of_description(id, *context, path, lenient, annotate, print_option);
+            return schema_of_description(description_ids[place], *context, path, lenient, annotate, print_option);
         } catch (const std::invalid_argument& error) {
             if (description_ids.size() == 1) {
                 throw;

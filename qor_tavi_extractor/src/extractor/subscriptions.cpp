@@ -39,9 +39,10 @@ uint64_t extractor::find_subscribed_node(const std::vector<uint64_t>& descriptio
         const auto node = signal_storage->find_node(0, path);
         return node ? node->id : 0;
     }
-    for (const uint64_t id : description_ids) {
+    for (size_t place = 0; place < description_ids.size(); ++place) {
+        place = signal_storage->find_candidate(description_ids, place, path);
         try {
-            if (const auto node = signal_storage->find_node(id, path)) {
+            if (const auto node = signal_storage->find_node(description_ids[place], path)) {
                 return node->id;
             }
         } catch (const std::invalid_argument&) {

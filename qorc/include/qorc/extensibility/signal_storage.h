@@ -163,6 +163,22 @@ typedef struct qor_signal_storage_access_t {
     void* context;
 } qor_signal_storage_access_t;
 
+/*
+ * Service "qor_signal_storage_search_t", optional: many descriptions in one call. A storage that offers it keeps an
+ * index, so that what a source is subscribed to is found at the same cost however many descriptions the source has.
+ */
+typedef struct qor_signal_storage_search_t {
+    /*
+     * Stores in `*index` the place of the first of `description_ids`, `id_count` of them, in which
+     * qor_signal_storage_access_t::find_node would find `path`, and `id_count` when none has it, which is no error. An
+     * id that the storage does not know does not have it. Fails where find_node, asked for one after another, would
+     * fail for another reason than that a path is not there.
+     */
+    uint32_t (*find_first)(void* context, const uint64_t* description_ids, size_t id_count, const char* path,
+                           size_t* index, qor_error_details_t** error);
+    void* context;
+} qor_signal_storage_search_t;
+
 /* Service "qor_signal_storage_maintenance_t". The extractor resolves it and never calls it. */
 typedef struct qor_signal_storage_maintenance_t {
     /* Checks the storage's file for damage and gives back unused room. */
