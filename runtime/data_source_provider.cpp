@@ -74,46 +74,52 @@ void data_source_provider::check_description_queries() const {
     check(record_.context != nullptr && record_.get_data_description != nullptr);
 }
 
+std::vector<data_source> data_source_provider::list_sources() const {
+    std::size_t count = 0;
+    repeat_until_ready([&](auto error) { return record_.get_data_source_count(record_.context, &count, error); });
+    std::vector<data_source> sources;
+    for (std::size_t index = 0; index < count; ++index) {
+        data_source source = {};
+        repeat_until_ready([&](auto error) { return record_.get_data_source(record_.context, index, &source, error); });
+        sources.push_back(source);
+    }
+    return sources;
+}
+
 std::vector<data_source> data_source_provider::get_data_sources() const {
     check_source_queries();
-    return run_as_task([this] {
-        std::size_t count = 0;
-        repeat_until_ready([&](auto error) { return record_.get_data_source_count(record_.context, &count, error); });
-        std::vector<data_source> sources;
-        for (std::size_t index = 0; index < count; ++index) {
-            data_source source = {};
-            repeat_until_ready(
-                [&](auto error) { return record_.get_data_source(record_.context, index, &source, error); });
-            sources.push_back(source);
-        }
-        return sources;
-    });
+    return own_ != nullptr ? own_->sources : run_as_task([&] { return list_sources(); });
 }
 
 std::size_t data_source_provider::find_source(const data_source& source) const {
     check_source_queries();
-    return find_equal(get_data_sources(), source, "the specified data source was not found");
+    return find_equal(list_sources(), source, "the specified data source was not found");
+}
+
+std::vector<data_description> data_source_provider::list_descriptions(const data_source& source) const {
+    const std::size_t source_index = find_source(source);
+    std::vector<data_description> descriptions;
+    for (std::size_t index = 0; index < source.data_description_count; ++index) {
+        data_description description = {};
+        repeat_until_ready([&](auto error) {
+            return record_.get_data_description(record_.context, source_index, index, &description, error);
+        });
+        descriptions.push_back(description);
+    }
+    return descriptions;
 }
 
 std::vector<data_description> data_source_provider::get_data_descriptions(const data_source& source) const {
     check_description_queries();
-    return run_as_task([&] {
-        const std::size_t source_index = find_source(source);
-        std::vector<data_description> descriptions;
-        for (std::size_t index = 0; index < source.data_description_count; ++index) {
-            data_description description = {};
-            repeat_until_ready([&](auto error) {
-                return record_.get_data_description(record_.context, source_index, index, &description, error);
-            });
-            descriptions.push_back(description);
-        }
-        return descriptions;
-    });
+    if (own_ != nullptr) {
+        return own_->list();
+    }
+    return run_as_task([&] { return list_descriptions(source); });
 }
 
 std::size_t data_source_provider::find_description(const data_source& source,
                                                    const data_description& description) const {
-    return find_equal(get_data_descriptions(source), description, "the specified data description was not found");
+    return find_equal(list_descriptions(source), description, "the specified data description was not found");
 }
 
 std::uint64_t data_source_provider::query_content_size(std::size_t source_index, std::size_t description_index) const {
@@ -130,26 +136,33 @@ std::uint64_t data_source_provider::query_content_size(std::size_t source_index,
 }
 
 std::pair<std::unique_ptr<std::uint8_t[]>, std::uint64_t>
+data_source_provider::read_content(std::size_t source_index, std::size_t description_index) const {
+    const std::uint64_t room = query_content_size(source_index, description_index);
+    auto content = std::make_unique<std::uint8_t[]>(room);
+    std::uint64_t size = 0;
+    repeat_until_ready([&](auto error) {
+        size = room; // an answer that it is not ready may have changed it
+        return record_.get_data_description_content(record_.context, source_index, description_index, content.get(),
+                                                    &size, error);
+    });
+    if (size > room) {
+        throw std::runtime_error("unexpected value received from 'get_data_description_content' function while "
+                                 "retrieving content");
+    }
+    return {std::move(content), size};
+}
+
+std::pair<std::unique_ptr<std::uint8_t[]>, std::uint64_t>
 data_source_provider::get_data_description_content(const data_source& source,
                                                    const data_description& description) const {
     check_description_queries();
     check(record_.get_data_description_content != nullptr);
+    if (own_ != nullptr) {
+        return read_content(0, own_->place_of(description));
+    }
     return run_as_task([&] {
         const std::size_t source_index = find_source(source);
-        const std::size_t description_index = find_description(source, description);
-        const std::uint64_t room = query_content_size(source_index, description_index);
-        auto content = std::make_unique<std::uint8_t[]>(room);
-        std::uint64_t size = 0;
-        repeat_until_ready([&](auto error) {
-            size = room; // an answer that it is not ready may have changed it
-            return record_.get_data_description_content(record_.context, source_index, description_index, content.get(),
-                                                        &size, error);
-        });
-        if (size > room) {
-            throw std::runtime_error("unexpected value received from 'get_data_description_content' function while "
-                                     "retrieving content");
-        }
-        return std::pair(std::move(content), size);
+        return read_content(source_index, find_description(source, description));
     });
 }
 

@@ -82,7 +82,29 @@ std::uint32_t get_data_description_content(void* handle, std::size_t, std::size_
 
 memory_data_source_provider::memory_data_source_provider(const data_source& source,
                                                          const std::vector<data_description_content>& descriptions)
-    : sources{source}, descriptions(descriptions) {}
+    : sources{source}, descriptions(descriptions) {
+    for (std::size_t index = 0; index < descriptions.size(); ++index) {
+        places_.try_emplace(title_of(descriptions[index].description), index);
+    }
+}
+
+memory_data_source_provider::title memory_data_source_provider::title_of(const data_description& description) noexcept {
+    return {{description.name, strnlen(description.name, sizeof(description.name))},
+            {description.format_type, strnlen(description.format_type, sizeof(description.format_type))}};
+}
+
+std::vector<data_description> memory_data_source_provider::list() const {
+    std::vector<data_description> list;
+    list.reserve(descriptions.size());
+    for (const data_description_content& element : descriptions) {
+        list.push_back(element.description);
+    }
+    return list;
+}
+
+std::size_t memory_data_source_provider::place_of(const data_description& description) const {
+    return places_.at(title_of(description));
+}
 
 qor_data_source_provider_t memory_data_source_provider::record() const noexcept {
     // The functions only read through the context.

@@ -2,6 +2,10 @@
 #ifndef RUNTIME_MEMORY_DATA_SOURCE_PROVIDER_HPP
 #define RUNTIME_MEMORY_DATA_SOURCE_PROVIDER_HPP
 
+#include <cstddef>
+#include <map>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "qorc/extensibility/data_source_provider.h"
@@ -19,8 +23,19 @@ public:
     // The table, valid as long as the object.
     qor_data_source_provider_t record() const noexcept;
 
+    std::vector<data_description> list() const;
+    // Of the first description of this name and format. Requires: it is one of `descriptions`.
+    std::size_t place_of(const data_description& description) const;
+
     const std::vector<data_source> sources;
     const std::vector<data_description_content>& descriptions;
+
+private:
+    // Name and format up to their terminators.
+    using title = std::pair<std::string_view, std::string_view>;
+    static title title_of(const data_description& description) noexcept;
+
+    std::map<title, std::size_t> places_;
 };
 
 } // namespace qor::extensibility

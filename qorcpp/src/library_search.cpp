@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
+#include <unordered_map>
 
+#include "file_stamp.hpp"
 #include "library_file.hpp"
 #include "qorcpp/metadata_section.hpp"
 #include "qorcpp/platform/directory.hpp"
@@ -41,13 +44,51 @@ std::vector<std::string> library_paths_in(const std::string& directory) {
 }
 
 // The type word of a library. Throws: unusable_file, std::system_error.
-std::string type_of(const std::string& path) {
+std::string read_type(const std::string& path) {
     for (const metadata_entry& entry : parse_metadata(read_library_metadata(path))) {
         if (entry.key == "qor-library-type") {
             return entry.value;
         }
     }
     throw unusable_file("its metadata block has no line 'qor-library-type'");
+}
+
+// The types of files that were read once and have not changed since: a plug-in folder is searched at each registration
+// of a source. Thread: any.
+class known_types {
+public:
+    // Throws as read_type.
+    std::string type_of(const std::string& path) {
+        const auto stamp = platform::settled_stamp(path);
+        if (!stamp) {
+            return read_type(path);
+        }
+        const std::lock_guard lock(mutex_);
+        if (const auto found = types_.find(path); found != types_.end() && found->second.stamp == *stamp) {
+            return found->second.type;
+        }
+        std::string type = read_type(path);
+        if (types_.size() >= limit) {
+            types_.clear();
+        }
+        types_.insert_or_assign(path, known{*stamp, type});
+        return type;
+    }
+
+private:
+    struct known {
+        platform::file_stamp stamp;
+        std::string type;
+    };
+
+    static constexpr std::size_t limit = 1024;
+    std::mutex mutex_;
+    std::unordered_map<std::string, known> types_;
+};
+
+std::string type_of(const std::string& path) {
+    static known_types types;
+    return types.type_of(path);
 }
 
 } // namespace

@@ -89,6 +89,12 @@ TEST_F(provider, is_asked_on_a_thread_of_the_library_until_it_is_ready) {
         EXPECT_EQ(host_side.calls["size"], 2 * (not_ready + 1));
     }
     EXPECT_FALSE(host_side.threads.contains(std::this_thread::get_id()));
+    // One thread for what there is, one for each content.
+    host_side.threads.clear();
+    host_side.descriptions.resize(1);
+    source.data_description_count = host_side.source.data_description_count = 1;
+    ASSERT_EQ(register_it(), succeeded);
+    EXPECT_LE(host_side.threads.size(), 2u);
 }
 
 TEST_F(provider, that_reports_fails_the_registration_with_its_status) {

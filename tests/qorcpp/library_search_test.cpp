@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include <sys/stat.h>
@@ -54,6 +56,28 @@ TEST_F(library_search, gives_libraries_of_the_type_by_file_name) {
          {(directory.path() / "none").string(), (directory.path() / "liba.so").string(), std::string()}) {
         EXPECT_TRUE(search_local_libraries(other, "data-matcher").empty()) << other;
     }
+}
+
+// A file that has not changed for a while is read once, whatever name leads to it.
+TEST_F(library_search, reads_a_file_again_when_it_changed) {
+    const std::vector<std::string> found{"liba.so"}, none;
+    const fs::path link = directory.path() / "liba.so";
+    fs::create_symlink(PROBE_FILE, link);
+    while (fs::file_time_type::clock::now() - fs::last_write_time(PROBE_FILE) < std::chrono::seconds(3)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    EXPECT_EQ(search("data-matcher"), found);
+    {
+        const file_fault unreadable("open", EMFILE, "liba.so");
+        EXPECT_EQ(search("data-matcher"), found);
+    }
+    fs::remove(link);
+    fs::create_symlink(QORC_FILE, link);
+    EXPECT_EQ(search("data-matcher"), none);
+    fs::remove(link);
+    copy(PROBE_FILE, "liba.so");
+    const file_fault unreadable("open", EMFILE, "liba.so");
+    EXPECT_THROW(search("data-matcher"), std::system_error) << "new files are read each time";
 }
 
 TEST_F(library_search, passes_over_what_is_no_whole_library_with_a_reason) {

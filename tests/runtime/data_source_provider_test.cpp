@@ -40,6 +40,23 @@ TEST_F(memory_provider, the_size_is_what_the_last_call_left_but_never_beyond_the
         "the specified data description was not found");
 }
 
+// Without a list being made for each content, as a host's provider is asked to.
+TEST_F(memory_provider, gives_the_first_content_of_a_name_and_format) {
+    const std::vector<data_description_content> alike = {
+        {{"x", "dbc"}, 1, "1"}, {{"x", "sdl"}, 1, "2"}, {{"y", "dbc"}, 1, "3"}, {{"x", "dbc"}, 1, "4"}};
+    const memory_data_source_provider four({7, 2, 0, 4, "", "mine", "", ""}, alike);
+    const qor_data_source_provider_t four_record = four.record();
+    const data_source_provider own(four), as_a_hosts(four_record);
+    std::string texts;
+    for (const data_source_provider* const asked : {&own, &as_a_hosts}) {
+        for (const data_description& description : asked->get_data_descriptions(four.sources[0])) {
+            const auto [content, size] = asked->get_data_description_content(four.sources[0], description);
+            texts.append(content.get(), content.get() + size);
+        }
+    }
+    EXPECT_EQ(texts, "12311231");
+}
+
 TEST_F(memory_provider, names_missing_arguments_and_refuses_indices_beyond_the_end) {
     const auto content = [&](std::size_t index, void* buffer, std::uint64_t* size) {
         return call(record.get_data_description_content, record.context, 0, index, buffer, size);

@@ -126,11 +126,15 @@ private:
                                                                               uint16_t source_id) const;
     uint64_t parse_description(const runtime::tavi::data_description_parser_proxy& parser, const void* content,
                                size_t size, const std::string& name, uint8_t extra_context_type);
+    // Requires: the lock. No provider for a source without one.
+    void register_source_from(const extensibility::data_source& local,
+                              const std::optional<extensibility::data_source_provider>& provider, bool sanitize_name,
+                              const signature_receiver& receive);
     bool register_provider_descriptions(const extensibility::data_source& source,
-                                        const qor_data_source_provider_t& provider,
+                                        const extensibility::data_source_provider& provider,
                                         std::vector<uint64_t>& description_ids);
     void register_provider_description(const extensibility::data_source& source,
-                                       const qor_data_source_provider_t& provider,
+                                       const extensibility::data_source_provider& provider,
                                        const extensibility::data_description& description,
                                        std::vector<uint64_t>& description_ids);
     void register_built_in_description(const extensibility::data_source& source, const char* name,

@@ -68,11 +68,10 @@ uint64_t extractor::parse_description(const runtime::tavi::data_description_pars
 }
 
 void extractor::register_provider_description(const extensibility::data_source& source,
-                                              const qor_data_source_provider_t& provider,
+                                              const extensibility::data_source_provider& provider,
                                               const extensibility::data_description& description,
                                               std::vector<uint64_t>& description_ids) {
-    const auto [content, size] =
-        extensibility::data_source_provider(provider).get_data_description_content(source, description);
+    const auto [content, size] = provider.get_data_description_content(source, description);
     const std::string name = text_of(description.name);
     const auto parser = find_parser(text_of(description.format_type), source.source_id);
     description_ids.push_back(parse_description(*parser, content.get(), size, name, QOR_CONTEXT_TYPE_GENERAL));
@@ -83,9 +82,9 @@ void extractor::register_provider_description(const extensibility::data_source& 
 }
 
 bool extractor::register_provider_descriptions(const extensibility::data_source& source,
-                                               const qor_data_source_provider_t& provider,
+                                               const extensibility::data_source_provider& provider,
                                                std::vector<uint64_t>& description_ids) {
-    const auto descriptions = extensibility::data_source_provider(provider).get_data_descriptions(source);
+    const auto descriptions = provider.get_data_descriptions(source);
     for (const auto& description : descriptions) {
         try {
             register_provider_description(source, provider, description, description_ids);
@@ -116,13 +115,22 @@ void extractor::register_built_in_description(const extensibility::data_source& 
 void extractor::register_source(const extensibility::data_source& source, const qor_data_source_provider_t* provider,
                                 bool sanitize_name, const signature_receiver& receive) {
     const std::lock_guard lock(mutex);
+    // Copies, since the host's functions, which run in between, may change the host's own records.
     const extensibility::data_source local = source;
-    // A copy, since the host's functions, which run in between, may change the host's own record.
-    const std::optional local_provider = provider != nullptr ? std::optional(*provider) : std::nullopt;
+    std::optional<extensibility::data_source_provider> local_provider;
+    if (provider != nullptr) {
+        local_provider.emplace(*provider);
+    }
+    register_source_from(local, local_provider, sanitize_name, receive);
+}
+
+void extractor::register_source_from(const extensibility::data_source& local,
+                                     const std::optional<extensibility::data_source_provider>& provider,
+                                     bool sanitize_name, const signature_receiver& receive) {
     std::vector<uint64_t> description_ids;
     bool had_descriptions = false;
-    if (local_provider) {
-        had_descriptions = register_provider_descriptions(local, *local_provider, description_ids);
+    if (provider) {
+        had_descriptions = register_provider_descriptions(local, *provider, description_ids);
     }
     if (const char* const built_in = built_in_description(local.source_id)) {
         register_built_in_description(local, built_in, description_ids);
@@ -137,8 +145,8 @@ void extractor::register_source(const extensibility::data_source& source, const 
     for (const uint64_t id : description_ids) {
         signatures.push_back(signal_storage->get_signature(id));
     }
-    if (local_provider) {
-        for (const uint64_t id : bind_processors(local, *local_provider)) {
+    if (provider) {
+        for (const uint64_t id : bind_processors(local, provider->record())) {
             signatures.push_back(signal_storage->get_signature(id));
             description_ids.push_back(id);
         }
@@ -194,8 +202,8 @@ void extractor::register_source_with_data_descriptions(
     source.data_description_count = descriptions.size();
     name.copy(source.name, sizeof(source.name) - 1);
     const extensibility::memory_data_source_provider provider(source, descriptions);
-    const qor_data_source_provider_t record = provider.record();
-    register_source(source, &record, false, receive);
+    const std::lock_guard lock(mutex);
+    register_source_from(source, extensibility::data_source_provider(provider), false, receive);
 }
 
 // The second round ends what a plug-in subscribed to when it was told of the end, while the sources were still there.
