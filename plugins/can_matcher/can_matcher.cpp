@@ -103,8 +103,8 @@ public:
                                                    sdk::slot<&matcher::unregister_type>, sdk::slot<&matcher::match>});
         services_.offer(qor_data_matcher_format_support_t{[](void*) { return std::size(formats); },
                                                           sdk::slot<&matcher::get_supported_format>});
-        services_.offer(
-            qor_data_matcher_batch_support_t{sdk::slot<&matcher::match_batch>, sdk::slot<&matcher::set_source>});
+        services_.offer(qor_data_matcher_batch_support_t{sdk::slot<&matcher::match_batch>});
+        services_.offer(qor_data_matcher_source_support_t{sdk::slot<&matcher::set_source>});
     }
 
     sdk::service_table& services() noexcept { return services_; }

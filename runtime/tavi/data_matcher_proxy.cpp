@@ -26,13 +26,14 @@ data_matcher_proxy::data_matcher_proxy(platform::shared_library&& library,
     : plugin_proxy(matcher_kind, std::move(library), std::move(host_locator), nullptr),
       support(mandatory_table<qor_data_matcher_support_t>()),
       format_support(mandatory_table<qor_data_matcher_format_support_t>()) {
-    find_batch_support();
+    find_optional(batch_support);
+    find_optional(source_support);
 }
 
-void data_matcher_proxy::find_batch_support() {
-    const std::string name = demangled_string<qor_data_matcher_batch_support_t>();
-    if (const void* const table = find_optional_table(*service_locator, name)) {
-        batch_support = *static_cast<const qor_data_matcher_batch_support_t*>(table);
+template<typename Table>
+void data_matcher_proxy::find_optional(Table& table) {
+    if (const void* const found = find_optional_table(*service_locator, demangled_string<Table>())) {
+        table = *static_cast<const Table*>(found);
     }
 }
 
@@ -64,11 +65,11 @@ void data_matcher_proxy::register_type(uint64_t subscription_handle, const char*
 }
 
 void data_matcher_proxy::set_source(uint64_t subscription_handle, uint16_t source_id, uint32_t instance) const {
-    if (batch_support.set_source == nullptr) {
+    if (source_support.set_source == nullptr) {
         return;
     }
     details_owner details;
-    batch_support.set_source(handle, subscription_handle, source_id, instance, details.place());
+    source_support.set_source(handle, subscription_handle, source_id, instance, details.place());
     details.rethrow();
 }
 

@@ -62,7 +62,8 @@ public:
     }
 
 private:
-    void find_batch_support();
+    template<typename Table>
+    void find_optional(Table& table);
 
     struct batch_answer {
         std::span<const qor_match_outcome_t> outcomes;
@@ -76,6 +77,7 @@ private:
     qor_data_matcher_support_t support;
     qor_data_matcher_format_support_t format_support;
     qor_data_matcher_batch_support_t batch_support{};
+    qor_data_matcher_source_support_t source_support{};
 };
 
 } // namespace qor::runtime::tavi

@@ -69,7 +69,7 @@ public:
         return register_nodes(handle, std::move(list), what.address + what.offset, what.extent);
     }
     outcome set_source(std::uint64_t handle, std::uint16_t source_id) {
-        return call(batch.set_source, plugin.instance(), handle, source_id, 2);
+        return call(sources.set_source, plugin.instance(), handle, source_id, 2);
     }
     outcome unregister_type(std::uint64_t handle) { return call(support.unregister_type, plugin.instance(), handle); }
 
@@ -100,6 +100,7 @@ public:
     loaded_plugin plugin{"qor_can_matcher", "data-matcher"};
     qor_data_matcher_support_t support = plugin.table<qor_data_matcher_support_t>();
     qor_data_matcher_batch_support_t batch = plugin.table<qor_data_matcher_batch_support_t>();
+    qor_data_matcher_source_support_t sources = plugin.table<qor_data_matcher_source_support_t>();
 
 private:
     static std::string text_of(const std::vector<qor_match_outcome_t>& matches) {

@@ -166,7 +166,8 @@ void become_matcher(fake_plugin& self) {
     self.offer(qor_data_matcher_format_support_t{self.slot("get_supported_format_count", get_format_count),
                                                  self.slot("get_supported_format", get_supported_format)});
     if (self.own.offers_batch) {
-        self.offer(qor_data_matcher_batch_support_t{match_batch, self.slot("set_source", set_source)});
+        self.offer(qor_data_matcher_batch_support_t{match_batch});
+        self.offer(qor_data_matcher_source_support_t{self.slot("set_source", set_source)});
     }
 }
 

@@ -333,7 +333,7 @@ const qor_data_matcher_format_support_t* table() {
 }
 template<>
 const qor_data_matcher_batch_support_t* table() {
-    static const qor_data_matcher_batch_support_t made{match_batch, nullptr};
+    static const qor_data_matcher_batch_support_t made{match_batch};
     return &made;
 }
 template<>

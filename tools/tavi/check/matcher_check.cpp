@@ -23,6 +23,9 @@ void check_matcher(const qor::plugin_handle& plugin, checker& check) {
         check.find_table<qor_data_matcher_batch_support_t>(plugin, false, [](const auto& table) -> slot_list {
             return {{"match_batch", table.match_batch != nullptr}};
         });
+    check.find_table<qor_data_matcher_source_support_t>(plugin, false, [](const auto& table) -> slot_list {
+        return {{"set_source", table.set_source != nullptr}};
+    });
     if (support == nullptr || formats == nullptr) {
         return;
     }

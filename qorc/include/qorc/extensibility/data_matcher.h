@@ -85,15 +85,20 @@ typedef struct qor_data_matcher_batch_support_t {
     uint32_t (*match_batch)(void* handle, const qor_package_t* package, const uint64_t* handles, size_t handle_count,
                             bool lenient, qor_match_outcome_t* outcomes, size_t* outcome_count,
                             qor_error_details_t** error);
+} qor_data_matcher_batch_support_t;
+
+/*
+ * Service "qor_data_matcher_source_support_t", optional: the sources of subscriptions, for a matcher whose index keeps
+ * them apart. A package then costs the same however many sources have the same messages.
+ */
+typedef struct qor_data_matcher_source_support_t {
     /*
-     * Names the source of a subscription, right after each `register_type` for it, so that an index can keep the
-     * sources apart: a package of this source id and instance then costs the same however many sources have the same
-     * messages. Two sources of one qor::source_key (qorcpp/source_key.hpp) are one. Null for a matcher that does not
-     * need it; an older host does not call it. Details fail the subscription.
+     * Names the source of a subscription, right after each `register_type` for it. Two sources of one qor::source_key
+     * (qorcpp/source_key.hpp) are one. Details fail the subscription.
      */
     uint32_t (*set_source)(void* handle, uint64_t subscription_handle, uint16_t source_id, uint32_t instance,
                            qor_error_details_t** error);
-} qor_data_matcher_batch_support_t;
+} qor_data_matcher_source_support_t;
 
 #ifdef __cplusplus
 }
