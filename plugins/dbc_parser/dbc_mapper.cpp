@@ -21,7 +21,8 @@ constexpr const char* view_name = "CAN";
 
 // Names messages, or the signals of one, and tells of those whose names changed.
 template<typename Named, typename Label>
-void settle_names(std::vector<Named>& siblings, const Label& label, const warning_sink& warn) {
+void settle_names(std::vector<Named>& siblings, std::deque<std::string>& changed_names, const Label& label,
+                  const warning_sink& warn) {
     std::vector<std::string_view> names;
     names.reserve(siblings.size());
     for (const Named& named : siblings) {
@@ -29,13 +30,18 @@ void settle_names(std::vector<Named>& siblings, const Label& label, const warnin
     }
     auto node_names = unique_node_names(names);
     for (size_t index = 0; index < siblings.size(); ++index) {
-        std::string& name = siblings[index].node_name = std::move(node_names[index]);
+        std::string& name = node_names[index];
+        if (name == names[index]) {
+            siblings[index].node_name = names[index];
+            continue;
+        }
         // A digit in front is common and the leading '_' documented; anything else is worth a word.
         const bool only_digit = name.size() == names[index].size() + 1 && name.ends_with(names[index]);
-        if (name != names[index] && !only_digit) {
+        if (!only_digit) {
             warn(siblings[index].offset,
                  label(siblings[index]) + " is called " + quoted_name(name) + " in the catalogue");
         }
+        siblings[index].node_name = changed_names.emplace_back(std::move(name));
     }
 }
 
@@ -83,7 +89,7 @@ qor_type_node_t node_of(const dbc_message& message, uint64_t view_id, text_room&
     qor_type_node_t node{};
     node.kind = QOR_TYPE_NODE_OBJECT;
     node.parent_id = view_id;
-    node.name = message.node_name.c_str();
+    node.name = texts.keep(std::string(message.node_name));
     node.comment = texts.keep(readable_text(message.comment));
     node.object.address = message.frame_id;
     node.object.flags =
@@ -98,7 +104,7 @@ qor_type_node_t node_of(const dbc_signal& signal, uint64_t message_id, text_room
     qor_type_node_t node{};
     node.kind = QOR_TYPE_NODE_SIGNAL;
     node.parent_id = message_id;
-    node.name = signal.node_name.c_str();
+    node.name = texts.keep(std::string(signal.node_name));
     node.comment = texts.keep(readable_text(signal.comment));
     qor_signal_node_t& fields = node.signal;
     fields.offset = signal.bits.byte_offset;
@@ -111,9 +117,10 @@ qor_type_node_t node_of(const dbc_signal& signal, uint64_t message_id, text_room
     fields.raw_kind = static_cast<uint16_t>(raw);
     fields.converted_kind = static_cast<uint16_t>(identity ? raw : type_kind::float64);
     fields.byte_order = signal.bits.motorola ? QOR_BYTE_ORDER_INCONSISTENT_BIG_ENDIAN : QOR_BYTE_ORDER_LITTLE_ENDIAN;
+    const std::string& presence = signal.multiplexing().presence;
     fields.multiplexing = static_cast<uint8_t>((signal.is_selector ? QOR_MULTIPLEXING_SELECTOR : 0) |
-                                               (signal.presence.empty() ? 0 : QOR_MULTIPLEXING_MULTIPLEXED));
-    fields.presence = signal.presence.empty() ? nullptr : signal.presence.c_str();
+                                               (presence.empty() ? 0 : QOR_MULTIPLEXING_MULTIPLEXED));
+    fields.presence = presence.empty() ? nullptr : presence.c_str();
     fields.numerator_x1 = signal.factor;
     fields.numerator_x0 = signal.summand;
     fields.denominator_x0 = 1.0;
@@ -132,7 +139,8 @@ class file_writer {
 public:
     explicit file_writer(qor::sdk::node_writer& catalogue) : catalogue_(catalogue) {}
 
-    void write(const dbc_file& file) {
+    void write(dbc_file& file) {
+        file.drop_indexes();
         text_room texts;
         qor_type_node_t view{};
         view.kind = QOR_TYPE_NODE_VIEW;
@@ -148,6 +156,7 @@ public:
         const auto object_ids = catalogue_.add(objects);
         for (size_t index = 0; index < file.messages.size(); ++index) {
             write_signals(file.messages[index], object_ids[index]);
+            file.messages[index].signals = std::vector<dbc_signal>();
         }
         add_texts(0, file.attributes);
         if (!file.version.empty()) {
@@ -190,15 +199,15 @@ private:
 
 void settle_names_and_layout(dbc_file& file, const warning_sink& warn) {
     settle_names(
-        file.messages, [](const dbc_message& message) { return label_of(message); }, warn);
+        file.messages, file.changed_names, [](const dbc_message& message) { return label_of(message); }, warn);
     for (dbc_message& message : file.messages) {
         const auto label = [&](const dbc_signal& signal) { return label_of(message, signal.name); };
-        settle_names(message.signals, label, warn);
+        settle_names(message.signals, file.changed_names, label, warn);
         settle_layout(message, warn);
     }
 }
 
-void write_file(const dbc_file& file, qor::sdk::node_writer& catalogue) {
+void write_file(dbc_file& file, qor::sdk::node_writer& catalogue) {
     file_writer(catalogue).write(file);
 }
 

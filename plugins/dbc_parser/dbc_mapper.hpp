@@ -11,8 +11,9 @@ namespace dbc_parser {
 // changed names, of signals beyond their message's end and of signals that overlap.
 void settle_names_and_layout(dbc_file& file, const warning_sink& warn);
 
-// Throws what the storage reports.
-void write_file(const dbc_file& file, qor::sdk::node_writer& catalogue);
+// Takes the signals out of `file` as they are written: a large file is not in memory twice. Throws what the storage
+// reports.
+void write_file(dbc_file& file, qor::sdk::node_writer& catalogue);
 
 } // namespace dbc_parser
 

@@ -1,6 +1,8 @@
 // Messages and signals: what a DBC says about the bits of frames.
 #include <algorithm>
 #include <charconv>
+#include <iterator>
+#include <utility>
 
 #include "plugins/dbc_parser/dbc_names.hpp"
 #include "plugins/dbc_parser/dbc_sections.hpp"
@@ -74,6 +76,19 @@ void begin_message(reading& reading, dbc_message message) {
     reading.file.messages.push_back(std::move(message));
     reading.file.index_message(reading.message_index);
     reading.message = &reading.file.messages.back();
+    reading.message->signals = std::move(reading.spare_signals);
+}
+
+// Moves the signals of a message that has the spare memory into memory of their own size. Not those of a message that
+// goes on: they would be moved at each of its parts.
+void end_message(reading& reading) {
+    if (reading.message == nullptr || reading.spare_signals.capacity() != 0) {
+        return;
+    }
+    std::vector<dbc_signal>& signals = reading.message->signals;
+    std::vector<dbc_signal> exact(std::make_move_iterator(signals.begin()), std::make_move_iterator(signals.end()));
+    signals.clear();
+    reading.spare_signals = std::exchange(signals, std::move(exact));
 }
 
 // "M", "m3", "m3M" after the name; whether the word is such a mark. An "m" without a number can only be the selector.
@@ -95,7 +110,7 @@ bool take_multiplex_mark(std::string_view mark, dbc_signal& signal) {
         throw statement_error(signal.offset, "the selector's value has more than 64 bits");
     }
     signal.is_selector = is_selector;
-    signal.multiplex_value = value;
+    signal.make_multiplexing().value = value;
     return true;
 }
 
@@ -196,13 +211,14 @@ bool is_repeated(const reading& reading, const dbc_signal& signal) {
     const dbc_signal* const known = reading.file.find_signal_of(reading.message_index, signal.name);
     return known != nullptr && known->bits == signal.bits && known->is_signed == signal.is_signed &&
            known->factor == signal.factor && known->summand == signal.summand &&
-           known->multiplex_value == signal.multiplex_value;
+           known->multiplexing().value == signal.multiplexing().value;
 }
 
 } // namespace
 
 void read_message(reading& reading) {
     dbc_cursor& cursor = reading.cursor;
+    end_message(reading);
     reading.message = nullptr;
     reading.message_was_left_out = true;
     dbc_message message;

@@ -36,6 +36,8 @@ struct reading {
     // The message that SG_ lines belong to; null when there is none, or when it was left out.
     dbc_message* message = nullptr;
     size_t message_index = 0;
+    // Empty, with room for the signals of a message: those of a file then take no more than they need, without gaps.
+    std::vector<dbc_signal> spare_signals;
     // The last message was left out: so are its signals, without a word.
     bool message_was_left_out = false;
     // The signal that an SG_ line is about; empty until its name is read.

@@ -205,11 +205,14 @@ void read_extended_multiplexing(reading& reading) {
     dbc_signal* const signal = reading.file.find_signal(reference.written_id, reference.name);
     if (signal == nullptr) {
         miss(reading, reference, "the multiplexing");
-    } else if (signal->selector == selector) {
-        signal->ranges.insert(signal->ranges.end(), ranges.begin(), ranges.end());
-    } else if (signal->selector.empty()) {
-        signal->selector = selector;
-        signal->ranges = std::move(ranges);
+        return;
+    }
+    dbc_multiplexing& multiplexing = signal->make_multiplexing();
+    if (multiplexing.selector == selector) {
+        multiplexing.ranges.insert(multiplexing.ranges.end(), ranges.begin(), ranges.end());
+    } else if (multiplexing.selector.empty()) {
+        multiplexing.selector = selector;
+        multiplexing.ranges = std::move(ranges);
     } else {
         reading.warn_at(reference.offset,
                         reference.label() + " has a selector already, " + quoted_name(selector) + " is left out");

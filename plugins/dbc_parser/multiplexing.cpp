@@ -71,11 +71,11 @@ private:
     // The selector of signals that name none: the one that is itself always there.
     void find_root() {
         const bool needed = std::any_of(message_.signals.begin(), message_.signals.end(), [](const dbc_signal& signal) {
-            return signal.multiplex_value && signal.selector.empty();
+            return signal.multiplexing().value && signal.multiplexing().selector.empty();
         });
         for (size_t index = 0; needed && index < message_.signals.size(); ++index) {
             const dbc_signal& signal = message_.signals[index];
-            if (!signal.is_selector || signal.multiplex_value) {
+            if (!signal.is_selector || signal.multiplexing().value) {
                 continue;
             }
             if (root_ == none) {
@@ -88,22 +88,25 @@ private:
     }
 
     size_t selector_of(size_t index) {
-        dbc_signal& signal = message_.signals[index];
-        if (!signal.selector.empty()) {
-            const auto named = by_name_.find(signal.selector);
+        dbc_multiplexing* const multiplexing = message_.signals[index].own_multiplexing.get();
+        if (multiplexing == nullptr) {
+            return none;
+        }
+        if (!multiplexing->selector.empty()) {
+            const auto named = by_name_.find(multiplexing->selector);
             if (named != by_name_.end()) {
                 return named->second;
             }
-            warn(index, ": there is no selector " + quoted_name(signal.selector) + " in the message");
+            warn(index, ": there is no selector " + quoted_name(multiplexing->selector) + " in the message");
         }
-        if (!signal.multiplex_value) {
+        if (!multiplexing->value) {
             return none;
         }
         if (root_ == none || root_ == index) {
             warn(index, ": the message has no selector, the signal counts as always present");
             return none;
         }
-        signal.ranges = {{*signal.multiplex_value, *signal.multiplex_value}};
+        multiplexing->ranges = {{*multiplexing->value, *multiplexing->value}};
         return root_;
     }
 
@@ -144,23 +147,25 @@ private:
                 continue;
             }
             const dbc_signal& selector = message_.signals[selectors_[index]];
-            dbc_signal& signal = message_.signals[index];
-            const std::string condition = condition_on(selector, signal.ranges);
-            const size_t size = selector.presence.size() + condition.size() + 1;
+            dbc_multiplexing& multiplexing = *message_.signals[index].own_multiplexing;
+            const std::string& of_selector = selector.multiplexing().presence;
+            const std::string condition = condition_on(selector, multiplexing.ranges);
+            const size_t size = of_selector.size() + condition.size() + 1;
             if (states_[selectors_[index]] == state::homeless || size > room_) {
                 states_[index] = state::homeless;
                 continue;
             }
             room_ -= size;
-            signal.presence.reserve(size);
-            signal.presence = selector.presence;
-            signal.presence += selector.presence.empty() ? "" : "&";
-            signal.presence += condition;
+            multiplexing.presence.reserve(size);
+            multiplexing.presence = of_selector;
+            multiplexing.presence += of_selector.empty() ? "" : "&";
+            multiplexing.presence += condition;
         }
     }
 
     void drop_homeless() {
         std::vector<dbc_signal> kept;
+        kept.reserve(states_.size());
         for (size_t index = 0; index < states_.size(); ++index) {
             if (states_[index] == state::homeless) {
                 warn(index, " is left out: the conditions of the file's signals are too long");
@@ -185,7 +190,7 @@ private:
 
 void resolve_multiplexing(dbc_message& message, size_t& room, const warning_sink& warn) {
     for (const dbc_signal& signal : message.signals) {
-        if (signal.is_selector || signal.multiplex_value || !signal.selector.empty()) {
+        if (signal.is_selector || signal.own_multiplexing != nullptr) {
             resolver(message, room, warn).run();
             return;
         }

@@ -48,8 +48,8 @@ private:
         std::unordered_map<std::string_view, uint32_t> numbers{{"", 0}};
         for (const dbc_signal& signal : message_.signals) {
             const auto next = static_cast<uint32_t>(numbers.size());
-            conditions_.push_back(signal.presence.empty() ? 0
-                                                          : numbers.try_emplace(signal.presence, next).first->second);
+            const std::string& presence = signal.multiplexing().presence;
+            conditions_.push_back(presence.empty() ? 0 : numbers.try_emplace(presence, next).first->second);
         }
     }
 

@@ -39,7 +39,7 @@ void append_json_text(std::string& json, std::string_view text) {
 
 // Where the nodes are when the tree is walked depth first, counted from 1. By number, 0 unused.
 struct catalogue_writer::tree {
-    explicit tree(const std::vector<pending_node>& nodes) : positions(nodes.size()), lasts(nodes.size()) {
+    explicit tree(const pending_nodes& nodes) : positions(nodes.size()), lasts(nodes.size()) {
         order.reserve(nodes.size());
         std::uint32_t node = nodes[0].first_child;
         std::uint32_t position = 0;
@@ -59,7 +59,7 @@ struct catalogue_writer::tree {
         }
     }
 
-    node_row row(const std::vector<pending_node>& nodes, std::uint64_t description_id, std::uint32_t number) const {
+    node_row row(const pending_nodes& nodes, std::uint64_t description_id, std::uint32_t number) const {
         const pending_node& node = nodes[number];
         node_row row;
         row.place = {make_node_id(description_id, positions[number]), make_node_id(description_id, lasts[number]),
@@ -85,7 +85,7 @@ catalogue_writer::catalogue_writer(database& owner)
 
 void catalogue_writer::write(const description_identity& identity, std::uint64_t description_id,
                              const pending_description& content) {
-    const std::vector<pending_node>& nodes = content.nodes();
+    const pending_nodes& nodes = content.nodes();
     const tree tree(nodes);
     std::vector<row_digest> hashes;
     hashes.reserve(tree.order.size());

@@ -60,7 +60,7 @@ node_sequence children_of(node_reference parent) {
 // The numbers of all below and including the node, parents before what is below them.
 std::vector<std::uint32_t> walk(node_reference top) {
     std::vector<std::uint32_t> numbers;
-    const std::vector<pending_node>& nodes = top.description->content->nodes();
+    const pending_nodes& nodes = top.description->content->nodes();
     for (std::uint32_t at = top.number;;) {
         numbers.push_back(at);
         if (nodes[at].first_child != 0) {

@@ -6,7 +6,7 @@ namespace qor::storage {
 
 namespace {
 
-std::vector<std::pair<std::uint64_t, std::uint32_t>> sorted_paths(const std::vector<pending_node>& nodes) {
+std::vector<std::pair<std::uint64_t, std::uint32_t>> sorted_paths(const pending_nodes& nodes) {
     std::vector<std::pair<std::uint64_t, std::uint32_t>> paths;
     paths.reserve(nodes.size());
     for (std::uint32_t number = 1; number < nodes.size(); ++number) {

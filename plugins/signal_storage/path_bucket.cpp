@@ -38,7 +38,7 @@ std::uint32_t path_entries::position(std::size_t index) const noexcept {
     return load_little_endian<std::uint32_t>(bytes_.data() + index * size + sizeof(std::uint32_t));
 }
 
-std::vector<std::vector<std::uint8_t>> make_path_buckets(const std::vector<pending_node>& nodes,
+std::vector<std::vector<std::uint8_t>> make_path_buckets(const pending_nodes& nodes,
                                                          std::span<const std::uint32_t> positions) {
     const std::uint64_t node_count = nodes.size() - 1;
     std::vector<std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>> entries; // bucket, hash, number of the node

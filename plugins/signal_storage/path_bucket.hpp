@@ -54,7 +54,7 @@ private:
 };
 
 // The entries of all buckets. `positions` gives the number of a node's position by the node's number.
-std::vector<std::vector<std::uint8_t>> make_path_buckets(const std::vector<pending_node>& nodes,
+std::vector<std::vector<std::uint8_t>> make_path_buckets(const pending_nodes& nodes,
                                                          std::span<const std::uint32_t> positions);
 
 } // namespace qor::storage

@@ -61,7 +61,9 @@ qor_type_node_t make_record(const pending_node& source, std::uint64_t descriptio
 }
 
 pending_description::pending_description(std::uint32_t number, bool keep)
-    : number_(number), keep_(keep), kinds_(1), nodes_(1), characters_(keep ? first_characters : 1) {}
+    : number_(number), keep_(keep), kinds_(1), characters_(keep ? first_characters : 1) {
+    nodes_.push_back({});
+}
 
 std::uint32_t pending_description::find(std::uint64_t node_id) const {
     const std::uint64_t number = node_number(node_id);
@@ -120,7 +122,7 @@ void pending_description::add(const qor_type_node_t* nodes, std::uint64_t count,
     } catch (...) { // out of memory
         kinds_.resize(first);
         if (keep_) {
-            nodes_.resize(first);
+            nodes_.shrink(first);
             nodes_[parent] = above;
             if (above.last_child != 0) {
                 nodes_[above.last_child].next_sibling = 0;
@@ -156,9 +158,7 @@ void pending_description::append(const qor_type_node_t& node, std::uint32_t pare
         added.signal.presence = keep_text(node.signal.presence);
         added.signal.unit = keep_text(node.signal.unit);
         added.signal.value_table = keep_text(node.signal.value_table);
-        added.signal.signal_suffix = node.signal.signal_suffix_length != 0
-                                         ? keep_text(node.signal.signal_suffix, node.signal.signal_suffix_length)
-                                         : nullptr;
+        added.signal.signal_suffix = keep_suffix(node.signal, added.signal.unit);
         break;
     }
     nodes_.push_back(added);
@@ -195,6 +195,15 @@ void pending_description::add_text(std::uint64_t node_id, const char* key, const
     } else {
         texts_.push_back({node, keep_text(key), keep_text(text)});
     }
+}
+
+// The suffix usually is the unit's text.
+const char* pending_description::keep_suffix(const qor_signal_node_t& signal, const char* kept_unit) {
+    if (signal.signal_suffix_length == 0) {
+        return nullptr;
+    }
+    const bool is_unit = signal.signal_suffix == signal.unit && std::strlen(kept_unit) == signal.signal_suffix_length;
+    return is_unit ? kept_unit : keep_text(signal.signal_suffix, signal.signal_suffix_length);
 }
 
 const char* pending_description::keep_text(const char* text) {

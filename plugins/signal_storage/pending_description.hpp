@@ -9,6 +9,7 @@
 #include <memory_resource>
 #include <vector>
 
+#include "plugins/signal_storage/block_list.hpp"
 #include "qorc/type_node.h"
 
 namespace qor::storage {
@@ -39,6 +40,9 @@ struct pending_node {
     };
 };
 
+// By number.
+using pending_nodes = block_list<pending_node>;
+
 // The record of node `number` under the id that its description was given. Its texts stay where they are.
 qor_type_node_t make_record(const pending_node& source, std::uint64_t description_id, std::uint32_t number) noexcept;
 
@@ -65,20 +69,21 @@ public:
     void add_text(std::uint64_t node_id, const char* key, const char* text);
 
     // What was kept; the first node is number 0.
-    const std::vector<pending_node>& nodes() const noexcept { return nodes_; }
+    const pending_nodes& nodes() const noexcept { return nodes_; }
     const std::vector<pending_text>& texts() const noexcept { return texts_; }
 
 private:
     std::uint32_t find(std::uint64_t node_id) const;
     std::uint32_t check(const qor_type_node_t& node) const;
     void append(const qor_type_node_t& node, std::uint32_t parent);
+    const char* keep_suffix(const qor_signal_node_t& signal, const char* kept_unit);
     const char* keep_text(const char* text);
     const char* keep_text(const char* text, std::size_t size);
 
     const std::uint32_t number_;
     const bool keep_;
     std::vector<std::uint8_t> kinds_; // by number; that of 0 is no kind
-    std::vector<pending_node> nodes_;
+    pending_nodes nodes_;
     std::vector<pending_text> texts_;
     std::pmr::monotonic_buffer_resource characters_;
 };

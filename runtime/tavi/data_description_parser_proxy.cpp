@@ -68,13 +68,17 @@ uint8_t data_description_parser_proxy::get_context_type() const {
 
 uint64_t data_description_parser_proxy::parse(const std::shared_ptr<context>& context, const void* buffer, size_t size,
                                               const std::string& name, uint8_t type,
-                                              std::function<bool(float)> progress) const {
+                                              std::function<bool(float)> progress,
+                                              const std::function<void()>& parsed) const {
     check_argument(context, "context");
     check_slot<qor_data_description_parser_support_t>(support.parse_buffer, "parse_buffer");
     details_owner details;
     support.parse_buffer(handle, context->table, type, buffer, size, name.empty() ? nullptr : name.c_str(),
                          progress ? report_progress : nullptr, progress ? &progress : nullptr, details.place());
     details.rethrow();
+    if (parsed) {
+        parsed();
+    }
     check_slot<qor_signal_storage_context_t>(context->table->commit, "commit");
     uint64_t description_id = 0;
     context->table->commit(context->table->context, &description_id, details.place());

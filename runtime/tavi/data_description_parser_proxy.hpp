@@ -26,9 +26,11 @@ public:
     // The context type that a description for this parser is opened with.
     uint8_t get_context_type() const;
 
-    // Parses a description into `context`, commits it and returns its id. A progress function may stop it.
+    // Parses a description into `context`, commits it and returns its id. A progress function may stop it. `parsed` is
+    // called before the commit: the buffer is not read any more.
     uint64_t parse(const std::shared_ptr<context>& context, const void* buffer, size_t size, const std::string& name,
-                   uint8_t type, std::function<bool(float)> progress) const;
+                   uint8_t type, std::function<bool(float)> progress,
+                   const std::function<void()>& parsed = nullptr) const;
 
 private:
     qor_data_description_parser_format_support_t format_support() const;

@@ -1,12 +1,15 @@
 // What a package costs in allocations when the ones before were alike: nothing but what goes through the host's
-// allocator, by one call a record.
+// allocator, by one call a record. What a large description takes of memory.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <new>
+#include <string>
 
 #include "qor_tavi_extractor/qor_tavi_extractor.h"
 #include "qorcpp/can_frame.hpp"
@@ -17,11 +20,23 @@
 namespace {
 
 std::atomic<std::size_t> allocations{0};
+std::atomic<std::size_t> bytes{0};
+std::atomic<std::size_t> highest_bytes{0}; // one thread at a time allocates
 
 void* count_and_allocate(std::size_t size) {
     ++allocations;
     void* const memory = std::malloc(size);
-    return memory != nullptr ? memory : throw std::bad_alloc();
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    bytes += malloc_usable_size(memory);
+    highest_bytes = std::max<std::size_t>(highest_bytes, bytes);
+    return memory;
+}
+
+void count_and_free(void* memory) noexcept {
+    bytes -= malloc_usable_size(memory);
+    std::free(memory);
 }
 
 } // namespace
@@ -31,10 +46,10 @@ void* operator new(std::size_t size) {
     return count_and_allocate(size);
 }
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    count_and_free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    count_and_free(memory);
 }
 
 namespace tavi::test {
@@ -153,6 +168,31 @@ TEST_F(steady_packages, survive_an_allocator_that_asks_for_another) {
     EXPECT_EQ(extractor.url(data[0]->subscription_handle), "can0.CAN.M1");
     EXPECT_EQ(data[0]->length, 8u);
     EXPECT_EQ(inner.size(), 3u);
+}
+
+// The bound of docs/dbc.md.
+TEST(LargeDescription, TakesAtMost400BytesASignalBesideItsText) {
+    constexpr std::size_t messages = 2000;
+    constexpr std::size_t signals = 50;
+    std::string lines;
+    std::string values;
+    for (std::size_t message = 0; message < messages; ++message) {
+        const std::string id = std::to_string(0x80000000 + message);
+        lines += "BO_ " + id + " Message_" + std::to_string(message) + ": 64 A\n";
+        for (std::size_t signal = 0; signal < signals; ++signal) {
+            const std::string name = "Signal_" + std::to_string(signal);
+            lines += " SG_ " + name + " : " + std::to_string(8 * signal) + "|8@1+ (0.5,0) [0|1] \"V\" A,B\n";
+            values += signal % 5 == 0 ? "VAL_ " + id + ' ' + name + " 0 \"off\" 1 \"on\" ;\n"
+                                      : "CM_ SG_ " + id + ' ' + name + " \"about this signal\";\n";
+        }
+    }
+    const std::string text = lines + values;
+    host::extractor extractor;
+    const std::size_t before = bytes;
+    highest_bytes = before;
+    extractor.register_source(0x10, 0, "can0", {{"large", "dbc", text}});
+    EXPECT_LT((highest_bytes - before - text.size()) / (messages * signals), 400u);
+    EXPECT_GT(highest_bytes - before, 2 * text.size()) << "the allocations are counted";
 }
 
 } // namespace

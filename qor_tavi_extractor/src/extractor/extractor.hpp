@@ -125,7 +125,8 @@ private:
     std::shared_ptr<runtime::tavi::data_description_parser_proxy> find_parser(const std::string& format_type,
                                                                               uint16_t source_id) const;
     uint64_t parse_description(const runtime::tavi::data_description_parser_proxy& parser, const void* content,
-                               size_t size, const std::string& name, uint8_t extra_context_type);
+                               size_t size, const std::string& name, uint8_t extra_context_type,
+                               const std::function<void()>& parsed = nullptr);
     // Requires: the lock. No provider for a source without one.
     void register_source_from(const extensibility::data_source& local,
                               const std::optional<extensibility::data_source_provider>& provider, bool sanitize_name,

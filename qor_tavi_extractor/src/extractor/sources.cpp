@@ -61,20 +61,23 @@ std::shared_ptr<runtime::tavi::data_description_parser_proxy> extractor::find_pa
 }
 
 uint64_t extractor::parse_description(const runtime::tavi::data_description_parser_proxy& parser, const void* content,
-                                      size_t size, const std::string& name, uint8_t extra_context_type) {
+                                      size_t size, const std::string& name, uint8_t extra_context_type,
+                                      const std::function<void()>& parsed) {
     const auto context_type = static_cast<uint8_t>(parser.get_context_type() | extra_context_type);
     const auto context = signal_storage->open_context(content, size, name, context_type);
-    return parser.parse(context, content, size, name, 0, nullptr);
+    return parser.parse(context, content, size, name, 0, nullptr, parsed);
 }
 
 void extractor::register_provider_description(const extensibility::data_source& source,
                                               const extensibility::data_source_provider& provider,
                                               const extensibility::data_description& description,
                                               std::vector<uint64_t>& description_ids) {
-    const auto [content, size] = provider.get_data_description_content(source, description);
+    auto content = provider.get_data_description_content(source, description);
     const std::string name = text_of(description.name);
     const auto parser = find_parser(text_of(description.format_type), source.source_id);
-    description_ids.push_back(parse_description(*parser, content.get(), size, name, QOR_CONTEXT_TYPE_GENERAL));
+    // The commit of a large description needs memory of its own.
+    description_ids.push_back(parse_description(*parser, content.first.get(), content.second, name,
+                                                QOR_CONTEXT_TYPE_GENERAL, [&content] { content.first.reset(); }));
     if (const statement say{logger, QOR_LOG_LEVEL_PROGRESS, function_name}) {
         say("Tavi extractor registering source '%s' with data description '%s'", text_of(source.name).c_str(),
             name.c_str());
