@@ -3,12 +3,23 @@
 //
 //      $ VERB WORD...      what the host or the test does; more of it behind " ; ", blanks inside of '...'
 //      $$ VERB WORD...     the same, nothing told of it; must not fail
+//      $+ VERB WORD...     as $$, and again at the beginning of the page's later blocks
 //      = RESULT            what the host gets
 //      ! STATUS: TEXT      how the call failed
 //        WHO.FUNCTION ...  the calls that reach plug-ins by then, without those that only ask what a plug-in offers
+//        WHO.parses ...    for a description that is parsed as usual: create_context, parse_buffer, commit,
+//                          context_destroy, all of that name and text
+//        CALL, twice       for the same call again
 //        (LEVEL WHERE: MESSAGE)  what is logged
+//
+// The blocks of faults have a line for each fault and what comes of it, '*' for the prefix of a kind's names:
+//
+//      WHO,WHO FAULT -> RESULT     of the start, or of a registration after it
+//
+// Whatever the fault, what was created by then is destroyed, in reverse, once.
 #include <functional>
 #include <iomanip>
+#include <regex>
 #include <span>
 
 #include "tests/extractor/extractor_fixture.hpp"
@@ -44,6 +55,21 @@ std::string shown(const outcome& result, const std::optional<std::string>& given
            result.text.value_or("(null)") + '\n';
 }
 
+// The calls without what always repeats.
+std::string shortened(std::string calls) {
+    static const std::pair<std::regex, const char*> forms[] = {
+        {std::regex(R"(  qor_signal_storage\.create_context (\S+) (type=\d) (.*)\n  (\w+)\.parse_buffer \1 type=0 \3\n)"
+                    R"(  qor_signal_storage\.commit \1\n  qor_signal_storage\.context_destroy \1\n)"),
+         "  $4.parses $1 $2 $3\n"},
+        {std::regex(R"((  \w.*)\n\1\n)"), "$1, twice\n"},
+        {std::regex(R"(  (\w+)\.create\n  \1\.destroy\n)"), "  $1.create and destroy\n"},
+    };
+    for (const auto& [usual, form] : forms) {
+        calls = std::regex_replace(calls, usual, form);
+    }
+    return calls;
+}
+
 class conversation : public extractor_test {
 public:
     conversation() {
@@ -62,9 +88,11 @@ public:
             told += verbs_.at(word())();
             EXPECT_EQ(word(), "") << line;
         }
+        std::string calls;
         for (const std::string& call : take(calls_shown_)) {
-            told += "  " + call + '\n';
+            calls += "  " + call + '\n';
         }
+        told += shortened(calls);
         for (const std::string& record : std::exchange(host.records, {})) {
             told += "  (" + record + ")\n";
         }
@@ -253,17 +281,88 @@ private:
     };
 };
 
+std::string replaced(std::string text, const std::string& old_part, const std::string& new_part) {
+    for (std::size_t at = text.find(old_part); at != std::string::npos; at = text.find(old_part, at + 1)) {
+        text.replace(at, old_part.size(), new_part);
+    }
+    return text;
+}
+
+// What comes of one plug-in's fault at the start and at a registration.
+std::string result_of(const std::string& who, const std::string& fault) {
+    static const std::map<std::string, std::string> prefixes = {{"storage", "qor_signal_storage"},
+                                                                {"m", "qor_data_matcher"},
+                                                                {"p", "qor_data_description_parser"},
+                                                                {"box", "qor_data_processor"}};
+    const std::string prefix = prefixes.at(who), name = who == "storage" ? prefix : who;
+    const bool makes_none = (fault.starts_with("answer open ") || fault.starts_with("answer create ")) &&
+                            fault.find(" informs ") == std::string::npos;
+    conversation host;
+    host.perform("plugin m matcher a b ; plugin p description-parser a b ; plugin box processor a b");
+    host.perform(replaced(fault, "*", prefix).insert(fault.find(' '), ' ' + name));
+    strings alive;
+    const auto failure_of = [&](const char* action) {
+        const strings before = alive;
+        std::istringstream lines(host.perform(action));
+        std::string failure;
+        for (std::string line; std::getline(lines, line);) {
+            const std::string called = line.starts_with("  ") ? line.substr(2, line.find('.') - 2) : "";
+            if (line.starts_with("! ")) {
+                failure = line.substr(2);
+            } else if (line.find(".create") != std::string::npos || line.find(".open") != std::string::npos) {
+                alive.insert(alive.end(), called != name || !makes_none, called);
+            }
+            if (line.ends_with("destroy")) {
+                EXPECT_TRUE(!alive.empty() && alive.back() == called) << line;
+                alive.resize(alive.size() - !alive.empty());
+            }
+        }
+        EXPECT_TRUE(failure.empty() || alive == before) << action << " leaves instances";
+        return failure;
+    };
+    std::string failure = failure_of("start");
+    failure = failure.empty() ? failure_of("register 1#1 engine") : failure;
+    failure_of("end");
+    EXPECT_EQ(alive, strings());
+    return failure.empty() ? "works" : replaced(failure, prefix, "*");
+}
+
+TEST(faults_at_start, end_as_the_page_shows) {
+    expect_page("tests/extractor/conversations/start.md", "faults", [](const std::string& block) {
+        std::istringstream lines(block);
+        std::string told;
+        for (std::string line; std::getline(lines, line);) {
+            std::istringstream names(line.substr(0, line.find(' ')));
+            const std::string fault = line.substr(line.find(' '), line.find(" -> ") - line.find(' '));
+            std::string last;
+            for (std::string who; std::getline(names, who, ',');) {
+                SCOPED_TRACE(who + fault);
+                const std::string result = fault + " -> " + result_of(who, fault.substr(1));
+                told += told.empty() || last.empty() ? who : result == last ? ',' + who : last + '\n' + who;
+                last = result;
+            }
+            told += last + '\n';
+        }
+        return told;
+    });
+}
+
 class conversations : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(conversations, go_as_the_page_shows) {
     const std::string page = std::string("tests/extractor/conversations/") + GetParam() + ".md";
-    expect_page(page, "console", [](const std::string& block) {
+    std::vector<std::string> at_each_beginning;
+    expect_page(page, "console", [&](const std::string& block) {
         conversation extractor;
+        for (const std::string& line : at_each_beginning) {
+            extractor.perform(line);
+        }
         std::istringstream lines(block);
         std::string told;
         for (std::string line; std::getline(lines, line);) {
-            if (line.starts_with("$$ ")) {
+            if (line.starts_with("$$ ") || line.starts_with("$+ ")) {
                 told += line + '\n';
+                at_each_beginning.insert(at_each_beginning.end(), line[1] == '+', line.substr(3));
                 EXPECT_EQ(extractor.perform(line.substr(3)).find('!'), std::string::npos) << line;
             } else if (line.starts_with("$ ")) {
                 told += line + '\n' + extractor.perform(line.substr(2));

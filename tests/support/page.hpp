@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -25,11 +26,14 @@ inline void expect_page(const std::string& path, const std::string& language,
     std::string told, block;
     bool inside = false;
     int blocks = 0;
+    std::size_t number = 0, first_number = 0; // of this line, and of the block's first
     for (std::string line; std::getline(page, line);) {
+        ++number;
         if (inside && line == "```") {
             const std::string now = tell_again(block);
             if (!renews) {
-                EXPECT_EQ(now, block) << path;
+                const auto [change, end] = std::ranges::mismatch(block, now);
+                EXPECT_EQ(now, block) << path << ':' << first_number + std::count(block.begin(), change, '\n');
             }
             told += now;
             ++blocks;
@@ -38,6 +42,7 @@ inline void expect_page(const std::string& path, const std::string& language,
         (goes_on ? block : told) += line + '\n';
         inside = goes_on || (!inside && line == "```" + language);
         block = inside ? block : "";
+        first_number = goes_on ? first_number : number + 1;
     }
     EXPECT_GT(blocks, 0) << path;
     if (renews) {
