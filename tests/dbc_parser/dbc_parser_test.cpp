@@ -20,7 +20,43 @@ std::string sg(const std::string& bits) {
 const std::string head = "VERSION \"\"\nBO_ 100 M: 8 X\n";
 
 TEST(DbcParser, WritesAndTellsWhatThePageShows) {
-    expect_descriptions("qor_dbc_parser", "tests/dbc_parser/descriptions.md", "dbc");
+    expect_descriptions("qor_dbc_parser", "tests/dbc_parser/descriptions.md", "dbc", "CAN\n");
+}
+
+// What a message with one good signal becomes with more lines, without what it is by itself.
+std::string in_addition(const std::string& signals, const std::string& lines) {
+    const std::string message = "CAN\nCAN.M @100 8 bytes\n", good = "CAN.M.Good 0+0|8@0 1 bytes uint8\n";
+    const std::string text = head + signals + sg("Good : 0|8@1+") + lines;
+    std::string now = shown(read_dbc(text.substr(0, text.size() - 1)));
+    if (now.find("CAN.M.Good ") == std::string::npos) {
+        return now;
+    }
+    now.erase(0, now.starts_with(message) ? message.size() : 0);
+    return now.erase(std::min(now.find(good), now.size()), good.size());
+}
+
+TEST(DbcParser, AddsWhatThePageOfLinesShows) {
+    expect_page("tests/dbc_parser/descriptions.md", "lines", [](const std::string& block) {
+        std::istringstream lines(block);
+        std::string told, signals, others;
+        const auto tell = [&] {
+            told += signals.empty() && others.empty() ? "" : in_addition(signals, others);
+            signals = others = "";
+        };
+        bool adds = false;
+        for (std::string line; std::getline(lines, line);) {
+            if (!std::exchange(adds, line.starts_with("> ")) && adds) {
+                tell();
+            }
+            if (adds) {
+                told += line + '\n';
+                const bool is_signal = line.starts_with("> SG_ ") && others.empty();
+                (is_signal ? signals : others) += line.substr(is_signal ? 1 : 2) + '\n';
+            }
+        }
+        tell();
+        return told;
+    });
 }
 
 // What a page cannot show.

@@ -17,12 +17,15 @@ inline std::string shown(const described& file) {
     return text;
 }
 
-// The page's blocks in the language: a text without its last line feed, a line "---", what is shown for it.
-inline void expect_descriptions(const char* library, const std::string& path, const std::string& language) {
+// The page's blocks in the language: a text without its last line feed, a line "---", what is shown for it, without the
+// line with which it usually begins.
+inline void expect_descriptions(const char* library, const std::string& path, const std::string& language,
+                                const std::string& usual_begin = "") {
     parsing_plugin parser(library);
     expect_page(path, language, [&](const std::string& block) {
         const std::string text = block.substr(0, block.find("\n---\n"));
-        return text + "\n---\n" + shown(parser.parse(text));
+        const std::string now = shown(parser.parse(text));
+        return text + "\n---\n" + now.substr(now.starts_with(usual_begin) ? usual_begin.size() : 0);
     });
 }
 
