@@ -18,7 +18,7 @@ set(rules
   "runtime/                    => runtime/[a-z_]+\\.hpp|${cpp}"
   "qor_tavi_extractor/src/url/ => qor_tavi_extractor/src/url/.*|runtime/holders\\.hpp|${cpp}"
   "qor_tavi_extractor/src/     => qor_tavi_extractor/src/.*|runtime/.*|${public}"
-  "plugins/([a-z_]+)/          => plugins/@1/.*|${sdk}|introspection/xtypes/(type_kind|signal/scalar_kinds)\\.hpp|${cpp}"
+  "plugins/([a-z0-9_]+)/        => plugins/@1/.*|${sdk}|introspection/xtypes/(type_kind|signal/scalar_kinds)\\.hpp|${cpp}"
   "host/include/               => ${interface}|${public}"
   "host/                       => host/src/.*|${interface}|${public}"
   "tools/                      => tools/.*|${interface}|${public}"

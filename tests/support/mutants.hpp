@@ -72,7 +72,7 @@ struct reading {
                 is_proven = line.starts_with("end: proven");
             } else if (line.starts_with("other: ")) {
                 for (const std::string_view count : split(std::string_view(line).substr(7), ',')) {
-                    records += std::atoi(count.data());
+                    records += static_cast<int>(std::min(std::strtoull(count.data(), nullptr, 10), 1000000ULL));
                 }
             } else {
                 ++packages[line];

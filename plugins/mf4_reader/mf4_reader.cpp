@@ -1,0 +1,3 @@
+#include "plugins/mf4_reader/mf4_recording.hpp"
+
+QOR_RECORDING_READER(tavi::mf4::mf4_recording)
