@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "qor_tavi_extractor/src/extractor/package_routes.hpp"
+#include "qor_tavi_extractor/src/extractor/shared_texts.hpp"
 #include "qor_tavi_extractor/src/extractor/spare_lists.hpp"
 #include "qor_tavi_extractor/src/extractor/subscription_lists.hpp"
 #include "qor_tavi_extractor/src/extractor/tables.hpp"
@@ -187,6 +188,7 @@ private:
     // Nothing is ever taken out. Ordered, since a walk over it goes on after a call-back that added something.
     std::map<uint64_t, std::vector<bound_processor>> processors;
     package_routes routes;
+    shared_texts schema_texts;
     // For a matcher's answers and for what goes to the host; borrowed under `mutex`.
     spare_lists<qor_match_outcome_t> spare_outcomes;
     spare_lists<uint64_t> spare_handles;

@@ -80,7 +80,7 @@ extractor::place extractor::place_of(const url& url, const qor_type_node_sequenc
 // Processors come first and are told places relative to the object; the rest goes to all matchers in absolute places.
 void extractor::announce(const subscription_record& record, const qor_type_node_sequence_t& hierarchy,
                          const place& place) const {
-    const char* const schema = record.schema.c_str();
+    const char* const schema = record.schema->c_str();
     bool taken = false;
     if (const auto found = processors.find(record.source_key); found != processors.end()) {
         const std::vector<bound_processor>& bound = found->second;
@@ -134,8 +134,9 @@ uint64_t extractor::subscribe(const std::string& url_expression, bool lenient) {
     make_room_for_subscription(source.key);
     table<uint64_t, subscription_record> made;
     const uint64_t handle = new_handle();
-    made.try_emplace(handle, subscription_record{handle, source.key, place.extent, node_id, source.source_id,
-                                                 source.instance, url_expression, std::move(schema)});
+    made.try_emplace(handle,
+                     subscription_record{handle, source.key, place.extent, node_id, source.source_id, source.instance,
+                                         url_expression, schema_texts.share(std::move(schema))});
     announce(made.begin()->second, *hierarchy, place);
     if (!sources.contains(source.key)) {
         throw std::invalid_argument("the data source identified with name '" + source.name + "' was not found");
@@ -218,7 +219,7 @@ std::string extractor::get_type_schema_by_subscription(uint64_t handle) {
         throw std::runtime_error("subscription handle '" + std::to_string(handle) +
                                  "' was not found by Tavi extractor");
     }
-    return found->second.schema;
+    return *found->second.schema;
 }
 
 } // namespace qor::tavi::detail

@@ -33,7 +33,8 @@ struct subscription_record {
     uint32_t instance;
     // As the host gave it.
     std::string url;
-    std::string schema;
+    // Shared by subscriptions of one schema.
+    std::shared_ptr<const std::string> schema;
 };
 
 struct bound_processor {
