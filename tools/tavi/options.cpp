@@ -18,7 +18,9 @@ constexpr int most_memory = 1 << 30;
 
 // An empty text would count as an option that was not given: most often a variable of a script that was not set.
 CLI::Validator not_empty() {
-    return {[](const std::string& text) -> std::string { return text.empty() ? "expected a value, found an empty text" : ""; },
+    return {[](const std::string& text) -> std::string {
+                return text.empty() ? "expected a value, found an empty text" : "";
+            },
             ""};
 }
 
@@ -26,7 +28,8 @@ CLI::Validator not_empty() {
 CLI::Validator written_file(bool may_be_standard) {
     return {[may_be_standard](std::string& path) -> std::string {
                 if (path.empty() || (path == "-" && !may_be_standard)) {
-                    return path.empty() ? "expected a value, found an empty text" : "expected a file, found standard output";
+                    return path.empty() ? "expected a value, found an empty text"
+                                        : "expected a file, found standard output";
                 }
                 path = path == "-" ? "" : path;
                 return "";
@@ -161,7 +164,8 @@ void add_schema_options(CLI::App& app, schema_options& options) {
 void add_plugins_options(CLI::App& app, plugins_options& options) {
     CLI::App& command = *app.add_subcommand("plugins", "List the installed plug-ins, or check one");
     CLI::Option& check =
-        *command.add_option("--check", options.check, "Plug-in to check: it is loaded and called in a separate process")
+        *command
+             .add_option("--check", options.check, "Plug-in to check: it is loaded and called in a separate process")
              ->type_name("FILE")
              ->check(not_empty());
     command.add_option("--time-limit", options.time_limit, "Longest time for the check (default: 10)")
@@ -195,13 +199,12 @@ void add_filter_options(CLI::App& app, filter_options& options) {
 
 void add_register_options(CLI::App& app, register_options& options) {
     CLI::App& command = *app.add_subcommand("register", "Store descriptions in a catalogue on disk");
-    command
-        .add_option("-d,--description", options.catalogue.descriptions,
-                    "Description to store. May be repeated")
+    command.add_option("-d,--description", options.catalogue.descriptions, "Description to store. May be repeated")
         ->type_name("FILE")
         ->required()
         ->allow_extra_args(false);
-    add_storage_option(command, options.catalogue, "Catalogue, for example file:catalogue.db3; created if it does not exist")
+    add_storage_option(command, options.catalogue,
+                       "Catalogue, for example file:catalogue.db3; created if it does not exist")
         .required();
     command.add_flag("--strict", options.catalogue.strict, "Refuse descriptions with warnings");
     command.footer("Prints the signature and file of each, separated by a tab. Later commands with the same --storage\n"

@@ -113,7 +113,8 @@ command_error start_error(const std::string& text) {
 }
 
 command_error missing_format_error(const std::string& format) {
-    return command_error("tavi: error: no plug-in supports packages of format '" + format + '\'' + plugin_folder().where(),
+    return command_error("tavi: error: no plug-in supports packages of format '" + format + '\'' +
+                             plugin_folder().where(),
                          exit_code::plugin_failed);
 }
 

@@ -47,9 +47,9 @@ exit_code run_schema(const schema_options& options) {
         }
     }
     const bool not_found = first_failure->status() == QOR_STATUS_INVALID_ARGUMENT;
-    throw command_error(
-        "tavi: error: " + printable(without_position(first_failure->what(), options.expression)), exit_code::failed,
-        not_found ? "expected View.Message.Signal; tavi tree -d FILE lists messages and signals" : "");
+    throw command_error("tavi: error: " + printable(without_position(first_failure->what(), options.expression)),
+                        exit_code::failed,
+                        not_found ? "expected View.Message.Signal; tavi tree -d FILE lists messages and signals" : "");
 }
 
 } // namespace tavi::tool
