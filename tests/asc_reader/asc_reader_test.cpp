@@ -164,7 +164,7 @@ TEST(dates, are_read_in_many_languages_and_forms) {
     expect("03/20/2018 00:00", 1521504000000);
     for (const char* const text : {"", "Fri Mar 9 2018", "Fri Mar 32 15:56:13 2018", "Fri Foo 9 15:56:13 2018",
                                    "Fri Mar 9 25:56:13 2018", "Fri Mar 9 13:56:13 AM 2018", "03/09/2018 15:56:13",
-                                   "Fri Mar 9 15:56:13 20188", "Feb 30 2018 00:00", "12 12 12"}) {
+                                   "Fri Mar 9 15:56:13 20188", "Feb 30 2018 00:00", "12 12 12", "2018-03-09T", "9T"}) {
         expect(text, std::nullopt);
     }
 }

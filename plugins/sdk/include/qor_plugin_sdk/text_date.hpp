@@ -151,7 +151,7 @@ private:
             return take_number(word.substr(0, letter)) && take_number(time);
         }
         const auto groups = groups_of(word);
-        if (!groups || groups->separators[groups->count - 1] != '\0') {
+        if (!groups || groups->count == 0 || groups->separators[groups->count - 1] != '\0') {
             return false;
         }
         if (groups->count == 1) {
