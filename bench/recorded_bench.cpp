@@ -22,12 +22,12 @@
 #include <vector>
 
 #include "qorcpp/can_frame.hpp"
-#include "tavi/candump_reader.hpp"
 #include "tavi/extractor.hpp"
 #include "tavi/package_builder.hpp"
 #include "tavi/reader_filter.hpp"
 #include "tavi/record_list.hpp"
 #include "tavi/record_plan.hpp"
+#include "tavi/recording.hpp"
 #include "tavi/schema_reader.hpp"
 
 namespace {
@@ -162,12 +162,13 @@ plans_by_id plans_of(extractor& extractor, const tavi::host::nodes& messages) {
     return plans;
 }
 
-tavi::host::byte_source bytes_of(const std::string& log) {
-    return [&log, taken = std::size_t{0}](char* buffer, std::size_t room) mutable {
-        const std::size_t size = log.copy(buffer, room, taken);
-        taken += size;
-        return size;
-    };
+tavi::host::recording open_recording(const std::string& log) {
+    static const tavi::host::recording_readers readers;
+    return {readers, tavi::host::open_source([&log, taken = std::size_t{0}](char* buffer, std::size_t room) mutable {
+                const std::size_t size = log.copy(buffer, room, taken);
+                taken += size;
+                return size;
+            })};
 }
 
 void read_log(benchmark::State& state) {
@@ -177,10 +178,10 @@ void read_log(benchmark::State& state) {
     }
     std::int64_t frames = 0;
     for (auto _ : state) {
-        tavi::host::candump_reader reader(bytes_of(*log));
-        tavi::host::candump_frame frame;
-        while (reader.next(frame) == tavi::host::candump_reader::outcome::frame) {
-            ++frames;
+        tavi::host::recording recorded = open_recording(*log);
+        tavi::host::recording_batch batch;
+        while (recorded.next(batch)) {
+            frames += static_cast<std::int64_t>(batch.packages.size());
         }
     }
     state.SetItemsProcessed(frames);
@@ -197,20 +198,22 @@ void one_signal(benchmark::State& state) {
     extractor.subscribe(path_of(opened->messages[0]) + '.' + signals[0].name, tavi::host::lenient);
     const bool filtered = state.range(0) != 0;
     const tavi::host::reader_filter filter(extractor.reader_filter());
-    tavi::host::can_package package;
+    tavi::host::package_builder package;
     package.set_source(1, 0);
+    package.set_format(qor::can_format);
     tavi::host::record_list records;
     std::int64_t frames = 0;
     std::int64_t found = 0;
     for (auto _ : state) {
-        tavi::host::candump_reader reader(bytes_of(opened->log));
-        tavi::host::candump_frame frame;
-        while (reader.next(frame) == tavi::host::candump_reader::outcome::frame) {
-            ++frames;
-            if (!filtered || filter.accepts(1, 0, 0, frame.id)) {
-                extractor.process(package.build(frame.id, frame.flags, {frame.data.data(), frame.length}),
-                                  tavi::host::lenient, records);
-                found += static_cast<std::int64_t>(records.size());
+        tavi::host::recording recorded = open_recording(opened->log);
+        tavi::host::recording_batch batch;
+        while (recorded.next(batch)) {
+            for (const qor_recorded_package_t& frame : batch.packages) {
+                ++frames;
+                if (!filtered || filter.accepts(1, 0, 0, frame.address)) {
+                    extractor.process(package.build({frame.payload, frame.payload_size}), tavi::host::lenient, records);
+                    found += static_cast<std::int64_t>(records.size());
+                }
             }
         }
     }
@@ -220,16 +223,19 @@ void one_signal(benchmark::State& state) {
 BENCHMARK(one_signal)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 recording read_frames(const std::string& log, const plans_by_id& plans) {
-    tavi::host::candump_reader reader(bytes_of(log));
+    tavi::host::recording recorded = open_recording(log);
     recording result;
-    tavi::host::candump_frame frame;
-    for (auto told = reader.next(frame); told != tavi::host::candump_reader::outcome::end; told = reader.next(frame)) {
-        const auto found = told == tavi::host::candump_reader::outcome::frame ? plans.find(frame.id) : plans.end();
-        if (found != plans.end()) {
-            const record_plan& plan = found->second.plan;
-            result.frames.push_back({&plan, result.bytes.size(), frame.length});
-            result.bytes.insert(result.bytes.end(), frame.data.begin(), frame.data.begin() + frame.length);
-            result.most_rows = std::max(result.most_rows, plan.rows().size());
+    tavi::host::recording_batch batch;
+    while (recorded.next(batch)) {
+        for (const qor_recorded_package_t& frame : batch.packages) {
+            const auto found = plans.find(static_cast<std::uint32_t>(frame.address));
+            qor::can_frame_view view{};
+            if (found != plans.end() && qor::read_can_frame({frame.payload, frame.payload_size}, view)) {
+                const record_plan& plan = found->second.plan;
+                result.frames.push_back({&plan, result.bytes.size(), view.length});
+                result.bytes.insert(result.bytes.end(), view.data.begin(), view.data.end());
+                result.most_rows = std::max(result.most_rows, plan.rows().size());
+            }
         }
     }
     return result;

@@ -6,32 +6,33 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "plugins/candump_reader/candump_recording.hpp"
 #include "qorcpp/can_frame.hpp"
-#include "tavi/candump_reader.hpp"
 
 namespace {
 
-using tavi::host::candump_frame;
-using tavi::host::candump_reader;
+using qor::candump::candump_recording;
 
-// All that a reader told, in text.
+// All that a recording gives, in text.
 class history {
 public:
-    void read_all(candump_reader& reader, const std::vector<std::string>& channels, std::uint64_t lines_before) {
-        candump_frame frame;
-        for (auto outcome = reader.next(frame); outcome != candump_reader::outcome::end; outcome = reader.next(frame)) {
-            text_ += std::to_string(lines_before + reader.line_number()) + " '" + std::string(reader.line_text()) +
-                     (reader.line_has_end() ? "' " : "' (no end) ");
-            if (outcome == candump_reader::outcome::frame) {
-                add(frame, channels[frame.channel]);
-            } else {
-                const auto& fault = reader.fault();
-                text_ += "damaged at " + std::to_string(fault.column) + ": " + fault.cause + " / " + fault.hint + '\n';
+    void read_all(candump_recording& recording, std::uint64_t lines_before) {
+        qor::sdk::batch_builder builder;
+        for (bool has_more = true; has_more;) {
+            builder.begin(1000);
+            has_more = recording.read(builder);
+            const qor_recording_batch_t batch = builder.batch(!has_more);
+            std::size_t fault = 0;
+            for (std::size_t index = 0; index <= batch.package_count; ++index) {
+                for (; fault < batch.fault_count && batch.faults[fault].package == index; ++fault) {
+                    add(batch.faults[fault], lines_before);
+                }
+                if (index < batch.package_count) {
+                    add(batch.packages[index], recording, lines_before);
+                }
             }
         }
     }
@@ -39,15 +40,19 @@ public:
     const std::string& text() const noexcept { return text_; }
 
 private:
-    void add(const candump_frame& frame, const std::string& channel) {
-        text_ += "at " + std::string(frame.time) + " on " + channel + " as " + std::to_string(frame.channel);
-        for (const unsigned value : {frame.id, std::uint32_t{frame.flags}, std::uint32_t{frame.length}}) {
-            text_ += ' ' + std::to_string(value);
-        }
-        text_ += ':';
-        const bool is_remote = (frame.id & qor::can_remote_bit) != 0;
-        for (std::size_t i = 0; i < frame.length && !is_remote; ++i) {
-            text_ += ' ' + std::to_string(frame.data[i]);
+    void add(const qor_recording_fault_t& fault, std::uint64_t lines_before) {
+        text_ += std::to_string(lines_before + fault.place) + " '" + std::string(fault.text, fault.text_size) +
+                 "' damaged at " + std::to_string(fault.column) + ": " + fault.cause + " / " + fault.hint +
+                 (fault.flags != 0 ? " (no end)\n" : "\n");
+    }
+
+    void add(const qor_recorded_package_t& package, const candump_recording& recording, std::uint64_t lines_before) {
+        text_ += std::to_string(lines_before + package.place) + " '" + std::string(package.text, package.text_size) +
+                 "' at " + std::string(package.time_text, package.time_text_size) + " = " +
+                 std::to_string(package.time) + '/' + std::to_string(package.time_decimals) + " on " +
+                 recording.sources()[package.source].name + " flags " + std::to_string(package.flags) + ':';
+        for (std::size_t at = 0; at < package.payload_size; ++at) {
+            text_ += ' ' + std::to_string(package.payload[at]);
         }
         text_ += '\n';
     }
@@ -56,33 +61,29 @@ private:
 };
 
 std::string read_whole(std::string_view text, std::size_t block_size) {
-    std::string_view rest = text;
-    candump_reader reader(
-        [&](char* buffer, std::size_t room) {
-            const std::size_t count = rest.copy(buffer, room);
-            rest.remove_prefix(count);
-            return count;
+    const qor_recording_stream_t stream{
+        [](void* context, void* buffer, std::size_t room, std::size_t* count, qor_error_details_t**) {
+            auto& rest = *static_cast<std::string_view*>(context);
+            *count = rest.copy(static_cast<char*>(buffer), room);
+            rest.remove_prefix(*count);
+            return std::uint32_t{0};
         },
-        block_size);
+        nullptr, nullptr, &text};
+    candump_recording recording(qor::sdk::recording_input{stream}, block_size);
     history read;
-    read.read_all(reader, reader.channels(), 0);
+    read.read_all(recording, 0);
     return read.text();
 }
 
 std::string read_by_lines(std::string_view text) {
-    std::vector<std::string> channels;
-    candump_reader reader([&](std::string_view name) {
-        if (channels.size() == candump_reader::channel_limit) {
-            return std::optional<std::size_t>();
-        }
-        channels.emplace_back(name);
-        return std::optional(channels.size() - 1);
-    });
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    text.remove_prefix(text.starts_with(mark) ? mark.size() : 0);
+    candump_recording part;
     history read;
     for (std::uint64_t line = 0; !text.empty(); ++line) {
         const std::size_t size = std::min(text.find('\n'), text.size() - 1) + 1;
-        reader.read_text(text.substr(0, size), line == 0);
-        read.read_all(reader, channels, line);
+        part.set_chunk({reinterpret_cast<const std::uint8_t*>(text.data()), size});
+        read.read_all(part, line);
         text.remove_prefix(size);
     }
     return read.text();
@@ -90,7 +91,7 @@ std::string read_by_lines(std::string_view text) {
 
 void check(std::string_view text) {
     const std::string expected = read_by_lines(text);
-    for (const std::size_t block_size : {std::size_t{4096}, candump_reader::default_block_size}) {
+    for (const std::size_t block_size : {std::size_t{4096}, candump_recording::default_block_size}) {
         if (const std::string told = read_whole(text, block_size); told != expected) {
             std::fprintf(stderr, "by lines:\n%s\nby blocks of %zu:\n%s\n", expected.c_str(), block_size, told.c_str());
             std::abort();

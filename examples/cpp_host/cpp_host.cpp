@@ -1,4 +1,5 @@
-// cpp_host DESCRIPTION.dbc LOG: prints the values of the messages that are called Engine... in a candump log.
+// cpp_host DESCRIPTION.dbc LOG: prints the values of the messages that are called Engine... in a recording.
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -6,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "tavi/candump_reader.hpp"
 #include "tavi/extractor.hpp"
 #include "tavi/package_builder.hpp"
 #include "tavi/record_plan.hpp"
+#include "tavi/recording.hpp"
 #include "tavi/schema_reader.hpp"
 #include "tavi/url_pattern.hpp"
 
@@ -18,6 +19,21 @@ namespace host = tavi::host;
 namespace {
 
 constexpr std::uint16_t source_id = 0x10;
+
+// The values of the records that a frame gave.
+void print(const host::record_list& records, const std::map<std::uint64_t, host::record_plan>& plans,
+           const std::string& time, std::vector<host::reading>& readings) {
+    for (const qor_dynamic_data_t& record : records) {
+        const host::record_plan& plan = plans.at(record.subscription_handle);
+        readings.resize(plan.rows().size());
+        for (const host::reading& value : plan.read(host::bytes_of(record), readings)) {
+            const host::plan_row& row = plan.rows()[value.row];
+            const std::string* const label = plan.label(host::bytes_of(record), value.row);
+            std::printf("%s %s = %s %s\n", time.c_str(), row.name.c_str(), plan.text(value).c_str(),
+                        label != nullptr ? label->c_str() : row.unit.c_str());
+        }
+    }
+}
 
 int run(const char* description, const char* log_file) {
     std::ifstream file(description, std::ios::binary);
@@ -42,34 +58,23 @@ int run(const char* description, const char* log_file) {
     }
 
     // 3. Each frame of the log becomes a package, each package the records that it serves, each record its values.
-    std::ifstream log(log_file, std::ios::binary);
-    host::candump_reader reader([&](char* buffer, std::size_t room) {
-        log.read(buffer, static_cast<std::streamsize>(room));
-        return static_cast<std::size_t>(log.gcount());
-    });
-    host::candump_frame frame;
-    host::can_package package;
+    const host::recording_readers readers;
+    host::recording log(readers, host::open_file(log_file));
+    host::recording_batch batch;
+    host::package_builder package;
     package.set_source(source_id, 0);
+    package.set_format("can");
     host::record_list records;
     std::vector<host::reading> readings;
-    for (auto outcome = reader.next(frame); outcome != host::candump_reader::outcome::end;
-         outcome = reader.next(frame)) {
-        if (outcome == host::candump_reader::outcome::damaged) {
-            std::fprintf(stderr, "line %llu is no frame\n", static_cast<unsigned long long>(reader.line_number()));
-            continue;
+    std::array<char, 32> buffer{};
+    while (log.next(batch)) {
+        for (const qor_recorded_package_t& frame : batch.packages) {
+            const std::string time(host::time_text_of(frame, buffer));
+            extractor.process(package.build({frame.payload, frame.payload_size}), host::lenient, records);
+            print(records, plans, time, readings);
         }
-        extractor.process(package.build(frame.id, frame.flags, {frame.data.data(), frame.length}), host::lenient,
-                          records);
-        for (const qor_dynamic_data_t& record : records) {
-            const host::record_plan& plan = plans.at(record.subscription_handle);
-            readings.resize(plan.rows().size());
-            for (const host::reading& value : plan.read(host::bytes_of(record), readings)) {
-                const host::plan_row& row = plan.rows()[value.row];
-                const std::string* const label = plan.label(host::bytes_of(record), value.row);
-                std::printf("%.*s %s = %s %s\n", static_cast<int>(frame.time.size()), frame.time.data(),
-                            row.name.c_str(), plan.text(value).c_str(),
-                            label != nullptr ? label->c_str() : row.unit.c_str());
-            }
+        for (const host::recording_fault& fault : batch.faults) {
+            std::fprintf(stderr, "line %llu cannot be read\n", static_cast<unsigned long long>(fault.place));
         }
     }
     return 0;

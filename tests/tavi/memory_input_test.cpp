@@ -30,7 +30,7 @@ TEST(memory_image, above_the_limit_is_refused_as_soon_as_that_is_known) {
     for (const std::string& log : {"/dev/fd/" + std::to_string(ends[0]), (directory.path() / "image").string()}) {
         options.log = log;
         EXPECT_EQ(test::thrown<command_error>([&] { run_decode(options); }),
-                  log + ": error: the memory image is larger than 1 GiB");
+                  log + ": error: the memory image is larger than 100 bytes");
     }
     ::close(ends[0]);
     ::close(ends[1]);

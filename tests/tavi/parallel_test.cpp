@@ -171,7 +171,8 @@ TEST_F(parallel, ends_a_wait_for_more_when_the_run_has_failed) {
         waits.set_value();
         return input.read(buffer, room);
     };
-    tool::chunk_cutter cutter(source, true, 64, [&] { input.end(); });
+    const auto no_end = [](std::span<const char>) { return std::size_t{0}; };
+    tool::chunk_cutter cutter(source, no_end, {}, true, 64, [&] { input.end(); });
     tool::chunk_queue queue(2, cutter, [](const tool::log_chunk&) {});
     auto taken = std::async(std::launch::async, [&] { return queue.take(); });
     waits.get_future().wait();

@@ -1,11 +1,15 @@
 #include "tools/tavi/options.hpp"
 
+#include <algorithm>
+#include <charconv>
+#include <limits>
 #include <map>
 
 #include <CLI/CLI.hpp>
 
 #include "tools/tavi/check/check_process.hpp"
 #include "tools/tavi/output/row_format.hpp"
+#include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
 
@@ -87,6 +91,14 @@ CLI::Validator one_of(const std::map<std::string, Value>& values) {
             ""};
 }
 
+bool read_number(std::string_view text, std::uint64_t& number) {
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    text.remove_prefix(hexadecimal ? 2 : 0);
+    const char* const end = text.data() + text.size();
+    const auto [stop, failure] = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
+    return failure == std::errc() && stop == end;
+}
+
 } // namespace
 
 description_argument parse_description(const std::string& text) {
@@ -101,9 +113,35 @@ std::string log_name(const decode_options& options) {
     return options.log == "-" ? "<standard input>" : options.log;
 }
 
+memory_place parse_memory_place(const std::string& text) {
+    memory_place place;
+    bool has_address = false;
+    bool has_cycle = false;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::string_view part = rest.substr(0, rest.find(','));
+        rest.remove_prefix(std::min(part.size() + 1, rest.size()));
+        const std::string_view key = part.substr(0, part.find('='));
+        std::uint64_t number = 0;
+        const bool known = key == "address" || key == "cycle";
+        const bool repeated = key == "address" ? has_address : has_cycle;
+        if (!known || repeated || key.size() == part.size() || !read_number(part.substr(key.size() + 1), number) ||
+            (key == "cycle" && number > std::numeric_limits<std::uint32_t>::max())) {
+            throw command_error("tavi: error: invalid --memory: '" + printable(part) + "'", exit_code::usage,
+                                "expected address=0x20000000 or address=0x20000000,cycle=5");
+        }
+        (key == "address" ? has_address : has_cycle) = true;
+        key == "address" ? place.address = number : place.cycle = static_cast<std::uint32_t>(number);
+    }
+    if (!has_address) {
+        throw command_error("tavi: error: --memory needs an address", exit_code::usage,
+                            "for example address=0x20000000");
+    }
+    return place;
+}
+
 void add_decode_options(CLI::App& app, decode_options& options) {
     CLI::App& command = *app.add_subcommand("decode", "Write the physical values of a recording");
-    command.add_option("LOG", options.log, "Recording: candump -L, NMEA 0183 or memory; - is standard input")
+    command.add_option("LOG", options.log, "Recording, compressed or not; - is standard input")
         ->type_name("")
         ->required();
     add_catalogue_options(command, options.catalogue, "[SOURCE=]FILE", "[SOURCE=]SIGNATURE");
@@ -117,11 +155,13 @@ void add_decode_options(CLI::App& app, decode_options& options) {
     command.add_option("-f,--format", options.format, "Format of the output: " + format_words)
         ->type_name("FORMAT")
         ->transform(one_of(formats));
-    const std::map<std::string, input_kind> inputs{{"candump", input_kind::candump}, {"nmea", input_kind::nmea}};
     CLI::Option& input =
-        *command.add_option("--input", options.input, "Format of LOG: candump or nmea (default: detected)")
-             ->type_name("KIND")
-             ->transform(one_of(inputs));
+        *command.add_option("--input", options.input, "Format of LOG, such as candump (default: detected)")
+             ->type_name("FORMAT")
+             ->check(not_empty());
+    command.add_option("--plugin-path", options.plugin_folders, "Folder of reader plug-ins. May be repeated")
+        ->type_name("FOLDER")
+        ->allow_extra_args(false);
     command
         .add_option("--memory", options.memory,
                     "LOG is a memory image that begins at address=0x20000000 or address=0x20000000,cycle=5")
@@ -133,9 +173,7 @@ void add_decode_options(CLI::App& app, decode_options& options) {
     command.add_option("-o,--output", options.output, "File to write (default: -, standard output)")
         ->type_name("FILE")
         ->transform(written_file(true));
-    command
-        .add_option("-j,--jobs", options.jobs,
-                    "Threads for a candump log (default: one for each processor); the output is the same")
+    command.add_option("-j,--jobs", options.jobs, "Threads (default: one for each processor); the output is the same")
         ->type_name("N")
         ->check(CLI::Range(1, most_jobs).description(""));
     command.add_flag("--j1939", options.j1939, "Match 29-bit ids that no message has by their parameter group number");

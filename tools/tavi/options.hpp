@@ -21,7 +21,11 @@ struct description_argument {
     std::string path;
 };
 
-enum class input_kind { automatic, candump, nmea };
+// Where and when a piece of memory was read.
+struct memory_place {
+    std::uint64_t address = 0; // of its first byte
+    std::uint32_t cycle = 0;   // of the views that it has values of, beside those without one
+};
 
 // What all commands that read descriptions share.
 struct catalogue_options {
@@ -35,7 +39,8 @@ struct decode_options {
     std::string log;
     catalogue_options catalogue;
     std::vector<std::string> patterns;
-    input_kind input = input_kind::automatic;
+    std::string input; // the format of the log; empty: as it begins
+    std::vector<std::string> plugin_folders;
     std::string memory; // where the log, a piece of memory, was read; empty for other logs
     // A place in row_formats.
     std::size_t format = 0;
@@ -43,7 +48,7 @@ struct decode_options {
     std::string output;            // empty: standard output
     std::string report;            // empty: none
     bool j1939 = false;
-    // Threads that decode a candump log; 0: as many as there are processors.
+    // Threads that decode; 0: as many as there are processors.
     std::size_t jobs = 0;
 
     // Not on the command line. Logs that are shorter are not worth a second thread; bytes that a thread takes at once.
@@ -88,6 +93,10 @@ struct register_options {
 
 // The part before the first '=' is the source, unless it is empty or holds a '/'.
 description_argument parse_description(const std::string& text);
+
+// "address=0x20000000,cycle=5": decimal or hexadecimal numbers, the cycle may be missing. Throws: command_error with
+// exit_code::usage.
+memory_place parse_memory_place(const std::string& text);
 
 // Adds the command `decode` (`tree`, `schema`, `plugins`, `register`, `filter`) to the command line; the options live
 // as long as `app`.

@@ -36,6 +36,10 @@ public:
     // Copies a payload and returns the package.
     const qor_package_t& build(std::span<const std::uint8_t> payload);
 
+    // The package of a payload where it is, without a copy. Overwrites the 63 bytes before it; the next payload is a
+    // copy again.
+    const qor_package_t& build_in_place(std::span<std::uint8_t> payload) noexcept;
+
     // The package as it stands, valid until the next change.
     const qor_package_t& package() const noexcept { return *record_; }
 
@@ -46,6 +50,8 @@ private:
 
     // kept  bytes of the payload that stay
     void reserve(std::size_t capacity, std::size_t kept = 0);
+    // Goes back to the own memory after build_in_place.
+    void return_to_own() noexcept;
 
     std::unique_ptr<std::byte, aligned_delete> memory_;
     std::size_t capacity_ = 0;

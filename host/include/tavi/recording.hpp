@@ -207,7 +207,7 @@ public:
     const readable_format& format() const noexcept { return *format_; }
     // What the file is compressed by, such as "gzip"; empty for none.
     std::string compression() const;
-    // The first bytes that were read to recognise it; empty when the format was chosen.
+    // The first bytes that were read to recognise it; when the format was chosen, up to 4096 that were read since.
     std::string_view beginning() const noexcept;
 
     // Whether the recording can be read in parts, by several threads; to be called before the first batch. Then `rest`

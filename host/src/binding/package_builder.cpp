@@ -52,7 +52,23 @@ void package_builder::set_format(std::string_view format) {
     std::memcpy(record_->format_type, format.data(), format.size());
 }
 
+void package_builder::return_to_own() noexcept {
+    auto* const own = reinterpret_cast<qor_package_t*>(memory_.get() + record_place);
+    if (record_ != own) {
+        *own = *record_;
+        record_ = own;
+    }
+}
+
+const qor_package_t& package_builder::build_in_place(std::span<std::uint8_t> payload) noexcept {
+    auto* const place = payload.data() - sizeof(qor_package_t);
+    record_ = new (place) qor_package_t(*record_);
+    record_->payload_size = payload.size();
+    return *record_;
+}
+
 std::span<std::uint8_t> package_builder::resize_payload(std::size_t size) {
+    return_to_own();
     if (size > capacity_) {
         reserve(std::max(size, 2 * capacity_));
     }
@@ -61,6 +77,7 @@ std::span<std::uint8_t> package_builder::resize_payload(std::size_t size) {
 }
 
 std::span<std::uint8_t> package_builder::extend_payload(std::size_t size) {
+    return_to_own();
     if (size > capacity_) {
         reserve(size, record_->payload_size);
     }

@@ -6,6 +6,7 @@
 // surest guess. Example: a description in DBC with a comment that looks like a frame is a description.
 #include "tavi/recording.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <exception>
 #include <utility>
@@ -20,6 +21,8 @@ namespace {
 // From then on no other format is asked for; and so many bytes show the signature of any binary format.
 constexpr std::int32_t sure = 90;
 constexpr std::size_t longest_signature = 512;
+// Of a recording whose format was chosen, for messages.
+constexpr std::size_t kept_beginning = 4096;
 
 } // namespace
 
@@ -206,7 +209,12 @@ struct recording::input {
             used += count;
             return count;
         }
-        return stream->read(buffer, room);
+        const std::size_t count = stream->read(buffer, room);
+        if (keeps_beginning && beginning.size() < kept_beginning) {
+            beginning.append(buffer, std::min(count, kept_beginning - beginning.size()));
+            used = beginning.size();
+        }
+        return count;
     }
 
     // False at the end.
@@ -222,6 +230,8 @@ struct recording::input {
     std::string beginning;
     // Of the beginning, what was read again.
     std::size_t used = 0;
+    // The format was chosen without it.
+    bool keeps_beginning = false;
     std::exception_ptr failure;
     qor_recording_stream_t table{};
 };
@@ -263,6 +273,7 @@ std::size_t recording::choose(const recording_readers& readers, const recording_
             throw error(QOR_STATUS_INVALID_ARGUMENT,
                         "there is no format '" + options.format + "' (" + names_of(readers.formats()) + ")");
         }
+        input_->keeps_beginning = true;
         return *found;
     }
     for (bool is_whole = false;;) {

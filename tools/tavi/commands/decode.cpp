@@ -14,13 +14,13 @@
 
 #include "qorcpp/can_frame.hpp"
 #include "qorcpp/platform/stream.hpp"
-#include "tavi/candump_reader.hpp"
+#include "tavi/package_builder.hpp"
+#include "tavi/recording.hpp"
 #include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/decode/catalogue.hpp"
 #include "tools/tavi/decode/frame_decoder.hpp"
 #include "tools/tavi/decode/log_input.hpp"
-#include "tools/tavi/decode/memory_input.hpp"
-#include "tools/tavi/decode/nmea_input.hpp"
+#include "tools/tavi/decode/log_sources.hpp"
 #include "tools/tavi/decode/selection.hpp"
 #include "tools/tavi/decode/unknown_ids.hpp"
 #include "tools/tavi/output/row_writer.hpp"
@@ -103,10 +103,19 @@ private:
     void close_after_failure() noexcept;
     void print_part();
     bool is_parallel() const;
-    std::size_t read_log(char* buffer, std::size_t room, block_output& output);
-    void read_frames(catalogue& known, selection& wanted, row_writer& rows, block_output& output);
-    void read_frames_in_parallel(catalogue& known, selection& wanted, block_output& output);
-    void read_memory(catalogue& known, selection& wanted, row_writer& rows);
+    void open_recording();
+    const qor_recorded_source_t* receiver();
+    bool can_be_parallel();
+    void load(catalogue& known, bool late);
+    void require_plugins(catalogue& known, bool late);
+    void read_packages(catalogue& known, selection& wanted, row_writer& rows, block_output& output);
+    bool read_batch(host::recording& recording, host::recording_batch& batch, host::recording_place counts);
+    void read_in_parallel(catalogue& known, selection& wanted, block_output& output);
+    void report_stream_damage(const host::recording& recording);
+    void count_rest(frame_decoder& decoder, const host::recording& recording);
+    void count_other_records(const host::recording& recording);
+    void end_reading(const host::recording& recording, const id_counts& unknown, const catalogue& known,
+                     selection& wanted);
     void note_unused_descriptions(const std::vector<std::string>& interfaces);
     void note_unknown_ids(const id_counts& ids, const std::vector<std::string>& interfaces, const catalogue& known,
                           selection& wanted);
@@ -164,54 +173,102 @@ private:
     std::string part_;
     std::optional<command_error> failure_;
     bool started_ = false;
-    std::uint64_t done_ = 0;
+    log_sources sources_;
 };
 
 void decode_run::decode() {
     open_log();
     // What is wrong with a description is reported before a pipe is waited for.
     const bool late = log_->is_pipe_with_descriptions();
-    const bool nmea = !late && log_->is_nmea();
-    const bool parallel = !nmea && options_.memory.empty() && is_parallel();
+    if (!late) {
+        open_recording();
+    }
+    const bool parallel = options_.memory.empty() && is_parallel() && (late || can_be_parallel());
     catalogue known(options_.catalogue, messages_, parallel);
-    if (nmea) {
-        known.load_source(receiver_source_id, receiver_source_name);
-    } else {
-        known.load();
-    }
+    load(known, late);
     selection wanted(known, options_.patterns);
-    if (nmea) {
-        require_receiver(known);
-    } else {
-        require_matcher({!options_.memory.empty() ? "memory" : options_.j1939 ? qor::j1939_format : qor::can_format});
-    }
+    require_plugins(known, late);
 
     block_output& output = output_.emplace(options_.output);
     row_writer rows(output, row_style_of(options_, output));
-    if (late && log_->is_nmea()) {
-        throw command_error("tavi: error: the log is NMEA 0183, which has a built-in description", exit_code::usage,
-                            "use --input nmea, without -d");
+    if (late) {
+        open_recording();
+        if (receiver() != nullptr) {
+            throw command_error("tavi: error: the log is NMEA 0183, which has a built-in description", exit_code::usage,
+                                "use --input nmea, without -d");
+        }
     }
     started_ = true;
     rows.write_header();
     if (!log_->size()) {
         output.flush();
     }
-    if (nmea) {
-        totals_.unit = "sentence";
-        const auto source = [&](char* buffer, std::size_t room) { return read_log(buffer, room, output); };
-        decode_nmea(options_, source, known, wanted, rows, messages_, totals_);
-    } else if (parallel) {
-        read_frames_in_parallel(known, wanted, output);
-    } else if (options_.memory.empty()) {
-        read_frames(known, wanted, rows, output);
+    if (parallel && can_be_parallel()) {
+        read_in_parallel(known, wanted, output);
     } else {
-        read_memory(known, wanted, rows);
+        read_packages(known, wanted, rows, output);
     }
     totals_.complete = !qor::platform::interrupted();
     if (totals_.complete) {
         count_messages();
         log_->check_something_read(totals_);
+    }
+}
+
+void decode_run::open_recording() {
+    host::recording& recording = log_->open(messages_);
+    sources_.set_limit_hint(example_of(recording.format().name).form);
+    if (recording.properties().places == QOR_RECORDING_PLACES_BYTES) {
+        totals_.damaged_unit = "place";
+    }
+    if (receiver() != nullptr) {
+        totals_.unit = "sentence";
+    } else if (!recording.sources().empty() && recording.sources()[0].kind == QOR_RECORDED_MEMORY) {
+        totals_.unit = "memory block";
+    }
+}
+
+// A source whose description comes by itself; null for none.
+const qor_recorded_source_t* decode_run::receiver() {
+    for (const qor_recorded_source_t& source : log_->recording().sources()) {
+        if (source.source_id != 0) {
+            return &source;
+        }
+    }
+    return nullptr;
+}
+
+// What the sources that are known need; frames when none is.
+void decode_run::require_plugins(catalogue& known, bool late) {
+    const qor_recorded_source_t* const source = late ? nullptr : receiver();
+    if (source != nullptr) {
+        host::package_builder package;
+        package.set_source(source->source_id, 0);
+        package.set_format(source->package_format);
+        if (!known.extractor().has_data_processor(package.package())) {
+            throw missing_format_error(source->package_format);
+        }
+        return;
+    }
+    const auto sources = late ? std::span<const qor_recorded_source_t>() : log_->recording().sources();
+    if (!sources.empty() && !log_source(sources[0]).has_frames()) {
+        require_matcher({sources[0].package_format});
+    } else {
+        require_matcher({options_.j1939 ? qor::j1939_format : qor::can_format});
+    }
+}
+
+// Sources that a recording names before its first package may keep a state between packages.
+bool decode_run::can_be_parallel() {
+    return log_->recording().sources().empty();
+}
+
+void decode_run::load(catalogue& known, bool late) {
+    const qor_recorded_source_t* const source = late ? nullptr : receiver();
+    if (source != nullptr) {
+        known.load_source(source->source_id, source->name);
+    } else {
+        known.load();
     }
 }
 
@@ -269,51 +326,107 @@ bool decode_run::is_parallel() const {
     return options_.jobs > 1 && log_->size().value_or(options_.shortest_parallel_log) >= options_.shortest_parallel_log;
 }
 
-std::size_t decode_run::read_log(char* buffer, std::size_t room, block_output& output) {
-    if (log_->may_wait()) {
-        output.flush();
-    }
-    const std::size_t count = log_->read(buffer, room);
-    done_ += count;
-    progress_->advance(done_, totals_.values);
-    return count;
-}
-
-void decode_run::read_frames(catalogue& known, selection& wanted, row_writer& rows, block_output& output) {
-    host::candump_reader reader([&](char* buffer, std::size_t room) { return read_log(buffer, room, output); });
-    const auto& names = reader.channels();
-    frame_decoder decoder(options_, known, wanted, rows, messages_, totals_,
-                          [&](std::size_t number) { return names[number]; });
+void decode_run::read_packages(catalogue& known, selection& wanted, row_writer& rows, block_output& output) {
+    host::recording& recording = log_->recording();
+    log_->set_events(
+        {[&] { output.flush(); }, [&](std::uint64_t bytes) { progress_->advance(bytes, totals_.values); }});
+    frame_decoder decoder(
+        options_, known, wanted, rows, messages_, totals_, sources_, [&](const qor_recorded_source_t& source) {
+            return sources_.size() < log_sources::limit ? std::optional(sources_.add(source)) : std::nullopt;
+        });
     try {
-        decoder.decode_all(reader);
+        decoder.begin(recording);
+        host::recording_batch batch;
+        while (read_batch(recording, batch, decoder.counts())) {
+            decoder.decode(recording, batch);
+        }
+    } catch (const host::error&) {
+        count_rest(decoder, recording);
+        rethrow_with_place(std::current_exception(), totals_.log, decoder.place(), decoder.counts());
     } catch (...) {
-        rethrow_with_place(std::current_exception(), totals_.log, reader.line_number());
+        count_rest(decoder, recording);
+        throw;
     }
-    note_unused_descriptions(names);
-    note_unknown_ids(decoder.unknown_ids(), names, known, wanted);
+    count_rest(decoder, recording);
+    end_reading(recording, decoder.unknown_ids(), known, wanted);
 }
 
-void decode_run::read_frames_in_parallel(catalogue& known, selection& wanted, block_output& output) {
-    output.flush();
-    chunk_cutter cutter([&](char* buffer, std::size_t room) { return log_->read(buffer, room); }, !log_->size(),
-                        options_.chunk_size, [&] { log_->end(); });
-    parallel_decoder decoder(options_, known, wanted, output, messages_, totals_,
-                             [&](std::uint64_t bytes) { progress_->advance(bytes, totals_.values); });
-    decoder.run(cutter);
-    const std::vector<std::string> names = decoder.interfaces().names();
-    note_unused_descriptions(names);
-    note_unknown_ids(decoder.unknown_ids(), names, known, wanted);
-}
-
-void decode_run::read_memory(catalogue& known, selection& wanted, row_writer& rows) {
-    totals_.unit = "memory block";
+bool decode_run::read_batch(host::recording& recording, host::recording_batch& batch, host::recording_place counts) {
     try {
-        decode_memory(options_, log_->stream(), known, wanted, rows, messages_, totals_);
-        note_unused_descriptions({memory_source_name});
-    } catch (const host::error& error) {
-        throw library_failure(printable(totals_.log), error);
-    } catch (const std::system_error& error) {
-        throw command_error(printable(totals_.log) + ": error: cannot be read further: " + error.code().message());
+        return recording.next(batch);
+    } catch (const output_error&) {
+        throw;
+    } catch (const qor::platform::closed_pipe_error&) {
+        throw;
+    } catch (...) {
+        rethrow_reading_failure(std::current_exception(), totals_.log, recording.properties().place, counts);
+    }
+}
+
+// What was passed over, and what is not a package.
+void decode_run::count_rest(frame_decoder& decoder, const host::recording& recording) {
+    decoder.count_excluded(recording);
+    count_other_records(recording);
+}
+
+void decode_run::count_other_records(const host::recording& recording) {
+    for (const qor_other_records_t& record : recording.other_records()) {
+        if (record.kind == std::string_view("comment line")) {
+            totals_.comment_lines = record.count;
+        } else {
+            totals_.other_records.emplace_back(record.kind, record.count);
+        }
+    }
+}
+
+void decode_run::read_in_parallel(catalogue& known, selection& wanted, block_output& output) {
+    output.flush();
+    host::recording& recording = log_->recording();
+    const bool is_split = recording.begin_split();
+    parallel_decoder decoder(options_, known, wanted, output, messages_, totals_, is_split ? &recording : nullptr,
+                             sources_, [&] { progress_->advance(log_->bytes_read(), totals_.values); });
+    const auto end = [&] { log_->end(); };
+    if (is_split) {
+        chunk_cutter cutter([&](char* buffer, std::size_t room) { return recording.read(buffer, room); },
+                            [&](std::span<const char> data) { return recording.find_end(data); }, recording.rest(),
+                            !log_->size(), options_.chunk_size, end);
+        decoder.run(cutter);
+        report_stream_damage(recording);
+    } else {
+        batch_reader reader(recording, sources_, end);
+        decoder.run(reader);
+        count_other_records(recording);
+    }
+    end_reading(recording, decoder.unknown_ids(), known, wanted);
+}
+
+// Where no reader sees the end of the stream.
+void decode_run::report_stream_damage(const host::recording& recording) {
+    if (const host::stream_fault* const damage = recording.stream_damage()) {
+        messages_.report({topic::damaged_line,
+                          totals_.log,
+                          damage->offset,
+                          0,
+                          damage->cause,
+                          {},
+                          damage->hint,
+                          host::recording_place::compressed_byte});
+        if (options_.catalogue.strict) {
+            throw command_error("tavi: error: stopped at the first damaged place (--strict)");
+        }
+    }
+}
+
+void decode_run::end_reading(const host::recording& recording, const id_counts& unknown, const catalogue& known,
+                             selection& wanted) {
+    totals_.unit = sources_.size() != 0 ? sources_.unit() : totals_.unit;
+    const qor_recording_properties_t properties = recording.properties();
+    totals_.has_relative_times = totals_.frames() != 0 && properties.times == QOR_RECORDING_TIMES_RELATIVE;
+    totals_.end = properties.end;
+    const std::vector<std::string> names = sources_.names();
+    if (receiver() == nullptr) {
+        note_unused_descriptions(names);
+        note_unknown_ids(unknown, names, known, wanted);
     }
 }
 

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "tavi/candump_reader.hpp"
 #include "tavi/description_formats.hpp"
 #include "tavi/extractor.hpp"
+#include "tools/tavi/decode/log_sources.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/report/description_log.hpp"
 #include "tools/tavi/report/diagnostics.hpp"
@@ -84,11 +84,9 @@ public:
     // The source that packages of an interface are from: its id, and the instance for a layer.
     static constexpr std::uint16_t interface_source_id = 0x0010;
     static constexpr std::uint32_t instance_of(std::size_t interface, std::size_t layer) noexcept {
-        return static_cast<std::uint32_t>(interface + layer * host::candump_reader::channel_limit);
+        return static_cast<std::uint32_t>(interface + layer * log_sources::limit);
     }
-    static constexpr std::size_t interface_of(std::uint32_t instance) noexcept {
-        return instance % host::candump_reader::channel_limit;
-    }
+    static constexpr std::size_t interface_of(std::uint32_t instance) noexcept { return instance % log_sources::limit; }
 
 private:
     catalogue(const catalogue& original);

@@ -1,6 +1,7 @@
 #include "tools/tavi/decode/interface_routes.hpp"
 
 #include <algorithm>
+#include <cstdio>
 #include <unordered_set>
 
 #include "qorc/type_node.h"
@@ -121,6 +122,24 @@ void interface_routes::exclude(const host::reader_filter& filter, std::uint16_t 
             number = not_selected;
         }
     });
+}
+
+std::optional<std::string> interface_routes::reader_filter() {
+    bool has_group = false;
+    by_group_.each([&](std::uint32_t, std::uint32_t& number) { has_group = has_group || number != not_selected; });
+    if (has_group) {
+        return std::nullopt;
+    }
+    std::string expression;
+    by_id_.each([&](std::uint32_t id, std::uint32_t& number) {
+        if (number != not_selected) {
+            char term[40];
+            std::snprintf(term, sizeof term, "%s(Address = 0x%X)", expression.empty() ? "" : " OR ",
+                          static_cast<unsigned>(id));
+            expression += term;
+        }
+    });
+    return expression;
 }
 
 } // namespace tavi::tool

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -82,6 +83,10 @@ public:
     // Takes over what a filter excluded there: told by the same messages it says the same of every interface.
     // Requires: is_like(other).
     void exclude_as(const interface_routes& other) { by_id_ = other.by_id_; }
+
+    // What a reader of the interface may pass over: an expression that accepts the ids of routes alone. Nothing when a
+    // parameter group has a route, since an expression cannot say which ids that has.
+    std::optional<std::string> reader_filter();
 
     // Messages asked for.
     const std::vector<std::unique_ptr<target>>& targets() const noexcept { return targets_; }

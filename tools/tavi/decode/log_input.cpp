@@ -1,9 +1,11 @@
 #include "tools/tavi/decode/log_input.hpp"
 
 #include <algorithm>
+#include <array>
 #include <system_error>
+#include <utility>
 
-#include "tavi/nmea_reader.hpp"
+#include "qorcpp/platform/stream.hpp"
 #include "tavi/recording_format.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/report/printable.hpp"
@@ -13,17 +15,6 @@ namespace tavi::tool {
 namespace {
 
 using host::recording_kind;
-
-// Fewer bytes do not show that a log without a signature is not a damaged one.
-constexpr std::size_t shortest_content = 4096;
-
-qor::platform::input_stream open_log(const decode_options& options) {
-    try {
-        return options.log == "-" ? qor::platform::input_stream() : qor::platform::input_stream(options.log);
-    } catch (const std::system_error& error) {
-        throw command_error(printable(options.log) + ": error: cannot be read: " + error.code().message());
-    }
-}
 
 // What the command has for a format, after what reads it in general.
 std::string hint_of(const host::recording_format& format) {
@@ -54,80 +45,132 @@ std::string hint_of(const host::recording_format& format) {
 
 } // namespace
 
-log_input::log_input(const decode_options& options)
-    : options_(options), name_(log_name(options)), stream_(open_log(options)) {}
+class log_input::stream final : public host::byte_stream {
+public:
+    explicit stream(const std::string& log) { log == "-" ? file_.emplace() : file_.emplace(log); }
+
+    std::size_t read(char* buffer, std::size_t room) override {
+        if (events_.before_wait && !file_->size()) {
+            events_.before_wait();
+        }
+        const std::size_t count = file_->read(buffer, room);
+        bytes_read_ += count;
+        if (events_.progress) {
+            events_.progress(bytes_read_);
+        }
+        return count;
+    }
+    std::optional<std::uint64_t> size() const noexcept override { return file_->size(); }
+    bool can_seek() const noexcept override { return file_->size().has_value(); }
+    void seek(std::uint64_t offset) override { file_->seek(offset); }
+
+    void set_events(log_events events) { events_ = std::move(events); }
+    std::uint64_t bytes_read() const noexcept { return bytes_read_; }
+    void end() noexcept { file_->end(); }
+
+private:
+    std::optional<qor::platform::input_stream> file_;
+    log_events events_;
+    std::uint64_t bytes_read_ = 0;
+};
+
+record_example example_of(const std::string& format) {
+    struct row {
+        const char* format;
+        record_example example;
+    };
+    constexpr std::array<row, 2> rows{{{"candump",
+                                        {"expected (SECONDS.FRACTION) INTERFACE ID#DATA, as candump -L writes it",
+                                         "expected lines of candump -L such as (1436509052.249713) can0 0C0#1122"}},
+                                       {"nmea", {"", "expected a sentence such as $GPGGA,...*hh"}}}};
+    const auto* const found =
+        std::find_if(rows.begin(), rows.end(), [&](const row& each) { return each.format == format; });
+    return found != rows.end() ? found->example : record_example{};
+}
+
+log_input::log_input(const decode_options& options) : options_(options), name_(log_name(options)) {
+    try {
+        unopened_ = std::make_unique<stream>(options.log);
+    } catch (const std::system_error& error) {
+        throw command_error(printable(options.log) + ": error: cannot be read: " + error.code().message());
+    }
+    stream_ = unopened_.get();
+}
+
+log_input::~log_input() = default;
+
+std::optional<std::uint64_t> log_input::size() const noexcept {
+    return stream_->size();
+}
+
+void log_input::set_events(log_events events) {
+    stream_->set_events(std::move(events));
+}
+
+std::uint64_t log_input::bytes_read() const noexcept {
+    return stream_->bytes_read();
+}
+
+void log_input::end() noexcept {
+    stream_->end();
+}
 
 bool log_input::is_pipe_with_descriptions() const noexcept {
     const catalogue_options& given = options_.catalogue;
-    return options_.input == input_kind::automatic && !size() && !(given.descriptions.empty() && given.storage.empty());
+    return options_.input.empty() && options_.memory.empty() && !size() &&
+           !(given.descriptions.empty() && given.storage.empty());
 }
 
-bool log_input::is_nmea() {
-    if (options_.input != input_kind::automatic || !options_.memory.empty()) {
-        return options_.input == input_kind::nmea;
+host::recording& log_input::open(message_sink& messages) {
+    readers_.emplace(options_.plugin_folders);
+    for (const host::unusable_library& library : readers_->unusable()) {
+        messages.print(printable(library.path) + ": warning: not used: " + printable(library.reason) + '\n');
     }
-    do {
-        if (const auto* const format = host::recognise_signature(beginning_)) {
-            refuse(name_, *format);
-        }
-        if (const auto found = host::nmea_reader::recognise(beginning_)) {
-            return *found;
-        }
-    } while (beginning_.size() < host::recognised_bytes && read_ahead());
-    if (ended_ || beginning_.size() >= shortest_content) {
-        if (const auto* const format = host::recognise_content(beginning_)) {
-            refuse(name_, *format);
-        }
+    host::recording_options options{options_.input, {}};
+    if (!options_.memory.empty()) {
+        const memory_place place = parse_memory_place(options_.memory);
+        options = {"memory", "address=" + std::to_string(place.address) + ",cycle=" + std::to_string(place.cycle) +
+                                 ",limit=" + std::to_string(options_.largest_image)};
     }
-    return false;
-}
-
-bool log_input::read_ahead() {
-    const std::size_t before = beginning_.size();
-    beginning_.resize(host::recognised_bytes);
+    if (!options.format.empty() && !readers_->find(options.format)) {
+        std::string formats;
+        for (const host::readable_format& format : readers_->formats()) {
+            formats += (formats.empty() ? "" : ", ") + format.name;
+        }
+        throw command_error("tavi: error: there is no format '" + printable(options.format) + '\'', exit_code::usage,
+                            "formats: " + (formats.empty() ? "none" : formats));
+    }
     try {
-        const std::size_t count = stream_.read(beginning_.data() + before, beginning_.size() - before);
-        beginning_.resize(before + count);
-        ended_ = count == 0;
+        return recording_.emplace(*readers_, std::move(unopened_), options);
+    } catch (const host::unrecognised_recording& unknown) {
+        if (unknown.format() != nullptr) {
+            refuse(name_, *unknown.format());
+        }
+        throw command_error(printable(name_) + ": error: " + printable(unknown.what()));
+    } catch (const host::error& error) {
+        throw command_error(printable(name_) + ": error: " + printable(error.what()));
     } catch (const std::system_error& error) {
         throw command_error(printable(name_) + ": error: cannot be read: " + error.code().message());
     }
-    return !ended_;
-}
-
-std::size_t log_input::read(char* buffer, std::size_t room) {
-    if (used_ < beginning_.size()) {
-        const std::size_t count = beginning_.copy(buffer, room, used_);
-        used_ += count;
-        return count;
-    }
-    const std::size_t count = stream_.read(buffer, room);
-    if (used_ < shortest_content) {
-        keep_beginning(buffer, count);
-    }
-    return count;
-}
-
-// For `check_something_read`, when the log was not looked at before.
-void log_input::keep_beginning(const char* bytes, std::size_t count) {
-    beginning_.append(bytes, std::min(count, shortest_content - used_));
-    used_ = beginning_.size();
-    ended_ = count == 0;
 }
 
 void log_input::check_something_read(const account& totals) const {
     if (totals.frames() != 0 || totals.damaged_lines == 0 || totals.interrupted) {
         return;
     }
-    if (const auto* const format = host::recognise_content(beginning_)) {
+    const std::string_view beginning = recording_->beginning();
+    const std::string& name = recording_->format().name;
+    const auto found = readers_->recognise(beginning, true);
+    const bool is_known = !found.answers.empty() && found.answers[0].certainty > QOR_RECORDING_IS_POSSIBLE;
+    const bool is_itself = is_known && readers_->formats()[found.answers[0].format].name == name;
+    const auto* const format = is_itself ? nullptr : host::recognise_content(beginning);
+    if (format != nullptr) {
         refuse(name_, *format);
     }
-    const bool as_nmea = totals.unit == "sentence";
-    const bool is_other = host::nmea_reader::recognise(beginning_).value_or(as_nmea) != as_nmea;
-    const char* const hint = is_other  ? "try another --input, or leave it out"
-                             : as_nmea ? "expected a sentence such as $GPGGA,...*hh"
-                                       : "expected lines of candump -L such as (1436509052.249713) can0 0C0#1122";
-    throw command_error(printable(name_) + ": error: all lines are damaged", exit_code::failed, hint);
+    const bool is_text = recording_->properties().places == QOR_RECORDING_PLACES_LINES;
+    throw command_error(printable(name_) + ": error: " + (is_text ? "all lines are damaged" : "all of it is damaged"),
+                        exit_code::failed,
+                        is_known && !is_itself ? "try another --input, or leave it out" : example_of(name).example);
 }
 
 } // namespace tavi::tool

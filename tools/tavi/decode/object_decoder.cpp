@@ -21,15 +21,15 @@ std::span<const std::uint8_t> without_zero_elements(std::span<const std::uint8_t
 
 } // namespace
 
-object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, const std::string& source_name,
-                               catalogue& catalogue, selection& selection, row_writer& rows, message_sink& messages,
-                               zero_elements zeros)
+object_decoder::object_decoder(std::uint16_t source_id, std::uint32_t instance, const std::string& name,
+                               const std::string& source_name, catalogue& catalogue, selection& selection,
+                               row_writer& rows, message_sink& messages, zero_elements zeros)
     : source_id_(source_id), instance_(instance), catalogue_(catalogue), writer_(rows), zeros_(zeros) {
     records_[0];
     // Messages of one path in two descriptions are the same.
     std::unordered_set<std::string_view> paths;
     for (message& candidate : selection.messages()) {
-        if (candidate.selected && catalogue.serves(candidate.description, source_name) &&
+        if (candidate.selected && catalogue.serves(candidate.description, name) &&
             paths.insert(candidate.path).second) {
             const std::string source = std::to_string(source_id) + '#' +
                                        std::to_string(catalogue::instance_of(instance, candidate.layer)) + '.';

@@ -31,12 +31,13 @@ public:
     using short_record =
         std::function<void(const message& object, std::size_t size, std::size_t whole_size, std::size_t lost)>;
 
-    // source_id, instance, source_name  a registered source, with the name that rows have
-    // messages                          told of signals that no record gives a value of, here only
+    // source_id, instance  a registered source
+    // name, source_name    of it, as the recording has it and as rows have it
+    // messages             told of signals that no record gives a value of, here only
     // All others must outlive the decoder. Throws: host::error, std::exception for a layout that has no reading.
-    object_decoder(std::uint16_t source_id, std::uint32_t instance, const std::string& source_name,
-                   catalogue& catalogue, selection& selection, row_writer& rows, message_sink& messages,
-                   zero_elements zeros = zero_elements::written);
+    object_decoder(std::uint16_t source_id, std::uint32_t instance, const std::string& name,
+                   const std::string& source_name, catalogue& catalogue, selection& selection, row_writer& rows,
+                   message_sink& messages, zero_elements zeros = zero_elements::written);
 
     // Writes the rows of a package and returns their number; `time` as the rows have it, empty for none. The source of
     // the package is set. Throws: host::error when a plug-in fails, and what `report` throws.

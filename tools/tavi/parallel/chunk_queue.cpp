@@ -4,8 +4,8 @@
 
 namespace tavi::tool {
 
-chunk_queue::chunk_queue(std::size_t count, chunk_cutter& cutter, std::function<void(log_chunk&)> write)
-    : cutter_(cutter), write_(std::move(write)), chunks_(count), decoded_(count) {
+chunk_queue::chunk_queue(std::size_t count, chunk_source& source, std::function<void(log_chunk&)> write)
+    : source_(source), write_(std::move(write)), chunks_(count), decoded_(count) {
     for (log_chunk& chunk : chunks_) {
         free_.push_back(&chunk);
     }
@@ -22,7 +22,9 @@ log_chunk* chunk_queue::take() {
     free_.pop_back();
     chunk.number = next_to_read_;
     lock.unlock();
-    const bool filled = cutter_.fill(chunk);
+    chunk.failure = nullptr;
+    chunk.is_reading_failure = false;
+    const bool filled = source_.fill(chunk);
     lock.lock();
     reading_ = false;
     next_to_read_ += filled ? 1 : 0;
@@ -79,7 +81,7 @@ void chunk_queue::stop(std::exception_ptr failure) noexcept {
         stopped_ = true;
         failure_ = std::move(failure);
         // One may wait for more of the log, which can be long in coming.
-        cutter_.end();
+        source_.end();
     }
     changed_.notify_all();
 }

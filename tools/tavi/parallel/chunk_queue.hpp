@@ -23,7 +23,7 @@ class chunk_queue {
 public:
     // count  chunks that exist, all there ever are
     // write  is called for each chunk in order; what it throws ends the run, as does a chunk's failure that it throws
-    chunk_queue(std::size_t count, chunk_cutter& cutter, std::function<void(log_chunk&)> write);
+    chunk_queue(std::size_t count, chunk_source& source, std::function<void(log_chunk&)> write);
 
     // The next chunk of the log, to be decoded; null when there is none or the run has ended.
     log_chunk* take();
@@ -47,7 +47,7 @@ public:
 private:
     std::mutex mutex_;
     std::condition_variable changed_;
-    chunk_cutter& cutter_;
+    chunk_source& source_;
     std::function<void(log_chunk&)> write_;
     std::vector<log_chunk> chunks_;
     std::vector<log_chunk*> free_;

@@ -52,10 +52,13 @@ public:
               owner_.output_.write_through(rows);
           }),
           writer_(rows_, row_style_of(owner.options_, owner.output_)),
-          decoder_(owner.options_, known, owner.wanted_, writer_, messages_, counts_,
-                   [this](std::size_t number) { return owner_.interfaces_.name(number); }),
-          reader_([this](std::string_view name) { return number_of(name); }) {
+          decoder_(owner.options_, known, owner.wanted_, writer_, messages_, counts_, owner.sources_,
+                   [this](const qor_recorded_source_t& source) { return number_of(source); }) {
         known_.report_to(messages_);
+        if (owner.split_ != nullptr) {
+            part_.emplace(*owner.split_);
+            decoder_.begin(*part_);
+        }
     }
     ~worker() {
         known_.report_to(owner_.messages_);
@@ -67,29 +70,44 @@ public:
     // Throws: abandoned.
     void decode(log_chunk& chunk) {
         chunk_ = &chunk;
-        reader_.read_text(chunk.whole_text(), chunk.number == 0);
+        chunk.extent = 0;
         try {
-            decoder_.decode_all(reader_);
+            chunk.is_text ? decode_text(chunk) : decoder_.decode(chunk.packages.batch(), chunk.counts);
         } catch (const abandoned&) {
             throw;
         } catch (...) {
             chunk.failure = std::current_exception();
+            chunk.failure_place = decoder_.place();
+            chunk.is_reading_failure = false;
         }
-        chunk.lines = reader_.line_number();
-        chunk.counts = std::exchange(counts_, {});
+        chunk.counts = decoder_.counts();
+        chunk.totals = std::exchange(counts_, {});
         rows_.move_to(chunk);
         messages_.move_to(chunk);
     }
 
 private:
-    std::optional<std::size_t> number_of(std::string_view name) {
-        interface_names& names = owner_.interfaces_;
-        const auto decided = [&] { return names.find(name) || names.size() == host::candump_reader::channel_limit; };
+    void decode_text(log_chunk& chunk) {
+        part_->set_chunk(chunk.whole_text());
+        host::recording_batch batch;
+        while (part_->next(batch)) {
+            decoder_.decode(*part_, batch);
+        }
+        decoder_.count_excluded(*part_);
+        chunk.extent = part_->extent();
+        if (chunk.failure != nullptr) {
+            chunk.failure_place = chunk.extent;
+        }
+    }
+
+    std::optional<std::size_t> number_of(const qor_recorded_source_t& source) {
+        log_sources& sources = owner_.sources_;
+        const auto decided = [&] { return sources.find(source.name) || sources.size() == log_sources::limit; };
         owner_.chunks_->wait_for_turn(*chunk_, decided);
         if (decided()) {
-            return names.find(name);
+            return sources.find(source.name);
         }
-        const std::size_t number = names.add(name);
+        const std::size_t number = sources.add(source);
         owner_.chunks_->news();
         return number;
     }
@@ -102,20 +120,20 @@ private:
     chunk_rows rows_;
     row_writer writer_;
     frame_decoder decoder_;
-    host::candump_reader reader_;
+    std::optional<host::recording_part> part_;
 };
 
 parallel_decoder::parallel_decoder(const decode_options& options, catalogue& known, selection& wanted,
-                                   block_output& output, diagnostics& messages, account& totals,
-                                   std::function<void(std::uint64_t)> written)
+                                   block_output& output, diagnostics& messages, account& totals, host::recording* split,
+                                   log_sources& sources, std::function<void()> written)
     : options_(options), known_(known), wanted_(wanted), output_(output), messages_(messages), totals_(totals),
-      written_(std::move(written)) {}
+      split_(split), sources_(sources), written_(std::move(written)) {}
 
 parallel_decoder::~parallel_decoder() = default;
 
-void parallel_decoder::run(chunk_cutter& cutter) {
+void parallel_decoder::run(chunk_source& source) {
     // One to decode and one to wait for its turn for each thread.
-    chunks_ = std::make_unique<chunk_queue>(2 * options_.jobs, cutter, [this](log_chunk& chunk) { write(chunk); });
+    chunks_ = std::make_unique<chunk_queue>(2 * options_.jobs, source, [this](log_chunk& chunk) { write(chunk); });
     {
         worker first(*this, known_);
         work(first, [this] { start_another(); });
@@ -131,7 +149,7 @@ void parallel_decoder::run(chunk_cutter& cutter) {
 void parallel_decoder::work(worker& decoder, const std::function<void()>& on_full_chunk) noexcept {
     try {
         while (log_chunk* const chunk = chunks_->take()) {
-            if (on_full_chunk && chunk->text_size >= options_.chunk_size / 2) {
+            if (on_full_chunk && chunk->is_full) {
                 on_full_chunk();
             }
             decoder.decode(*chunk);
@@ -175,17 +193,18 @@ void parallel_decoder::write(log_chunk& chunk) {
         failure = std::current_exception();
     }
     // It was read and decoded all the same.
-    totals_ += chunk.counts;
+    totals_ += chunk.totals;
     report(chunk);
-    lines_ += chunk.lines;
     if (failure != nullptr) {
         std::rethrow_exception(failure);
     }
     if (chunk.failure != nullptr) {
-        rethrow_with_place(chunk.failure, totals_.log, lines_);
+        const std::uint64_t place = extent_ + chunk.failure_place;
+        chunk.is_reading_failure ? rethrow_reading_failure(chunk.failure, totals_.log, place, chunk.counts)
+                                 : rethrow_with_place(chunk.failure, totals_.log, place, chunk.counts);
     }
-    bytes_ += chunk.bytes_read;
-    written_(bytes_);
+    extent_ += chunk.extent;
+    written_();
 }
 
 // Counts that there is no memory for are left out: they are for a hint only.
@@ -202,9 +221,9 @@ void parallel_decoder::report(const log_chunk& chunk) {
     std::set<std::uint64_t> subjects;
     for (const kept_message& message : chunk.messages) {
         if (message.subject == 0 || !told_subjects_.contains(message.subject)) {
-            const std::uint64_t line = message.line == 0 ? 0 : lines_ + message.line;
-            messages_.report(
-                {message.kind, message.file, line, message.column, message.cause, message.source_line, message.hint});
+            const bool is_placed = message.line != 0 || message.counts != host::recording_place::line;
+            messages_.report({message.kind, message.file, is_placed ? extent_ + message.line : 0, message.column,
+                              message.cause, message.source_line, message.hint, message.counts});
             if (message.subject != 0) {
                 subjects.insert(message.subject);
             }
@@ -214,6 +233,9 @@ void parallel_decoder::report(const log_chunk& chunk) {
     for (std::size_t kind = 0; kind < message_sink::kinds; ++kind) {
         messages_.add(static_cast<topic>(kind), chunk.further_messages[kind]);
         silent_[kind].store(!messages_.shows(static_cast<topic>(kind)), std::memory_order_relaxed);
+    }
+    if (!chunk.printed.empty()) {
+        messages_.print(chunk.printed);
     }
 }
 

@@ -1,4 +1,4 @@
-// Decodes a candump log by several threads, with the output of one.
+// Decodes a recording by several threads, with the output of one.
 #ifndef TOOLS_TAVI_PARALLEL_PARALLEL_DECODER_HPP
 #define TOOLS_TAVI_PARALLEL_PARALLEL_DECODER_HPP
 
@@ -14,12 +14,12 @@
 #include <vector>
 
 #include "tools/tavi/decode/catalogue.hpp"
+#include "tools/tavi/decode/log_sources.hpp"
 #include "tools/tavi/decode/selection.hpp"
 #include "tools/tavi/decode/unknown_ids.hpp"
 #include "tools/tavi/options.hpp"
 #include "tools/tavi/output/block_output.hpp"
 #include "tools/tavi/parallel/chunk_queue.hpp"
-#include "tools/tavi/parallel/interface_names.hpp"
 #include "tools/tavi/report/account.hpp"
 
 namespace tavi::tool {
@@ -32,16 +32,18 @@ namespace tavi::tool {
 // written yet; others wait for that. So all count interfaces in the log's order.
 class parallel_decoder {
 public:
-    // All of them must outlive the decoder. `totals` is counted up; `written` is told how many bytes of the log are
-    // done, by one thread at a time.
+    // split    the recording, when it is read in parts; null when a reader reads it ahead
+    // sources  those of the recording, in the order in which they come first
+    // written  is called after each chunk, by one thread at a time
+    // All of them must outlive the decoder. `totals` is counted up.
     parallel_decoder(const decode_options& options, catalogue& known, selection& wanted, block_output& output,
-                     diagnostics& messages, account& totals, std::function<void(std::uint64_t)> written);
+                     diagnostics& messages, account& totals, host::recording* split, log_sources& sources,
+                     std::function<void()> written);
     ~parallel_decoder();
 
     // Decodes the whole log. Throws what ended it: command_error, qor::platform::closed_pipe_error, std::exception.
-    void run(chunk_cutter& cutter);
+    void run(chunk_source& source);
 
-    const interface_names& interfaces() const noexcept { return interfaces_; }
     // See frame_decoder. To be asked after `run`.
     const id_counts& unknown_ids() const noexcept { return unknown_ids_; }
 
@@ -60,16 +62,16 @@ private:
     block_output& output_;
     diagnostics& messages_;
     account& totals_;
-    std::function<void(std::uint64_t)> written_;
-    interface_names interfaces_;
+    host::recording* split_;
+    log_sources& sources_;
+    std::function<void()> written_;
     silent_kinds silent_{};
     std::mutex ids_mutex_;
     id_counts unknown_ids_;
     std::unique_ptr<chunk_queue> chunks_;
     std::vector<std::thread> threads_;
-    // Of the chunks that are written.
-    std::uint64_t lines_ = 0;
-    std::uint64_t bytes_ = 0;
+    // What places of the next chunk to be written are moved by.
+    std::uint64_t extent_ = 0;
     std::set<std::uint64_t> told_subjects_;
 };
 

@@ -7,6 +7,7 @@
 
 #include "qorc/text.hpp"
 #include "tools/tavi/output/cell_text.hpp"
+#include "tools/tavi/report/printable.hpp"
 
 namespace tavi::tool {
 
@@ -52,7 +53,8 @@ std::string format_account(const account& totals) {
 
     std::vector<std::string> lost;
     if (totals.damaged_lines != 0) {
-        lost.push_back(plural(totals.damaged_lines, "damaged line", "damaged lines") +
+        const std::string damaged = "damaged " + totals.damaged_unit;
+        lost.push_back(plural(totals.damaged_lines, damaged.c_str(), (damaged + 's').c_str()) +
                        " (first: " + totals.first_damaged + ')');
     }
     if (totals.short_frames != 0) {
@@ -70,9 +72,15 @@ std::string format_account(const account& totals) {
     if (!totals.complete && !totals.interrupted) {
         lost.push_back("the rest of the log");
     }
+    std::string others;
+    for (const auto& [kind, count] : totals.other_records) {
+        others +=
+            (others.empty() ? "\ntavi: beside them: " : ", ") + printable(kind) + " (" + std::to_string(count) + ')';
+    }
     return "tavi: " + plural(totals.frames(), (totals.unit + " read").c_str(), (totals.unit + "s read").c_str()) +
            ": " + qor::joined(frames, ", ") +
            (totals.comment_lines != 0 ? "; " + plural(totals.comment_lines, "comment line", "comment lines") : "") +
+           others + (totals.has_relative_times ? "\ntavi: times count from the beginning of the recording" : "") +
            "\ntavi: lost: " + (lost.empty() ? "nothing" : qor::joined(lost, ", ")) + "\ntavi: " +
            (failed ? plural(totals.values, "value decoded", "values decoded")
                    : plural(totals.values, "value written", "values written")) +
@@ -87,28 +95,38 @@ std::string account_json(const account& totals) {
     const auto place = [](const std::string& text) {
         return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
     };
-    const nlohmann::ordered_json report{{"log", totals.log},
-                                        {"frames", totals.frames()},
-                                        {"matched", totals.matched},
-                                        {"unknown_ids", totals.unknown_ids},
-                                        {"not_selected", totals.not_selected},
-                                        {"without_values", totals.without_values},
-                                        {"remote", totals.remote},
-                                        {"error_frames", totals.error_frames},
-                                        {"comment_lines", totals.comment_lines},
-                                        {"short_frames", totals.short_frames},
-                                        {"first_short", place(totals.first_short)},
-                                        {"damaged_lines", totals.damaged_lines},
-                                        {"first_damaged", place(totals.first_damaged)},
-                                        {"left_out", totals.left_out},
-                                        {"first_left_out", place(totals.first_left_out)},
-                                        {"description_warnings", totals.description_warnings},
-                                        {"values", totals.values},
-                                        {"seconds", totals.seconds},
-                                        {"interrupted", totals.interrupted},
-                                        {"output", output_text(totals.rows)},
-                                        {"error", place(totals.error)},
-                                        {"exit_code", static_cast<int>(totals.code)}};
+    nlohmann::ordered_json report{{"log", totals.log},
+                                  {"frames", totals.frames()},
+                                  {"matched", totals.matched},
+                                  {"unknown_ids", totals.unknown_ids},
+                                  {"not_selected", totals.not_selected},
+                                  {"without_values", totals.without_values},
+                                  {"remote", totals.remote},
+                                  {"error_frames", totals.error_frames},
+                                  {"comment_lines", totals.comment_lines},
+                                  {"short_frames", totals.short_frames},
+                                  {"first_short", place(totals.first_short)},
+                                  {"damaged_lines", totals.damaged_lines},
+                                  {"first_damaged", place(totals.first_damaged)},
+                                  {"left_out", totals.left_out},
+                                  {"first_left_out", place(totals.first_left_out)},
+                                  {"description_warnings", totals.description_warnings},
+                                  {"values", totals.values},
+                                  {"seconds", totals.seconds},
+                                  {"interrupted", totals.interrupted},
+                                  {"output", output_text(totals.rows)},
+                                  {"error", place(totals.error)},
+                                  {"exit_code", static_cast<int>(totals.code)}};
+    // Of formats that have them.
+    for (const auto& [kind, count] : totals.other_records) {
+        report["other_records"][kind] = count;
+    }
+    if (totals.has_relative_times) {
+        report["times"] = "relative";
+    }
+    if (totals.end != QOR_RECORDING_END_UNKNOWN) {
+        report["end"] = totals.end == QOR_RECORDING_END_PROVEN ? "proven" : "contradicted";
+    }
     // Foreign names may hold bytes that are no UTF-8.
     return escape_json(report.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) + '\n';
 }

@@ -4,7 +4,10 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "qorc/extensibility/recording_reader.h"
 #include "tools/tavi/exit_code.hpp"
 
 namespace tavi::tool {
@@ -37,7 +40,16 @@ struct account : frame_counts {
     // What is counted; several of it are it and an s.
     std::string unit = "frame";
 
+    // What is damaged, in the same way.
+    std::string damaged_unit = "line";
+
     std::uint64_t comment_lines = 0; // beside the frames
+    // Other records beside the frames: kind and count.
+    std::vector<std::pair<std::string, std::uint64_t>> other_records;
+    // Times count from the beginning of the recording, which has no date.
+    bool has_relative_times = false;
+    // QOR_RECORDING_END_
+    std::uint32_t end = QOR_RECORDING_END_UNKNOWN;
     std::string first_short;
     std::uint64_t damaged_lines = 0; // no frames
     std::string first_damaged;

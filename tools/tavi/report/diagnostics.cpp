@@ -6,9 +6,12 @@
 
 namespace tavi::tool {
 
-std::string place_text(std::string_view file, std::uint64_t line, std::size_t column) {
+std::string place_text(std::string_view file, std::uint64_t line, std::size_t column, host::recording_place counts) {
     std::string place = printable(file);
-    if (line != 0) {
+    if (counts != host::recording_place::line) {
+        place += counts == host::recording_place::byte ? ", byte " : ", compressed byte ";
+        place += std::to_string(line);
+    } else if (line != 0) {
         place += ':' + std::to_string(line);
         if (column != 0) {
             place += ':' + std::to_string(column);
@@ -29,8 +32,8 @@ const char* severity_of(topic kind, bool as_error) noexcept {
 } // namespace
 
 std::string format_diagnostic(const diagnostic& message, bool as_error) {
-    std::string text = place_text(message.file, message.line, message.column) + severity_of(message.kind, as_error) +
-                       printable(message.cause) + '\n';
+    std::string text = place_text(message.file, message.line, message.column, message.counts) +
+                       severity_of(message.kind, as_error) + printable(message.cause) + '\n';
     if (!message.source_line.empty()) {
         const excerpt shown = make_excerpt(message.source_line, message.column);
         text += "  " + shown.text + '\n';
@@ -47,7 +50,7 @@ std::string format_diagnostic(const diagnostic& message, bool as_error) {
 void diagnostics::report(const diagnostic& message) {
     const std::size_t kind = index(message.kind);
     if (counts_[kind] == 0) {
-        first_places_[kind] = place_text(message.file, message.line, 0);
+        first_places_[kind] = place_text(message.file, message.line, 0, message.counts);
     }
     if (++counts_[kind] <= shown_of_a_kind) {
         print(format_diagnostic(message, strict_));

@@ -16,12 +16,13 @@
 #include <string>
 #include <string_view>
 
+#include "tavi/recording.hpp"
 #include "tools/tavi/exit_code.hpp"
 
 namespace tavi::tool {
 
 enum class topic {
-    damaged_line, // an error: a line of the log that is no frame
+    damaged_line, // an error: a line of a text, or another place of a recording, that cannot be read
     short_frame,  // a warning: a frame with less data than its message
     left_out,     // a warning: a part of a description that is not used
     description,  // a warning: something else about a description
@@ -31,15 +32,17 @@ enum class topic {
 struct diagnostic {
     topic kind;
     std::string_view file;
-    std::uint64_t line = 0; // 0 for none
+    std::uint64_t line = 0; // or byte offset, see `counts`; as a line 0 for none
     std::size_t column = 0; // bytes from 1, 0 for none
     std::string_view cause;
     std::string_view source_line; // shown below the message, empty for none
     std::string_view hint;        // empty for none
+    host::recording_place counts = host::recording_place::line;
 };
 
-// "file:line:column", as far as known, fit for a terminal.
-std::string place_text(std::string_view file, std::uint64_t line, std::size_t column);
+// "file:line:column", as far as known, or "file, byte 4711", fit for a terminal.
+std::string place_text(std::string_view file, std::uint64_t line, std::size_t column,
+                       host::recording_place counts = host::recording_place::line);
 
 // The whole message, several lines each with its line end; for `as_error` a warning is an error.
 std::string format_diagnostic(const diagnostic& message, bool as_error = false);
@@ -63,6 +66,9 @@ public:
     // Until the next call messages are about what many frames lead to, one of which is the first: each decoder of a
     // log tells it once, and the first that does in the log's order is heard. 0: about a single frame.
     virtual void set_subject(std::uint64_t) noexcept {}
+
+    // Prints a text as it is, whole lines, behind what was reported before.
+    virtual void print(std::string_view text) = 0;
 
 protected:
     static constexpr std::size_t index(topic kind) noexcept { return static_cast<std::size_t>(kind); }
@@ -89,8 +95,7 @@ public:
     // Says how many were not printed.
     void print_rest();
 
-    // Prints a text as it is, behind whatever stands on the screen.
-    void print(std::string_view text);
+    void print(std::string_view text) override;
 
 private:
     bool strict_;

@@ -85,13 +85,21 @@ private:
 class batch_memory {
 public:
     std::uint8_t* take(std::size_t size) {
+        std::uint8_t* const place = reserve(size);
+        commit(size);
+        return place;
+    }
+
+    // Room that `commit` takes later, all or a part of it.
+    std::uint8_t* reserve(std::size_t size) {
         if (size > room_) {
             next_block(size);
         }
-        std::uint8_t* const place = at_;
+        return at_;
+    }
+    void commit(std::size_t size) noexcept {
         at_ += size;
         room_ -= size;
-        return place;
     }
 
     void clear() noexcept {
@@ -151,16 +159,30 @@ struct recorded_frame {
 class batch_builder {
 public:
     // Packages that the caller still takes.
-    std::size_t room() const noexcept { return most_ - packages_.size(); }
-    bool is_full() const noexcept { return packages_.size() >= most_; }
-    bool empty() const noexcept { return packages_.empty() && faults_.empty(); }
+    std::size_t room() const noexcept { return most_ - count_; }
+    bool is_full() const noexcept { return count_ >= most_; }
+    bool empty() const noexcept { return count_ == 0 && faults_.empty(); }
+
+    // For formats that decode into the payload: room for the payload of the next package. Nothing else is added before
+    // `commit`.
+    std::uint8_t* reserve(std::size_t most_bytes) { return memory_.reserve(most_bytes); }
+
+    // The package of the payload that was reserved, `payload_size` bytes of it. All other fields are to be set.
+    qor_recorded_package_t& commit(std::size_t payload_size) {
+        qor_recorded_package_t& package = next_package();
+        package.payload = memory_.reserve(0);
+        package.payload_size = payload_size;
+        memory_.commit(payload_size);
+        return package;
+    }
 
     // A package of which only source, place and payload are set. The payload is zero, to be filled.
     qor_recorded_package_t& add(std::size_t source, std::uint64_t place, std::size_t payload_size,
                                 std::uint8_t*& payload) {
         payload = memory_.take(payload_size);
         std::memset(payload, 0, payload_size);
-        qor_recorded_package_t& package = packages_.emplace_back();
+        qor_recorded_package_t& package = next_package();
+        package = {};
         package.source = static_cast<std::uint32_t>(source);
         package.place = place;
         package.payload = payload;
@@ -192,7 +214,7 @@ public:
     void add_fault(std::uint64_t place, std::uint64_t column, std::string_view cause, std::string_view hint,
                    std::optional<std::string_view> text = std::nullopt, std::uint32_t flags = 0) {
         qor_recording_fault_t& fault = faults_.emplace_back();
-        fault.package = packages_.size();
+        fault.package = count_;
         fault.place = place;
         fault.column = column;
         fault.text = text ? copy(*text) : nullptr;
@@ -211,18 +233,27 @@ public:
     }
 
     void begin(std::size_t most) {
-        packages_.clear();
+        count_ = 0;
         faults_.clear();
         memory_.clear();
         most_ = most;
     }
 
     qor_recording_batch_t batch(bool is_last) const noexcept {
-        return {packages_.data(), packages_.size(), faults_.data(), faults_.size(), is_last};
+        return {packages_.data(), count_, faults_.data(), faults_.size(), is_last};
     }
 
 private:
+    qor_recorded_package_t& next_package() {
+        if (count_ == packages_.size()) {
+            packages_.resize(count_ == 0 ? 64 : 2 * count_);
+        }
+        return packages_[count_++];
+    }
+
+    // Those after the first `count_` are of earlier batches.
     std::vector<qor_recorded_package_t> packages_;
+    std::size_t count_ = 0;
     std::vector<qor_recording_fault_t> faults_;
     batch_memory memory_;
     std::size_t most_ = 0;

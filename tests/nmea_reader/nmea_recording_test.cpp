@@ -1,13 +1,12 @@
 // Sentences, their times, and what is told of lines that are none.
-#include "tavi/nmea_reader.hpp"
+#include "plugins/nmea_reader/nmea_recording.hpp"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "tests/nmea_processor/sealed.hpp"
+#include "tests/support/recorded.hpp"
 
-namespace tavi::host {
+namespace qor::nmea_log {
 namespace {
 
 using namespace std::string_literals;
@@ -18,18 +17,29 @@ std::string sentence(const std::string& body) {
 
 // Each line's outcome: "type@time" or "line:column".
 std::string read(std::string_view log, std::size_t step) {
-    nmea_reader reader([&](char* buffer, std::size_t room) {
-        const std::size_t count = log.copy(buffer, std::min(step, room));
-        log.remove_prefix(count);
-        return count;
-    });
+    tavi::test::memory_stream stream(log, step);
+    nmea_recording recording{sdk::recording_input(*stream.stream())};
     std::string result;
-    nmea_sentence found;
-    for (auto outcome = reader.next(found); outcome != nmea_reader::outcome::end; outcome = reader.next(found)) {
-        result += outcome == nmea_reader::outcome::sentence
-                      ? std::string(found.text.substr(3, 3)) + '@' + std::string(found.time)
-                      : std::to_string(reader.line_number()) + ':' + std::to_string(reader.fault().column);
-        result += ' ';
+    sdk::batch_builder builder;
+    for (bool has_more = true; has_more;) {
+        builder.begin(1); // so that packages and faults come in order
+        has_more = recording.read(builder);
+        const qor_recording_batch_t batch = builder.batch(!has_more);
+        for (std::size_t index = 0; index < batch.fault_count; ++index) {
+            result +=
+                std::to_string(batch.faults[index].place) + ':' + std::to_string(batch.faults[index].column) + ' ';
+        }
+        for (std::size_t index = 0; index < batch.package_count; ++index) {
+            const qor_recorded_package_t& package = batch.packages[index];
+            const std::string_view payload(reinterpret_cast<const char*>(package.payload),
+                                           static_cast<std::size_t>(package.payload_size));
+            EXPECT_TRUE(payload.ends_with("\r\n"));
+            result += std::string(payload.substr(3, 3)) + '@' + std::string(package.time_text, package.time_text_size);
+            EXPECT_TRUE(package.time_text == nullptr ||
+                        package.time / 1000000000 ==
+                            std::stoll(std::string(package.time_text, package.time_text_size)));
+            result += ' ';
+        }
     }
     return result;
 }
@@ -75,26 +85,28 @@ TEST(nmea_reader, tells_where_a_line_is_damaged) {
 }
 
 TEST(nmea_reader, counts_comment_lines) {
-    std::string_view log = "# one\n\n#\r\n#GPGLL,1*4D\n# two $GPGLL,1*4D\n$GPGLL,1*4D\n # three";
-    nmea_reader reader([&](char* buffer, std::size_t room) {
-        const std::size_t count = log.copy(buffer, room);
-        log.remove_prefix(count);
-        return count;
-    });
-    nmea_sentence found;
-    while (reader.next(found) != nmea_reader::outcome::end) {
-    }
-    EXPECT_EQ(reader.comment_lines(), 4u);
+    tavi::test::memory_stream stream("# one\n\n#\r\n#GPGLL,1*4D\n# two $GPGLL,1*4D\n$GPGLL,1*4D\n # three");
+    nmea_recording recording{sdk::recording_input(*stream.stream())};
+    sdk::batch_builder builder;
+    do {
+        builder.begin(1000);
+    } while (recording.read(builder));
+    ASSERT_EQ(recording.other_records().size(), 1u);
+    EXPECT_EQ(recording.other_records()[0].kind, std::string("comment line"));
+    EXPECT_EQ(recording.other_records()[0].count, 4u);
 }
 
 TEST(nmea_reader, recognises_its_logs) {
-    EXPECT_EQ(nmea_reader::recognise("# (1.0)\r\n\r\n!AIVDM,1"), true);
-    EXPECT_EQ(nmea_reader::recognise("1,N*47\r $GPGGA,"), true);
-    EXPECT_EQ(nmea_reader::recognise("\xEF\xBB\xBF$GPGGA,"), true);
-    EXPECT_EQ(nmea_reader::recognise("\\s:x,c:1*00\\$GPZDA,"), true);
-    EXPECT_EQ(nmea_reader::recognise("(1.0) can0 0C0#"), false);
-    EXPECT_EQ(nmea_reader::recognise("# only comments\n# $GPGGA,\r\\\r$,\r(\x10,!\x80WXYZ,"), std::nullopt);
+    const auto certainty = [](std::string_view text) {
+        return nmea_recording::recognise({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}, false);
+    };
+    EXPECT_EQ(certainty("# (1.0)\r\n\r\n!AIVDM,1"), 95);
+    EXPECT_EQ(certainty("1,N*47\r $GPGGA,"), 40);
+    EXPECT_EQ(certainty("\xEF\xBB\xBF$GPGGA,"), 95);
+    EXPECT_EQ(certainty("\\s:x,c:1*00\\$GPZDA,"), 95);
+    EXPECT_EQ(certainty("(1.0) can0 0C0#"), QOR_RECORDING_IS_OTHER);
+    EXPECT_EQ(certainty("# only comments\n# $GPGGA,\r\\\r$,\r(\x10,!\x80WXYZ,"), QOR_RECORDING_NEEDS_MORE);
 }
 
 } // namespace
-} // namespace tavi::host
+} // namespace qor::nmea_log

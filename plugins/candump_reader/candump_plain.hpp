@@ -1,6 +1,6 @@
 // The lines of which a candump log mostly consists, taken apart in one go. For the reader.
-#ifndef HOST_SRC_RECORDINGS_CANDUMP_PLAIN_HPP
-#define HOST_SRC_RECORDINGS_CANDUMP_PLAIN_HPP
+#ifndef PLUGINS_CANDUMP_READER_CANDUMP_PLAIN_HPP
+#define PLUGINS_CANDUMP_READER_CANDUMP_PLAIN_HPP
 
 #include <array>
 #include <cstddef>
@@ -9,10 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "host/src/recordings/text_block.hpp"
-#include "tavi/candump_reader.hpp"
+#include "plugins/candump_reader/candump_line.hpp"
+#include "plugins/candump_reader/text_block.hpp"
 
-namespace tavi::host {
+namespace qor::candump {
 
 // Characters behind the start of a line that are looked at, whatever stands there.
 inline constexpr std::size_t candump_plain_room = 512;
@@ -53,6 +53,6 @@ private:
     std::size_t channel_length_ = 0; // of all marks, 0 when they differ
 };
 
-} // namespace tavi::host
+} // namespace qor::candump
 
 #endif

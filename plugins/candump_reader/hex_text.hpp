@@ -1,6 +1,6 @@
 // Hexadecimal digits, and text by words of eight characters.
-#ifndef HOST_SRC_RECORDINGS_HEX_TEXT_HPP
-#define HOST_SRC_RECORDINGS_HEX_TEXT_HPP
+#ifndef PLUGINS_CANDUMP_READER_HEX_TEXT_HPP
+#define PLUGINS_CANDUMP_READER_HEX_TEXT_HPP
 
 #include <array>
 #include <bit>
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace tavi::host {
+namespace qor::candump {
 
 // 0 to 15, or 255 for what is no hexadecimal digit.
 inline constexpr std::array<std::uint8_t, 256> hex_values = [] {
@@ -45,6 +45,6 @@ inline std::uint64_t load_characters(const char* text) noexcept {
     return word;
 }
 
-} // namespace tavi::host
+} // namespace qor::candump
 
 #endif

@@ -1,13 +1,13 @@
-#include "host/src/recordings/candump_line.hpp"
+#include "plugins/candump_reader/candump_line.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 
-#include "host/src/recordings/hex_text.hpp"
+#include "plugins/candump_reader/hex_text.hpp"
 #include "qorcpp/can_frame.hpp"
 
-namespace tavi::host {
+namespace qor::candump {
 
 namespace {
 
@@ -194,13 +194,14 @@ bool parse_content(candump_cursor& line, candump_frame& frame) {
 }
 
 // Nothing, or blanks and a letter of direction.
-bool parse_tail(candump_cursor& line) {
+bool parse_tail(candump_cursor& line, candump_frame& frame) {
     if (line.done()) {
         return true;
     }
     const char* const first = line.at;
     line.skip_blanks();
     if (line.at != first && !line.done() && std::strchr("RrTt", *line.at) != nullptr && *line.at != '\0') {
+        frame.is_transmitted = *line.at == 'T' || *line.at == 't';
         ++line.at;
         line.skip_blanks();
     }
@@ -224,7 +225,8 @@ bool parse_candump_beginning(candump_cursor& line, std::string_view& time, std::
 }
 
 bool parse_candump_frame(candump_cursor& line, candump_frame& frame) {
-    return parse_id(line, frame.id) && parse_content(line, frame) && parse_tail(line);
+    frame.is_transmitted = false;
+    return parse_id(line, frame.id) && parse_content(line, frame) && parse_tail(line, frame);
 }
 
-} // namespace tavi::host
+} // namespace qor::candump

@@ -1,4 +1,4 @@
-#include "tavi/nmea_reader.hpp"
+#include "plugins/nmea_reader/nmea_recording.hpp"
 
 #include <algorithm>
 #include <array>
@@ -7,11 +7,16 @@
 #include <numeric>
 #include <utility>
 
-namespace tavi::host {
+namespace qor::nmea_log {
 
 namespace {
 
 constexpr std::size_t block_size = 65536;
+constexpr std::int32_t first_line_is_sentence = 95;
+constexpr std::int32_t later_line_is_sentence = 40;
+// From so many decimals to nanoseconds.
+constexpr std::array<std::int64_t, 10> powers{1000000000, 100000000, 10000000, 1000000, 100000,
+                                              10000,      1000,      100,      10,      1};
 // Recorders fill up their buffers with zeros.
 constexpr std::string_view blanks(" \t\0", 3);
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF"; // of UTF-8
@@ -124,33 +129,50 @@ constexpr std::array<time_field, 8> time_fields{
 
 } // namespace
 
-std::optional<bool> nmea_reader::recognise(std::string_view beginning) {
+std::int32_t nmea_recording::recognise(std::span<const std::uint8_t> bytes, bool is_whole) {
+    std::string_view beginning(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     beginning.remove_prefix(beginning.starts_with(byte_order_mark) ? byte_order_mark.size() : 0);
-    while (!beginning.empty()) {
+    for (bool is_first = true; !beginning.empty();) {
         std::string_view line = beginning.substr(0, beginning.find_first_of("\r\n"));
         beginning.remove_prefix(std::min(line.size() + 1, beginning.size()));
         line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
         if (line.size() > 1 && line[0] == '(' && is_digit(line[1])) {
-            return false;
+            return QOR_RECORDING_IS_OTHER;
         }
         if (line.starts_with('\\')) {
             line.remove_prefix(std::min(line.find('\\', 1), line.size() - 1) + 1);
         }
         if (begins_sentence(line)) {
-            return true;
+            return is_first ? first_line_is_sentence : later_line_is_sentence;
         }
+        is_first = is_first && (line.empty() || line.starts_with('#'));
     }
-    return std::nullopt;
+    return is_whole ? QOR_RECORDING_IS_OTHER : QOR_RECORDING_NEEDS_MORE;
 }
 
-bool nmea_reader::next_line() {
+nmea_recording::nmea_recording(sdk::recording_input input) : input_(input) {
+    set_places(QOR_RECORDING_PLACES_LINES);
+    set_times(QOR_RECORDING_TIMES_ABSOLUTE);
+    add_source("gps", "nmea", QOR_RECORDED_RECEIVER, receiver_source_id);
+}
+
+// Whether the next line is not in the block as a whole.
+bool nmea_recording::has_to_read() {
+    if (begin_ < block_.size() && after_return_) {
+        begin_ += block_[begin_] == '\n' ? 1 : 0;
+        after_return_ = false;
+    }
+    return begin_ == block_.size() || block_.find_first_of("\r\n", begin_) == block_.npos;
+}
+
+bool nmea_recording::next_line() {
     line_.clear();
     is_too_long_ = false;
     line_has_end_ = false;
     for (bool has_line = false;;) {
         if (begin_ == block_.size()) {
             block_.resize(block_size);
-            block_.resize(source_(block_.data(), block_size));
+            block_.resize(input_.read(block_.data(), block_size));
             begin_ = 0;
             if (block_.empty()) {
                 line_number_ += has_line ? 1 : 0;
@@ -178,32 +200,72 @@ bool nmea_reader::next_line() {
     }
 }
 
-nmea_reader::outcome nmea_reader::next(nmea_sentence& sentence) {
-    while (at_ == line_.size()) {
+bool nmea_recording::read(sdk::batch_builder& batch) {
+    while (!batch.is_full()) {
+        if (at_ != line_.size()) {
+            take_part(batch);
+            continue;
+        }
+        // What there is goes out before the stream is read again: it may have to wait.
+        if (!batch.empty() && has_to_read()) {
+            return true;
+        }
         if (!next_line()) {
             at_ = line_.size();
-            return outcome::end;
+            return false;
         }
-        if (is_too_long_) {
+        if (!begin_line(batch)) {
             at_ = line_.size();
-            fail(line_limit, "the line is longer than 4096 bytes", form);
-            return outcome::damaged;
-        }
-        line_.resize(without_blanks_behind(line_).size());
-        if (line_number_ == 1 && line_.starts_with(byte_order_mark)) {
-            line_.erase(0, byte_order_mark.size());
-        }
-        at_ = std::min(line_.find_first_not_of(blanks), line_.size());
-        if (at_ < line_.size() && line_[at_] == '#') {
-            const std::size_t end = end_of_comment(line_, at_);
-            comment_lines_ += end != at_ ? 1 : 0;
-            at_ = end;
         }
     }
-    return take_piece(sentence) ? outcome::sentence : outcome::damaged;
+    return true;
 }
 
-bool nmea_reader::fail(std::size_t at, const char* cause, const char* hint) {
+// False when nothing of the line is left to be read.
+bool nmea_recording::begin_line(sdk::batch_builder& batch) {
+    if (is_too_long_) {
+        fail(line_limit, "the line is longer than 4096 bytes", form);
+        add_fault(batch);
+        return false;
+    }
+    line_.resize(without_blanks_behind(line_).size());
+    if (line_number_ == 1 && line_.starts_with(byte_order_mark)) {
+        line_.erase(0, byte_order_mark.size());
+    }
+    at_ = std::min(line_.find_first_not_of(blanks), line_.size());
+    if (at_ < line_.size() && line_[at_] == '#') {
+        const std::size_t end = end_of_comment(line_, at_);
+        if (end != at_) {
+            count_other("comment line");
+        }
+        at_ = end;
+    }
+    return true;
+}
+
+void nmea_recording::add(sdk::batch_builder& batch, std::string_view sentence) {
+    std::uint8_t* payload = nullptr;
+    qor_recorded_package_t& package = batch.add(0, line_number_, sentence.size() + 2, payload);
+    std::copy(sentence.begin(), sentence.end(), payload);
+    payload[sentence.size()] = '\r';
+    payload[sentence.size() + 1] = '\n';
+    package.text = batch.copy(line_);
+    package.text_size = static_cast<std::uint32_t>(line_.size());
+    package.time = nanoseconds_;
+    package.time_decimals = decimals_;
+    if (!time_.empty()) {
+        package.time_text = batch.copy(time_);
+        package.time_text_size = static_cast<std::uint16_t>(time_.size());
+    }
+    package.flags = line_has_end_ ? 0 : QOR_RECORDED_UNENDED;
+}
+
+void nmea_recording::add_fault(sdk::batch_builder& batch) {
+    batch.add_fault(line_number_, fault_.column, fault_.cause, fault_.hint, line_,
+                    line_has_end_ ? 0 : QOR_RECORDED_UNENDED);
+}
+
+bool nmea_recording::fail(std::size_t at, const char* cause, const char* hint) {
     fault_.column = at + 1;
     fault_.cause = cause;
     fault_.hint = hint;
@@ -212,23 +274,24 @@ bool nmea_reader::fail(std::size_t at, const char* cause, const char* hint) {
 
 // What is left of the line, up to where the next sentence begins: nothing else has the characters that sentences begin
 // with, so what comes before one is a sentence that was cut, or noise.
-bool nmea_reader::take_piece(nmea_sentence& sentence) {
+void nmea_recording::take_part(sdk::batch_builder& batch) {
     std::size_t begin = at_;
     if (line_[begin] == '\\') {
         const std::size_t close = line_.find('\\', begin + 1);
         if (close == std::string::npos) {
             at_ = find_start(line_, begin);
-            return fail(begin, "the tag block is not closed",
-                        "expected a second backslash at the end of the tag block");
+            fail(begin, "the tag block is not closed", "expected a second backslash at the end of the tag block");
+            return add_fault(batch);
         }
         begin = std::min(line_.find_first_not_of(blanks, close + 1), line_.size());
     }
     at_ = find_start(line_, begin + 1);
     const std::string_view piece = std::string_view(line_).substr(begin, at_ - begin);
-    return parse(begin, begin + without_blanks_behind(piece).size(), sentence);
+    std::string_view sentence;
+    parse(begin, begin + without_blanks_behind(piece).size(), sentence) ? add(batch, sentence) : add_fault(batch);
 }
 
-bool nmea_reader::parse(std::size_t begin, std::size_t end, nmea_sentence& sentence) {
+bool nmea_recording::parse(std::size_t begin, std::size_t end, std::string_view& sentence) {
     if (begin >= end || (line_[begin] != '$' && line_[begin] != '!')) {
         return fail(begin, "expected '$' or '!'", form);
     }
@@ -254,13 +317,12 @@ bool nmea_reader::parse(std::size_t begin, std::size_t end, nmea_sentence& sente
     } else if (checksums_came_) {
         return fail(end, "the checksum is missing", "earlier sentences have one: the end of this sentence was lost");
     }
-    sentence.text = line.substr(begin, end - begin);
-    take_time(sentence.text);
-    sentence.time = time_;
+    sentence = line.substr(begin, end - begin);
+    take_time(sentence);
     return true;
 }
 
-void nmea_reader::take_time(std::string_view sentence) {
+void nmea_recording::take_time(std::string_view sentence) {
     const std::string_view address = field(sentence, 0);
     // "$", two letters of the talker, three of the type.
     if (address.size() != 6 || address[0] != '$') {
@@ -292,7 +354,7 @@ void nmea_reader::take_time(std::string_view sentence) {
 }
 
 // "hhmmss" or "hhmmss.fff"
-void nmea_reader::take_clock(std::string_view clock) {
+void nmea_recording::take_clock(std::string_view clock) {
     const auto hour = digits(clock, 0, 2);
     const auto minute = digits(clock, 2, 2);
     const auto second = digits(clock, 4, 2);
@@ -309,6 +371,9 @@ void nmea_reader::take_clock(std::string_view clock) {
     second_ = now;
     time_ = std::to_string(*day_ * seconds_per_day + now);
     time_ += fraction;
+    decimals_ = static_cast<std::uint8_t>(std::min<std::size_t>(fraction.empty() ? 0 : fraction.size() - 1, 9));
+    const unsigned part = decimals_ != 0 ? digits(fraction, 1, decimals_).value_or(0) : 0;
+    nanoseconds_ = (*day_ * seconds_per_day + now) * 1000000000 + std::int64_t{part} * powers[decimals_];
 }
 
-} // namespace tavi::host
+} // namespace qor::nmea_log

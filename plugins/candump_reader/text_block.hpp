@@ -1,6 +1,6 @@
 // Sixteen characters at once: by SSE2, which every 64-bit x86 processor has, elsewhere one by one.
-#ifndef HOST_SRC_RECORDINGS_TEXT_BLOCK_HPP
-#define HOST_SRC_RECORDINGS_TEXT_BLOCK_HPP
+#ifndef PLUGINS_CANDUMP_READER_TEXT_BLOCK_HPP
+#define PLUGINS_CANDUMP_READER_TEXT_BLOCK_HPP
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "host/src/recordings/hex_text.hpp"
+#include "plugins/candump_reader/hex_text.hpp"
 
 #if defined(__SSE2__) || defined(_M_X64)
 #include <emmintrin.h>
@@ -18,7 +18,7 @@
 #define TAVI_HAS_SSE2 0
 #endif
 
-namespace tavi::host {
+namespace qor::candump {
 
 inline constexpr std::size_t text_block_size = 16;
 
@@ -96,6 +96,6 @@ inline std::size_t decode_hex_block(const char* text, std::uint8_t* bytes) noexc
 
 #endif
 
-} // namespace tavi::host
+} // namespace qor::candump
 
 #endif

@@ -1,13 +1,13 @@
-#include "host/src/recordings/candump_plain.hpp"
+#include "plugins/candump_reader/candump_plain.hpp"
 
 #include <algorithm>
 #include <bit>
 
-#include "host/src/recordings/candump_line.hpp"
-#include "host/src/recordings/hex_text.hpp"
+#include "plugins/candump_reader/candump_line.hpp"
+#include "plugins/candump_reader/hex_text.hpp"
 #include "qorcpp/can_frame.hpp"
 
-namespace tavi::host {
+namespace qor::candump {
 
 namespace {
 
@@ -36,7 +36,7 @@ bool parse_data(const char*& text, candump_frame& frame, std::size_t limit) noex
     std::size_t length = 0;
     std::size_t rest = 0;
     while (length < limit) {
-        const std::size_t digits = decode_hex_block(text, frame.data.data() + length);
+        const std::size_t digits = decode_hex_block(text, frame.data + length);
         if (digits != text_block_size) {
             rest = digits;
             break;
@@ -125,6 +125,7 @@ inline std::size_t candump_plain_line::parse_beginning(const char* text, candump
         ++first;
     }
     frame.time = {text + first, end_ - first};
+    frame.point = point_ - first;
     frame.channel = channel->number;
     return end_ + 1 + (channel_length_ != 0 ? channel_length_ : channel->text.size());
 }
@@ -154,7 +155,9 @@ std::size_t candump_plain_line::parse(const char* text, candump_frame& frame) no
         return 0;
     }
     const char* const end = parse_end(at);
+    // The data have no such character.
+    frame.is_transmitted = end != nullptr && end[-1] == 'T';
     return end != nullptr ? static_cast<std::size_t>(end - text) : 0;
 }
 
-} // namespace tavi::host
+} // namespace qor::candump
