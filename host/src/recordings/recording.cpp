@@ -264,6 +264,19 @@ std::size_t surest(const std::vector<recording_readers::answer>& answers, const 
     return answers.front().format;
 }
 
+// Most recordings are known by their first lines: only those of which no format is sure by then are looked through.
+recording_readers::recognition recognise_in_steps(const recording_readers& readers, std::string_view beginning,
+                                                  bool is_whole) {
+    constexpr std::size_t few_bytes = 1024;
+    if (beginning.size() > few_bytes) {
+        auto found = readers.recognise(beginning.substr(0, few_bytes), false);
+        if (!found.answers.empty() && found.answers[0].certainty >= sure) {
+            return found;
+        }
+    }
+    return readers.recognise(beginning, is_whole);
+}
+
 } // namespace
 
 std::size_t recording::choose(const recording_readers& readers, const recording_options& options) {
@@ -280,7 +293,7 @@ std::size_t recording::choose(const recording_readers& readers, const recording_
         is_whole = !input_->read_beginning();
         const std::string_view beginning = input_->beginning;
         const bool is_all = is_whole || beginning.size() >= QOR_RECORDING_BEGINNING;
-        const auto found = readers.recognise(beginning, is_whole);
+        const auto found = recognise_in_steps(readers, beginning, is_whole);
         const std::int32_t certainty = found.answers.empty() ? QOR_RECORDING_IS_OTHER : found.answers[0].certainty;
         if (certainty >= QOR_RECORDING_IS_LIKELY && (is_all || certainty >= sure || !found.needs_more)) {
             return surest(found.answers, readers);
