@@ -15,7 +15,7 @@ namespace tavi::test {
 inline std::string little(std::uint64_t value, std::size_t size) {
     std::string bytes;
     for (std::size_t index = 0; index < size; ++index) {
-        bytes += static_cast<char>(value >> 8 * index);
+        bytes += static_cast<char>(index < sizeof value ? value >> 8 * index : 0);
     }
     return bytes;
 }
