@@ -334,40 +334,37 @@ object_stream::step object_stream::take_stored(std::uint64_t size, std::uint64_t
 object_stream::step object_stream::take_deflated(std::uint64_t size, std::uint64_t announced,
                                                  qor::sdk::batch_builder& batch) {
     std::uint64_t remaining = size;
-    std::size_t filled = content_.size();
     qor::sdk::inflater::step step{};
+    inflated_.resize(chunk);
     inflater_.restart();
     do {
         const auto bytes = input_.peek(static_cast<std::size_t>(std::min<std::uint64_t>(remaining, chunk)));
-        if (content_.size() - filled < chunk) {
-            content_.resize(filled + 2 * chunk);
-        }
-        step = inflater_.inflate(bytes, std::span(content_).subspan(filled));
+        step = inflater_.inflate(bytes, inflated_);
+        content_.insert(content_.end(), inflated_.begin(),
+                        inflated_.begin() + static_cast<std::ptrdiff_t>(step.produced));
         input_.skip(step.consumed);
         remaining -= step.consumed;
-        filled += step.produced;
         if (bytes.empty() && remaining != 0 && step.produced == 0) {
-            content_.resize(filled);
             is_cut_ = true;
             return std::nullopt;
         }
     } while (step.state == qor::sdk::inflater::state::unfinished && step.consumed + step.produced != 0 &&
-             filled - carried_ <= largest_content);
-    content_.resize(filled);
+             content_.size() - carried_ <= largest_content);
+    const std::size_t produced = content_.size() - carried_;
     if (step.state != qor::sdk::inflater::state::finished) {
         is_file_lost_ = true;
-        return lose_content(filled - carried_ > largest_content ? "the container holds more than 16 MiB"
+        return lose_content(produced > largest_content ? "the container holds more than 16 MiB"
                             : step.state == qor::sdk::inflater::state::damaged
                                 ? "the compressed data of the container are damaged"
                                 : "the compressed data of the container are not whole",
                             batch);
     }
     is_file_lost_ = remaining > most_padding;
-    if (is_file_lost_ || (announced != 0 && announced != filled - carried_)) {
+    if (is_file_lost_ || (announced != 0 && announced != produced)) {
         batch.add_fault(place_, 0,
                         is_file_lost_ ? "the size of the container is damaged"
-                                      : "the container holds " + std::to_string(filled - carried_) +
-                                            " bytes instead of " + std::to_string(announced),
+                                      : "the container holds " + std::to_string(produced) + " bytes instead of " +
+                                            std::to_string(announced),
                         "its frames were read");
         return outcome::fault;
     }

@@ -84,6 +84,7 @@ private:
 
     qor::sdk::binary_input input_;
     qor::sdk::inflater inflater_;
+    std::vector<std::uint8_t> inflated_; // one chunk
     // An object that began in the container before, then the content of the container at place_.
     std::vector<std::uint8_t> content_;
     std::size_t begin_ = 0;
