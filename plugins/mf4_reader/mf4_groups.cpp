@@ -284,27 +284,18 @@ bool field::fits(std::size_t record_size) const noexcept {
            (byte_offset <= record_size && (std::size_t{bit_offset} + bit_count + 7) / 8 <= record_size - byte_offset);
 }
 
-std::uint64_t field::read(std::span<const std::uint8_t> record) const noexcept {
-    if (kind != form::bits) {
-        return value;
-    }
+// Byte by byte: near the end of a record, high byte first, or nine bytes.
+std::uint64_t field::read_bytes(std::span<const std::uint8_t> record) const noexcept {
     const std::size_t size = (std::size_t{bit_offset} + bit_count + 7) / 8;
+    const auto byte = [&](std::size_t index) {
+        return std::uint64_t{record[byte_offset + (is_big ? size - 1 - index : index)]};
+    };
     std::uint64_t number = 0;
-    if (!is_big && size <= 8 && record.size() - byte_offset >= 8) {
-        number = load<std::uint64_t>(record, byte_offset) >> bit_offset;
-    } else {
-        const auto byte = [&](std::size_t index) {
-            return std::uint64_t{record[byte_offset + (is_big ? size - 1 - index : index)]};
-        };
-        for (std::size_t index = 0; index < std::min<std::size_t>(size, 8); ++index) {
-            number |= byte(index) << 8 * index;
-        }
-        number >>= bit_offset;
-        if (size == 9) {
-            number |= byte(8) << (64 - bit_offset);
-        }
+    for (std::size_t index = 0; index < std::min<std::size_t>(size, 8); ++index) {
+        number |= byte(index) << 8 * index;
     }
-    return bit_count == 64 ? number : number & ((std::uint64_t{1} << bit_count) - 1);
+    number >>= bit_offset;
+    return size == 9 ? number | byte(8) << (64 - bit_offset) : number;
 }
 
 std::optional<std::int64_t> clock::read(std::span<const std::uint8_t> record, std::uint64_t index) const noexcept {

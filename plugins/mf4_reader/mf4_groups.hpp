@@ -23,8 +23,19 @@ struct field {
 
     explicit operator bool() const noexcept { return kind != form::absent; }
     // Requires: a record in which fits() holds.
-    std::uint64_t read(std::span<const std::uint8_t> record) const noexcept;
+    std::uint64_t read(std::span<const std::uint8_t> record) const noexcept {
+        if (kind != form::bits) {
+            return value;
+        }
+        return bit_offset + bit_count <= 64 && !is_big && record.size() - byte_offset >= 8
+                   ? load<std::uint64_t>(record, byte_offset) >> bit_offset & mask()
+                   : read_bytes(record) & mask();
+    }
     bool fits(std::size_t record_size) const noexcept;
+
+private:
+    std::uint64_t mask() const noexcept { return UINT64_MAX >> (64U - bit_count); }
+    std::uint64_t read_bytes(std::span<const std::uint8_t> record) const noexcept;
 };
 
 // The time of a record.

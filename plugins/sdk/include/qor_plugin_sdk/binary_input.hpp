@@ -9,6 +9,8 @@
 #define QOR_PLUGIN_SDK_BINARY_INPUT_HPP
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 #include <type_traits>
 
 #include "qor_plugin_sdk/recording_reader.hpp"
@@ -22,7 +24,12 @@ enum class byte_order { little, big };
 template<typename Integer>
 Integer load(std::span<const std::uint8_t> bytes, std::size_t at, byte_order order = byte_order::little) noexcept {
     static_assert(std::is_integral_v<Integer>);
+    constexpr bool is_native_little = std::endian::native == std::endian::little;
     std::make_unsigned_t<Integer> value = 0;
+    if ((order == byte_order::little) == is_native_little) {
+        std::memcpy(&value, bytes.data() + at, sizeof value); // compilers do not see that the loop below is this
+        return static_cast<Integer>(value);
+    }
     for (std::size_t index = 0; index < sizeof(Integer); ++index) {
         const std::size_t shift = 8 * (order == byte_order::little ? index : sizeof(Integer) - 1 - index);
         value = static_cast<std::make_unsigned_t<Integer>>(
