@@ -132,29 +132,14 @@ private:
 
     bool read_time() {
         const char* const first = at_;
-        const bool is_negative = at_ != end_ && *at_ == '-';
-        at_ += is_negative ? 1 : 0;
-        const char* const digits = at_;
-        std::int64_t value = 0;
-        for (; at_ != end_ && sdk::is_digit(*at_) && at_ - digits < 9; ++at_) {
-            value = value * 10 + (*at_ - '0');
-        }
-        bool is_time = at_ != digits;
-        std::uint8_t decimals = 0;
-        if (is_time && at_ != end_ && (*at_ == '.' || *at_ == ',')) {
-            for (++at_; at_ != end_ && sdk::is_digit(*at_) && decimals < 9; ++at_, ++decimals) {
-                value = value * 10 + (*at_ - '0');
-            }
-            is_time = decimals != 0;
-        }
-        if (!is_time || !at_word_end()) {
+        sdk::fixed_decimal seconds;
+        if (!sdk::read_decimal(at_, end_, 9, 9, seconds) || !at_word_end()) {
             fail(first, "the time is not SECONDS.FRACTION", event_hint);
             return false;
         }
         constexpr std::array<std::int64_t, 10> scales{1000000000, 100000000, 10000000, 1000000, 100000,
                                                       10000,      1000,      100,      10,      1};
-        value *= scales[decimals];
-        line_.time = {is_negative ? -value : value, decimals};
+        line_.time = {seconds.value * scales[seconds.decimals], seconds.decimals};
         return true;
     }
 

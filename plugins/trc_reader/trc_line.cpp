@@ -182,28 +182,15 @@ private:
     bool read_offset() {
         skip_blanks();
         const char* const first = at_;
-        const bool is_negative = at_ != end_ && *at_ == '-';
-        at_ += is_negative ? 1 : 0;
-        const char* const digits = at_;
-        std::int64_t value = 0;
-        for (; at_ != end_ && sdk::is_digit(*at_) && at_ - digits < 12; ++at_) {
-            value = value * 10 + (*at_ - '0');
-        }
-        bool is_time = at_ != digits;
-        std::uint8_t decimals = 0;
-        if (is_time && at_ != end_ && (*at_ == '.' || *at_ == ',')) {
-            for (++at_; at_ != end_ && sdk::is_digit(*at_) && decimals < 6; ++at_, ++decimals) {
-                value = value * 10 + (*at_ - '0');
-            }
-            is_time = decimals != 0;
-        }
-        if (!is_time || (at_ != end_ && !is_blank(*at_))) {
+        sdk::fixed_decimal milliseconds;
+        if (!sdk::read_decimal(at_, end_, 12, 6, milliseconds) || (at_ != end_ && !is_blank(*at_))) {
             return failed(first, "the time offset is not a number of milliseconds", columns_hint);
         }
-        for (std::uint8_t place = decimals; place < 6; ++place) {
-            value *= 10;
+        std::int64_t nanoseconds = milliseconds.value;
+        for (std::uint8_t place = milliseconds.decimals; place < 6; ++place) {
+            nanoseconds *= 10;
         }
-        line_.time = {is_negative ? -value : value, static_cast<std::uint8_t>(decimals + 3)};
+        line_.time = {nanoseconds, static_cast<std::uint8_t>(milliseconds.decimals + 3)};
         return true;
     }
 

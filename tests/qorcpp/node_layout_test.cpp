@@ -31,12 +31,6 @@ TEST(NodeLayout, TakesTheFieldsOfTheKind) {
         EXPECT_EQ(qor::is_node_kind(kind), *name != '\0');
         EXPECT_EQ(qor::layout_of_node(node), layout) << int{kind};
         EXPECT_EQ(qor::element_count_of(node), count) << int{kind};
-        const qor_type_node_t& read_only = node;
-        EXPECT_EQ(qor::element_size_of(read_only) != nullptr, layout.has_value()) << int{kind};
-        EXPECT_EQ(qor::offset_of(read_only) != nullptr, kind == QOR_TYPE_NODE_GROUP || kind == QOR_TYPE_NODE_SIGNAL);
-        if (layout) {
-            EXPECT_EQ(*qor::element_size_of(read_only), layout->element_size);
-        }
     }
 }
 

@@ -90,38 +90,15 @@ constexpr std::optional<node_layout> layout_of_node(const qor_type_node_t& node)
     return layout;
 }
 
-// The fields of a record themselves, const if the node is; null where its kind has no such field.
-template<typename Node>
-constexpr auto element_count_of(Node& node) noexcept -> decltype(&node.signal.element_count) {
-    decltype(&node.signal.element_count) field = nullptr;
-    visit_node(node, [&field](auto& fields) {
+// The field that holds the element count; null where layout_of_node gives nothing.
+constexpr std::uint32_t* element_count_of(qor_type_node_t& node) noexcept {
+    std::uint32_t* count = nullptr;
+    visit_node(node, [&count](auto& fields) {
         if constexpr (requires { fields.element_count; }) {
-            field = &fields.element_count;
+            count = &fields.element_count;
         }
     });
-    return field;
-}
-
-template<typename Node>
-constexpr auto element_size_of(Node& node) noexcept -> decltype(&node.signal.element_size) {
-    decltype(&node.signal.element_size) field = nullptr;
-    visit_node(node, [&field](auto& fields) {
-        if constexpr (requires { fields.element_size; }) {
-            field = &fields.element_size;
-        }
-    });
-    return field;
-}
-
-template<typename Node>
-constexpr auto offset_of(Node& node) noexcept -> decltype(&node.signal.offset) {
-    decltype(&node.signal.offset) field = nullptr;
-    visit_node(node, [&field](auto& fields) {
-        if constexpr (requires { fields.offset; }) {
-            field = &fields.offset;
-        }
-    });
-    return field;
+    return count;
 }
 
 } // namespace qor

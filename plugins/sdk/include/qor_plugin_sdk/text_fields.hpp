@@ -81,6 +81,36 @@ inline const char* find_control(std::string_view text) noexcept {
     return found != end ? found : nullptr;
 }
 
+// A number with a fixed number of decimals: "-12.5" is value -125 of 1 decimal.
+struct fixed_decimal {
+    std::int64_t value = 0;
+    std::uint8_t decimals = 0;
+};
+
+// A decimal number: a minus where there is one, digits, and where there is a point or comma, decimals after it. No more
+// than `most_digits` before and `most_decimals` after it are read, 18 together at most; what follows is left at `at`.
+// False, with any `at`, when digits are missing.
+inline bool read_decimal(const char*& at, const char* end, int most_digits, std::uint8_t most_decimals,
+                         fixed_decimal& number) noexcept {
+    const bool is_negative = at != end && *at == '-';
+    at += is_negative ? 1 : 0;
+    const char* const digits = at;
+    std::int64_t value = 0;
+    for (; at != end && is_digit(*at) && at - digits < most_digits; ++at) {
+        value = value * 10 + (*at - '0');
+    }
+    bool is_number = at != digits;
+    std::uint8_t decimals = 0;
+    if (is_number && at != end && (*at == '.' || *at == ',')) {
+        for (++at; at != end && is_digit(*at) && decimals < most_decimals; ++at, ++decimals) {
+            value = value * 10 + (*at - '0');
+        }
+        is_number = decimals != 0;
+    }
+    number = {is_negative ? -value : value, decimals};
+    return is_number;
+}
+
 // Digits to the base 10 or 16, eight at most. Nothing, with `at` unchanged, when there are none or more.
 inline bool read_digits(const char*& at, const char* end, unsigned base, std::uint32_t& number) noexcept {
     const char* const begin = at;
