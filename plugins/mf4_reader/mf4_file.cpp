@@ -44,15 +44,22 @@ file::~file() {
 
 // The file has no name any more as soon as it is open, where the system allows that.
 void file::spool() {
+    std::error_code no_folder;
+    const std::filesystem::path folder = std::filesystem::temp_directory_path(no_folder);
+    if (no_folder) {
+        throw std::runtime_error(
+            "the recording cannot be sought, and there is no folder for temporary files (TMPDIR): " +
+            no_folder.message());
+    }
     std::random_device random;
     for (int attempt = 0; attempt < 16 && !copy_; ++attempt) {
         const std::string name = "tavi-mf4-" + std::to_string(random()) + std::to_string(random());
-        copy_path_ = (std::filesystem::temp_directory_path() / name).string();
+        copy_path_ = (folder / name).string();
         copy_.reset(std::fopen(copy_path_.c_str(), "w+bx"));
     }
     const auto fail = [&](const char* what) {
-        throw std::runtime_error(std::string("the recording cannot be sought, and ") + what + " in " +
-                                 std::filesystem::temp_directory_path().string() + ": " + std::strerror(errno));
+        throw std::runtime_error(std::string("the recording cannot be sought, and ") + what + " in " + folder.string() +
+                                 ": " + std::strerror(errno));
     };
     if (!copy_) {
         copy_path_.clear();

@@ -102,6 +102,32 @@ TEST_F(plugin_folder, is_named_when_a_plugin_is_missing_or_damaged) {
     }
 }
 
+TEST_F(plugin_folder, is_named_when_a_reader_is_damaged) {
+    const std::string rest = "formats: asc, blf, gvret-csv, memory, mf4, nmea, pcap, pcapng, python-can-csv, trc";
+    const std::tuple<const char*, const char*, std::string, int> cases[] = {
+        {"qor_candump_reader", "decode x.log -d e.dbc", "x.log: error: the format is not known (" + rest + ")\n", 1},
+        {"qor_candump_reader", "decode x.log -d e.dbc --input candump",
+         "tavi: error: there is no format 'candump'\n  hint: " + rest + "\n", 2},
+        {"qor_memory_reader", "decode x.log -d e.sdl --memory address=0",
+         "tavi: error: no plug-in reads memory images (searched DIR)\n", 4},
+    };
+    for (const auto& [name, command, message, code] : cases) {
+        const fs::path file = library(name);
+        fs::rename(file, path() / "kept.so");
+        const ended missing = run(command);
+        EXPECT_EQ(missing.out + missing.err, message);
+        EXPECT_EQ(missing.code, code) << command;
+        std::ofstream(file, std::ios::binary);
+        const ended damaged = run(command);
+        std::string expected = message;
+        expected.insert(message.find('\n') + 1,
+                        "  skipped: DIR/lib" + std::string(name) + ".so: not a shared library\n");
+        EXPECT_EQ(damaged.out + damaged.err, expected);
+        EXPECT_EQ(damaged.code, 4) << command;
+        fs::rename(path() / "kept.so", file);
+    }
+}
+
 TEST_F(plugin_folder, is_named_when_the_storage_is_missing_or_damaged) {
     const fs::path file = library("qor_signal_storage");
     for (const char* const command :

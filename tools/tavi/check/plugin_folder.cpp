@@ -42,12 +42,21 @@ plugin_folder::plugin_folder()
           qor::platform::module_directory_of(reinterpret_cast<const void*>(&qor_tavi_extractor_create)))),
       survey_(qor::runtime::survey_local_libraries(path_)) {}
 
-std::string plugin_folder::where() const {
-    std::string text = " (searched " + printable(path_) + ')';
+std::string plugin_folder::skipped() const {
+    std::string lines;
     for (const auto& file : survey_.passed_over) {
-        text += "\n  skipped: " + printable(file.path) + ": " + printable(file.reason);
+        lines += "\n  skipped: " + printable(file.path) + ": " + printable(file.reason);
     }
-    return text;
+    return lines;
+}
+
+bool plugin_folder::has_damaged_file() const noexcept {
+    return std::any_of(survey_.passed_over.begin(), survey_.passed_over.end(),
+                       [](const auto& file) { return file.is_damaged; });
+}
+
+std::string plugin_folder::where() const {
+    return " (searched " + printable(path_) + ')' + skipped();
 }
 
 std::optional<command_error> plugin_folder::find_fault(const std::string& text,

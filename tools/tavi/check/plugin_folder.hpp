@@ -19,8 +19,13 @@ public:
     const std::string& path() const noexcept { return path_; }
     const qor::runtime::library_survey& survey() const noexcept { return survey_; }
 
-    // The end of a message about something that no plug-in does: " (searched DIR)", and a line for each library file
-    // that was passed over.
+    // A line for each library file that was passed over, each after a line end.
+    std::string skipped() const;
+
+    // A file that was passed over is a damaged library, not just one without metadata.
+    bool has_damaged_file() const noexcept;
+
+    // The end of a message about something that no plug-in does: " (searched DIR)", and the skipped files.
     std::string where() const;
 
     // The error for an operation of the extractor that failed with `text`, when a plug-in fails with this text when it

@@ -7,6 +7,7 @@
 
 #include "qorcpp/platform/stream.hpp"
 #include "tavi/recording_format.hpp"
+#include "tools/tavi/check/plugin_folder.hpp"
 #include "tools/tavi/exit_code.hpp"
 #include "tools/tavi/report/printable.hpp"
 
@@ -41,6 +42,13 @@ std::string hint_of(const host::recording_format& format) {
     throw command_error(printable(log) + ": error: this is " + std::string(format.name) +
                             ", which tavi decode does not read",
                         exit_code::failed, hint_of(format));
+}
+
+// For a log that no reader takes. A damaged library beside the readers may be the one that would.
+[[noreturn]] void refuse_unread(const std::string& message, exit_code code, const std::string& hint) {
+    const plugin_folder folder;
+    throw folder.has_damaged_file() ? command_error(message + folder.skipped(), exit_code::plugin_failed, hint)
+                                    : command_error(message, code, hint);
 }
 
 } // namespace
@@ -133,20 +141,26 @@ host::recording& log_input::open(message_sink& messages) {
                                  ",limit=" + std::to_string(options_.largest_image)};
     }
     if (!options.format.empty() && !readers_->find(options.format)) {
+        if (!options_.memory.empty()) {
+            throw command_error("tavi: error: no plug-in reads memory images" + plugin_folder().where(),
+                                exit_code::plugin_failed);
+        }
         std::string formats;
         for (const host::readable_format& format : readers_->formats()) {
             formats += (formats.empty() ? "" : ", ") + format.name;
         }
-        throw command_error("tavi: error: there is no format '" + printable(options.format) + '\'', exit_code::usage,
-                            "formats: " + (formats.empty() ? "none" : formats));
+        refuse_unread("tavi: error: there is no format '" + printable(options.format) + '\'', exit_code::usage,
+                      "formats: " + (formats.empty() ? "none" : formats));
     }
     try {
         return recording_.emplace(*readers_, std::move(unopened_), options);
     } catch (const host::unrecognised_recording& unknown) {
-        if (unknown.format() != nullptr) {
-            refuse(name_, *unknown.format());
+        if (const host::recording_format* const format = unknown.format()) {
+            refuse_unread(printable(name_) + ": error: this is " + std::string(format->name) +
+                              ", which tavi decode does not read",
+                          exit_code::failed, hint_of(*format));
         }
-        throw command_error(printable(name_) + ": error: " + printable(unknown.what()));
+        refuse_unread(printable(name_) + ": error: " + printable(unknown.what()), exit_code::failed, "");
     } catch (const host::error& error) {
         throw command_error(printable(name_) + ": error: " + printable(error.what()));
     } catch (const std::system_error& error) {
